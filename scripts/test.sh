@@ -1,0 +1,12 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds with AddressSanitizer and UBSan, runs every test.
+set -euo pipefail
+here="$(cd "$(dirname "$0")/.." && pwd)"
+"$here/scripts/setup.sh"
+build="${CORVANTIS_TEST_BUILD_DIR:-$here/build-tests}"
+jobs="$(nproc)"
+cmake -S "$here" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+      -DCORVANTIS_SANITIZE=ON -DCORVANTIS_BUILD_BENCH=ON
+cmake --build "$build" -j "$jobs"
+cd "$build"
+ctest -j "$jobs" --output-on-failure --timeout 300 "$@"

@@ -1,0 +1,58 @@
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFileInfo>
+#include <QThread>
+#include <QtConcurrent>
+#include <atomic>
+
+#include "AppDirectories.h"
+#include "Localization.h"
+#include "Log.h"
+#include "MainQueue.h"
+#include "TestSupport.h"
+
+TEST(MainQueue, RunsAfterTheCurrentTurnOnTheMainThread) {
+    std::atomic<int> order{0};
+    int ranAt = -1;
+    QThread* ranOn = nullptr;
+    MainQueue::async([&] {
+        ranAt = order++;
+        ranOn = QThread::currentThread();
+    });
+    const int afterPost = order++;
+    EXPECT_EQ(ranAt, -1);
+    ASSERT_TRUE(waitUntil([&] { return ranAt >= 0; }));
+    EXPECT_EQ(afterPost, 0);
+    EXPECT_EQ(ranAt, 1);
+    EXPECT_EQ(ranOn, QThread::currentThread());
+
+    QThread* fromWorkerRanOn = nullptr;
+    QtConcurrent::run([&] { MainQueue::async([&] { fromWorkerRanOn = QThread::currentThread(); }); })
+        .waitForFinished();
+    ASSERT_TRUE(waitUntil([&] { return fromWorkerRanOn != nullptr; }));
+    EXPECT_EQ(fromWorkerRanOn, QCoreApplication::instance()->thread());
+}
+
+TEST(AppDirectories, EverythingHangsBelowCorvantisHome) {
+    const QString home = testHome();
+    EXPECT_EQ(AppDirectories::home(), QDir(home).absolutePath());
+    EXPECT_EQ(downloadedMusicDirectory(), home + "/Documents/Downloaded Music");
+    EXPECT_TRUE(QFileInfo(downloadedMusicDirectory()).isDir());
+    EXPECT_TRUE(AppDirectories::settingsFile().startsWith(home));
+    const auto permissions = QFileInfo(AppDirectories::configDirectory()).permissions();
+    EXPECT_FALSE(permissions & (QFileDevice::ReadOther | QFileDevice::ReadGroup));
+}
+
+TEST(Log, CapturesExactLinesFromAnyThread) {
+    LogCapture capture;
+    systemLog("Invalid player state");
+    QtConcurrent::run([] { systemLog("from a worker"); }).waitForFinished();
+    EXPECT_EQ(capture.lines(), (QStringList{"Invalid player state", "from a worker"}));
+    EXPECT_EQ(capture.count("Invalid player state"), 1);
+}
+
+TEST(Localization, KeysResolveToEnglishTexts) {
+    EXPECT_EQ(Localization::text("cancel"), "Cancel");
+    EXPECT_EQ(Localization::text("ok"), "OK");
+}

@@ -1,0 +1,114 @@
+#include <gtest/gtest.h>
+
+#include <QFile>
+
+#include "Log.h"
+#include "TestSupport.h"
+#include "UserDefaults.h"
+
+namespace {
+
+QString storePath() { return testHome() + "/prefs/test.json"; }
+
+}  // namespace
+
+TEST(UserDefaults, AbsentKeysReadAsFalseZeroOrNothing) {
+    UserDefaults defaults(storePath());
+    EXPECT_FALSE(defaults.boolForKey("missing"));
+    EXPECT_EQ(defaults.integerForKey("missing"), 0);
+    EXPECT_EQ(defaults.floatForKey("missing"), 0.0f);
+    EXPECT_FALSE(defaults.stringForKey("missing"));
+    EXPECT_FALSE(defaults.dataForKey("missing"));
+    EXPECT_FALSE(defaults.dictionaryForKey("missing"));
+    EXPECT_FALSE(defaults.arrayForKey("missing"));
+    EXPECT_FALSE(defaults.objectForKey("missing"));
+}
+
+TEST(UserDefaults, EveryTypeSurvivesARestartWithItsOwnType) {
+    const QByteArray bytes("\x00\x01\xff[]", 5);
+    {
+        UserDefaults defaults(storePath());
+        defaults.setBool(true, "b");
+        defaults.setInteger(Q_INT64_C(9007199254740993), "i");  // not representable as double
+        defaults.setFloat(0.1f, "f");
+        defaults.setString(QString::fromUtf8("Mötley \"Crüe\"\n"), "s");
+        defaults.setData(bytes, "d");
+        defaults.setDictionary({{"60.0", QVariant(3.5f)}, {"230.0", QVariant(-2.25f)}}, "gains");
+        defaults.setDictionary({{"a.mp3", QVariant(QString("id:1"))}}, "names");
+        defaults.setArray({QVariant(qint64(1)), QVariant(QString("two")), QVariant(true)}, "arr");
+    }
+    UserDefaults reopened(storePath());
+    EXPECT_TRUE(reopened.boolForKey("b"));
+    EXPECT_EQ(reopened.integerForKey("i"), Q_INT64_C(9007199254740993));
+    EXPECT_EQ(reopened.floatForKey("f"), 0.1f);
+    EXPECT_EQ(reopened.stringForKey("s"), QString::fromUtf8("Mötley \"Crüe\"\n"));
+    EXPECT_EQ(reopened.dataForKey("d"), bytes);
+
+    const QVariantMap gains = reopened.dictionaryForKey("gains").value();
+    EXPECT_EQ(gains.value("60.0").metaType().id(), QMetaType::Float);
+    EXPECT_EQ(gains.value("60.0").toFloat(), 3.5f);
+    EXPECT_EQ(gains.value("230.0").toFloat(), -2.25f);
+    EXPECT_EQ(reopened.dictionaryForKey("names")->value("a.mp3").toString(), "id:1");
+
+    const QVariantList array = reopened.arrayForKey("arr").value();
+    ASSERT_EQ(array.size(), 3);
+    EXPECT_EQ(array[0].metaType().id(), QMetaType::LongLong);
+    EXPECT_EQ(array[1].toString(), "two");
+    EXPECT_EQ(array[2].metaType().id(), QMetaType::Bool);
+}
+
+TEST(UserDefaults, ValueOfAnotherTypeReadsAsAbsentForATypedGetter) {
+    UserDefaults defaults(storePath());
+    defaults.setInteger(2, "preset");
+    defaults.setFloat(1.5f, "gain");
+    defaults.setString("yes", "flag");
+    EXPECT_EQ(defaults.floatForKey("preset"), 0.0f);
+    EXPECT_FALSE(defaults.stringForKey("preset"));
+    EXPECT_EQ(defaults.integerForKey("gain"), 0);
+    EXPECT_FALSE(defaults.boolForKey("flag"));
+    EXPECT_FALSE(defaults.dictionaryForKey("flag"));
+    EXPECT_TRUE(defaults.objectForKey("flag"));
+    // What is held in memory matches what a restart reads: a double becomes a float.
+    defaults.setObject(QVariant(2.5), "viaObject");
+    EXPECT_EQ(defaults.floatForKey("viaObject"), 2.5f);
+    defaults.setObject(QVariant(int(7)), "int");
+    EXPECT_EQ(defaults.integerForKey("int"), 7);
+}
+
+TEST(UserDefaults, RemovedKeyIsGoneAfterRestart) {
+    {
+        UserDefaults defaults(storePath());
+        defaults.setBool(true, "a");
+        defaults.setBool(true, "b");
+        defaults.removeObjectForKey("a");
+    }
+    UserDefaults reopened(storePath());
+    EXPECT_FALSE(reopened.objectForKey("a"));
+    EXPECT_TRUE(reopened.boolForKey("b"));
+}
+
+TEST(UserDefaults, DamagedFileIsKeptAsideAndDefaultsApply) {
+    writeFile(storePath(), "{ this is not json");
+    LogCapture log;
+    UserDefaults defaults(storePath());
+    EXPECT_FALSE(defaults.objectForKey("anything"));
+    EXPECT_EQ(log.lines().size(), 1);
+    QFile aside(storePath() + ".damaged");
+    ASSERT_TRUE(aside.open(QIODevice::ReadOnly));
+    EXPECT_EQ(aside.readAll(), "{ this is not json");
+    defaults.setBool(true, "fresh");
+    EXPECT_TRUE(UserDefaults(storePath()).boolForKey("fresh"));
+}
+
+TEST(UserDefaults, OneDamagedValueDoesNotCostTheOthers) {
+    writeFile(storePath(),
+              R"({"good": {"float": 1.25}, "bad": {"float": "abc"}, "odd": {"what": 1},
+                  "dict": {"dict": {"60.0": {"float": 2}}}})");
+    LogCapture log;
+    UserDefaults defaults(storePath());
+    EXPECT_EQ(defaults.floatForKey("good"), 1.25f);
+    EXPECT_FALSE(defaults.objectForKey("bad"));
+    EXPECT_FALSE(defaults.objectForKey("odd"));
+    EXPECT_EQ(defaults.dictionaryForKey("dict")->value("60.0").toFloat(), 2.0f);
+    EXPECT_EQ(log.lines().size(), 2);
+}

@@ -1,0 +1,22 @@
+#include <gtest/gtest.h>
+
+#include <QGuiApplication>
+#include <QTemporaryDir>
+
+// Each test process gets a world of its own: a fresh CORVANTIS_HOME that is
+// removed afterwards, and an application object for the event loop.
+int main(int argc, char** argv) {
+    ::testing::InitGoogleTest(&argc, argv);
+    QTemporaryDir home;
+    if (!home.isValid()) {
+        return 2;
+    }
+    if (qEnvironmentVariableIsEmpty("CORVANTIS_TEST_KEEP_HOME")) {
+        qputenv("CORVANTIS_HOME", home.path().toUtf8());
+    }
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+    QGuiApplication app(argc, argv);
+    return RUN_ALL_TESTS();
+}

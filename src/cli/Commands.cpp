@@ -1,0 +1,13 @@
+#include "Commands.h"
+
+#include <array>
+
+// Declarations of the commands' entry points; add a line per command.
+int runVersionCommand(const QStringList& arguments);
+
+std::span<const CliCommand> cliCommands() {
+    static const std::array commands{
+        CliCommand{"version", "version", runVersionCommand},
+    };
+    return commands;
+}

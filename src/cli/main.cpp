@@ -1,0 +1,60 @@
+#include <QCoreApplication>
+#include <QGuiApplication>
+#include <array>
+#include <cstring>
+
+#include "CliCommand.h"
+#include "Commands.h"
+#include "Localization.h"
+
+QTextStream& cliOut() {
+    static QTextStream stream(stdout);
+    return stream;
+}
+
+QTextStream& cliErr() {
+    static QTextStream stream(stderr);
+    return stream;
+}
+
+int cliFail(const QString& message) {
+    cliErr() << "corvantis-cli: " << message << Qt::endl;
+    return 2;
+}
+
+namespace {
+
+int usage(const std::span<const CliCommand> commands) {
+    cliErr() << "usage: corvantis-cli COMMAND [ARGUMENTS]\n\ncommands:\n";
+    for (const CliCommand& command : commands) {
+        cliErr() << "  " << command.usage << "\n";
+    }
+    cliErr().flush();
+    return 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    // Images (thumbnails, cover art) need a GUI application object; no window is shown.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+    QGuiApplication app(argc, argv);
+    QCoreApplication::setApplicationName("corvantis");
+    Localization::install();
+
+    const std::span<const CliCommand> commands = cliCommands();
+    QStringList arguments = app.arguments().mid(1);
+    if (arguments.isEmpty() || arguments.first() == "--help" || arguments.first() == "-h") {
+        return usage(commands);
+    }
+    const QString name = arguments.takeFirst();
+    for (const CliCommand& command : commands) {
+        if (name == QLatin1String(command.name)) {
+            return command.run(arguments);
+        }
+    }
+    cliFail(QStringLiteral("unknown command \"%1\"").arg(name));
+    return usage(commands);
+}

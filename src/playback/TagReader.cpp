@@ -1,0 +1,543 @@
+#include "TagReader.h"
+
+#include <QFile>
+#include <QHash>
+#include <QStringList>
+#include <mutex>
+
+#include <taglib/aifffile.h>
+#include <taglib/apefile.h>
+#include <taglib/apetag.h>
+#include <taglib/asffile.h>
+#include <taglib/asftag.h>
+#include <taglib/attachedpictureframe.h>
+#include <taglib/fileref.h>
+#include <taglib/flacfile.h>
+#include <taglib/id3v1tag.h>
+#include <taglib/id3v2tag.h>
+#include <taglib/infotag.h>
+#include <taglib/mp4file.h>
+#include <taglib/mpcfile.h>
+#include <taglib/mpegfile.h>
+#include <taglib/oggflacfile.h>
+#include <taglib/opusfile.h>
+#include <taglib/speexfile.h>
+#include <taglib/tdebuglistener.h>
+#include <taglib/textidentificationframe.h>
+#include <taglib/trueaudiofile.h>
+#include <taglib/vorbisfile.h>
+#include <taglib/wavfile.h>
+#include <taglib/wavpackfile.h>
+#include <taglib/xiphcomment.h>
+
+#include "PlaybackLog.h"
+
+namespace {
+
+// TagLib reports broken frames and odd files on standard error; they are
+// diagnostics, not the system's log lines.
+class TagLibDebugListener final : public TagLib::DebugListener {
+public:
+    void printMessage(const TagLib::String& message) override {
+        qCDebug(lcPlayback).noquote()
+            << "TagLib:" << QString::fromUtf8(message.toCString(true)).trimmed();
+    }
+};
+
+void routeTagLibMessages() {
+    static std::once_flag once;
+    std::call_once(once, [] {
+        static TagLibDebugListener listener;
+        TagLib::setDebugListener(&listener);
+    });
+}
+
+QString toQString(const TagLib::String& text) {
+    return QString::fromUtf8(text.toCString(true));
+}
+
+QByteArray toQByteArray(const TagLib::ByteVector& bytes) {
+    return QByteArray(bytes.data(), static_cast<qsizetype>(bytes.size()));
+}
+
+// Several values in one field (ID3v2.4 lists, repeated Vorbis comments) are
+// shown as one text.
+QString joined(const QStringList& values) {
+    return values.join(QStringLiteral(" / "));
+}
+
+QString joined(const TagLib::StringList& values) {
+    QStringList list;
+    for (const TagLib::String& value : values) {
+        list.append(toQString(value));
+    }
+    return joined(list);
+}
+
+// Fills the fields `into` still lacks from a tag of lower precedence.
+void fillMissing(TagFields& into, const TagFields& from) {
+    for (auto member :
+         {&TagFields::title, &TagFields::album, &TagFields::artist, &TagFields::albumArtist}) {
+        if (!(into.*member)) {
+            into.*member = from.*member;
+        }
+    }
+}
+
+// --- ID3v2 ---------------------------------------------------------------
+
+std::optional<QString> id3v2Text(const TagLib::ID3v2::Tag& tag, const char* frameId) {
+    const TagLib::ID3v2::FrameListMap& frames = tag.frameListMap();
+    const auto it = frames.find(frameId);
+    if (it == frames.end() || it->second.isEmpty()) {
+        return std::nullopt;
+    }
+    // A frame under this name that is not a text frame (one TagLib could not
+    // parse, say) counts as no frame.
+    const auto* text =
+        dynamic_cast<const TagLib::ID3v2::TextIdentificationFrame*>(it->second.front());
+    if (!text) {
+        return std::nullopt;
+    }
+    return joined(text->fieldList());
+}
+
+TagFields id3v2Fields(const TagLib::ID3v2::Tag* tag) {
+    if (!tag) {
+        return {};
+    }
+    return {id3v2Text(*tag, "TIT2"), id3v2Text(*tag, "TALB"), id3v2Text(*tag, "TPE1"),
+            id3v2Text(*tag, "TPE2")};
+}
+
+std::optional<QByteArray> id3v2FrontCover(const TagLib::ID3v2::Tag* tag) {
+    if (!tag) {
+        return std::nullopt;
+    }
+    const TagLib::ID3v2::FrameListMap& frames = tag->frameListMap();
+    const auto it = frames.find("APIC");
+    if (it == frames.end()) {
+        return std::nullopt;
+    }
+    for (const TagLib::ID3v2::Frame* frame : it->second) {
+        const auto* picture = dynamic_cast<const TagLib::ID3v2::AttachedPictureFrame*>(frame);
+        if (picture && picture->type() == TagLib::ID3v2::AttachedPictureFrame::FrontCover) {
+            return toQByteArray(picture->picture());
+        }
+    }
+    return std::nullopt;
+}
+
+// --- ID3v1: fixed-width fields cannot tell empty from missing ------------
+
+std::optional<QString> nonEmpty(const TagLib::String& text) {
+    if (text.isEmpty()) {
+        return std::nullopt;
+    }
+    return toQString(text);
+}
+
+TagFields id3v1Fields(const TagLib::ID3v1::Tag* tag) {
+    if (!tag) {
+        return {};
+    }
+    return {nonEmpty(tag->title()), nonEmpty(tag->album()), nonEmpty(tag->artist()), std::nullopt};
+}
+
+// --- APE -------------------------------------------------------------------
+
+std::optional<QString> apeText(const TagLib::APE::Tag& tag, const char* key) {
+    const TagLib::APE::ItemListMap& items = tag.itemListMap();
+    const auto it = items.find(key);
+    if (it == items.end() || it->second.type() != TagLib::APE::Item::Text) {
+        return std::nullopt;
+    }
+    return joined(it->second.values());
+}
+
+TagFields apeFields(const TagLib::APE::Tag* tag) {
+    if (!tag) {
+        return {};
+    }
+    TagFields fields{apeText(*tag, "TITLE"), apeText(*tag, "ALBUM"), apeText(*tag, "ARTIST"),
+                     apeText(*tag, "ALBUM ARTIST")};
+    if (!fields.albumArtist) {
+        fields.albumArtist = apeText(*tag, "ALBUMARTIST");
+    }
+    return fields;
+}
+
+// A binary item: a file name, a zero byte, then the picture.
+std::optional<QByteArray> apeFrontCover(const TagLib::APE::Tag* tag) {
+    if (!tag) {
+        return std::nullopt;
+    }
+    const TagLib::APE::ItemListMap& items = tag->itemListMap();
+    const auto it = items.find("COVER ART (FRONT)");
+    if (it == items.end() || it->second.type() != TagLib::APE::Item::Binary) {
+        return std::nullopt;
+    }
+    const TagLib::ByteVector data = it->second.binaryData();
+    const int separator = data.find('\0');
+    if (separator < 0) {
+        return std::nullopt;
+    }
+    return toQByteArray(data.mid(static_cast<unsigned int>(separator) + 1));
+}
+
+// --- Vorbis comments, read raw ---------------------------------------------
+// TagLib's XiphComment drops fields whose value is empty, which would turn an
+// empty title into the file name; the comment block is small and simple, so it
+// is parsed here.
+
+using VorbisComment = QHash<QString, QStringList>;
+
+std::optional<VorbisComment> parseVorbisComment(const TagLib::ByteVector& data,
+                                                unsigned int offset) {
+    const unsigned int size = data.size();
+    unsigned int pos = offset;
+    const auto readLength = [&](unsigned int& value) {
+        if (pos > size || size - pos < 4) {
+            return false;
+        }
+        value = data.toUInt(pos, false);
+        pos += 4;
+        return true;
+    };
+    unsigned int vendorLength = 0;
+    if (!readLength(vendorLength) || vendorLength > size - pos) {
+        return std::nullopt;
+    }
+    pos += vendorLength;
+    unsigned int count = 0;
+    if (!readLength(count)) {
+        return std::nullopt;
+    }
+    VorbisComment comment;
+    // Every entry needs at least its length word, so a lying count stops at
+    // the end of the data.
+    for (unsigned int i = 0; i < count; ++i) {
+        unsigned int length = 0;
+        if (!readLength(length) || length > size - pos) {
+            break;
+        }
+        const char* entry = data.data() + pos;
+        pos += length;
+        const char* separator = static_cast<const char*>(memchr(entry, '=', length));
+        if (!separator || separator == entry) {
+            continue;
+        }
+        const auto keyLength = static_cast<qsizetype>(separator - entry);
+        const QString key = QString::fromLatin1(entry, keyLength).toUpper();
+        comment[key].append(
+            QString::fromUtf8(separator + 1, static_cast<qsizetype>(length) - keyLength - 1));
+    }
+    return comment;
+}
+
+TagFields vorbisFields(const std::optional<VorbisComment>& comment) {
+    if (!comment) {
+        return {};
+    }
+    const auto field = [&](const QString& key) -> std::optional<QString> {
+        const auto it = comment->constFind(key);
+        if (it == comment->cend()) {
+            return std::nullopt;
+        }
+        return joined(*it);
+    };
+    TagFields fields{field("TITLE"), field("ALBUM"), field("ARTIST"), field("ALBUMARTIST")};
+    if (!fields.albumArtist) {
+        fields.albumArtist = field("ALBUM ARTIST");
+    }
+    return fields;
+}
+
+// The comment header of an Ogg stream: the second packet, behind the codec's
+// own signature.
+std::optional<VorbisComment> oggComment(TagLib::Ogg::File& file, const char* signature) {
+    const TagLib::ByteVector packet = file.packet(1);
+    const TagLib::ByteVector prefix(signature);
+    if (!packet.startsWith(prefix)) {
+        return std::nullopt;
+    }
+    return parseVorbisComment(packet, prefix.size());
+}
+
+constexpr unsigned int kFlacVorbisCommentBlock = 4;
+
+// FLAC in Ogg: the first packet says how many header packets follow; each is
+// a metadata block with its 4-byte block header.
+std::optional<VorbisComment> oggFlacComment(TagLib::Ogg::FLAC::File& file) {
+    const TagLib::ByteVector first = file.packet(0);
+    if (first.size() < 9 || !first.startsWith("\x7f"
+                                              "FLAC")) {
+        return std::nullopt;
+    }
+    const unsigned int headerPackets = first.toUShort(7, true);
+    for (unsigned int i = 1; i <= headerPackets; ++i) {
+        const TagLib::ByteVector packet = file.packet(i);
+        if (packet.size() >= 4 &&
+            (static_cast<unsigned char>(packet[0]) & 0x7f) == kFlacVorbisCommentBlock) {
+            return parseVorbisComment(packet, 4);
+        }
+    }
+    return std::nullopt;
+}
+
+// Native FLAC: "fLaC" (after an ID3v2 tag some taggers put in front), then
+// metadata blocks until the one flagged last.
+std::optional<VorbisComment> flacComment(TagLib::FLAC::File& file) {
+    file.seek(0);
+    long offset = 0;
+    const TagLib::ByteVector id3Header = file.readBlock(10);
+    if (id3Header.size() == 10 && id3Header.startsWith("ID3")) {
+        const auto synchsafe = [&](int i) { return static_cast<long>(id3Header[i] & 0x7f); };
+        offset = 10 + (synchsafe(6) << 21 | synchsafe(7) << 14 | synchsafe(8) << 7 | synchsafe(9));
+        if (id3Header[5] & 0x10) {
+            offset += 10;  // footer
+        }
+    }
+    file.seek(offset);
+    if (file.readBlock(4) != TagLib::ByteVector("fLaC")) {
+        return std::nullopt;
+    }
+    const long length = file.length();
+    for (long pos = offset + 4; pos + 4 <= length;) {
+        file.seek(pos);
+        const TagLib::ByteVector header = file.readBlock(4);
+        if (header.size() < 4) {
+            break;
+        }
+        const auto type = static_cast<unsigned char>(header[0]) & 0x7fu;
+        const bool last = static_cast<unsigned char>(header[0]) & 0x80u;
+        const unsigned int blockLength = header.toUInt(1, 3, true);
+        if (type == kFlacVorbisCommentBlock) {
+            return parseVorbisComment(file.readBlock(blockLength), 0);
+        }
+        if (last) {
+            break;
+        }
+        pos += 4 + static_cast<long>(blockLength);
+    }
+    return std::nullopt;
+}
+
+std::optional<QByteArray> frontCoverOf(const TagLib::List<TagLib::FLAC::Picture*>& pictures) {
+    for (const TagLib::FLAC::Picture* picture : pictures) {
+        if (picture->type() == TagLib::FLAC::Picture::FrontCover) {
+            return toQByteArray(picture->data());
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<QByteArray> xiphFrontCover(TagLib::Ogg::XiphComment* comment) {
+    if (!comment) {
+        return std::nullopt;
+    }
+    return frontCoverOf(comment->pictureList());
+}
+
+// --- MP4 -----------------------------------------------------------------
+
+std::optional<QString> mp4Text(const TagLib::MP4::Tag& tag, const char* key) {
+    if (!tag.contains(key)) {
+        return std::nullopt;
+    }
+    // An atom holding something other than text converts to no strings.
+    const TagLib::StringList values = tag.item(key).toStringList();
+    if (values.isEmpty()) {
+        return std::nullopt;
+    }
+    return joined(values);
+}
+
+TagFields mp4Fields(const TagLib::MP4::Tag* tag) {
+    if (!tag) {
+        return {};
+    }
+    return {mp4Text(*tag, "\251nam"), mp4Text(*tag, "\251alb"), mp4Text(*tag, "\251ART"),
+            mp4Text(*tag, "aART")};
+}
+
+// MP4 has no picture types: the "covr" atom holds the cover art.
+std::optional<QByteArray> mp4FrontCover(const TagLib::MP4::Tag* tag) {
+    if (!tag || !tag->contains("covr")) {
+        return std::nullopt;
+    }
+    const TagLib::MP4::CoverArtList covers = tag->item("covr").toCoverArtList();
+    if (covers.isEmpty()) {
+        return std::nullopt;
+    }
+    return toQByteArray(covers.front().data());
+}
+
+// --- ASF -------------------------------------------------------------------
+
+std::optional<QString> asfAttribute(const TagLib::ASF::Tag& tag, const char* name) {
+    if (!tag.contains(name)) {
+        return std::nullopt;
+    }
+    const TagLib::ASF::AttributeList attributes = tag.attribute(name);
+    if (attributes.isEmpty() || attributes.front().type() != TagLib::ASF::Attribute::UnicodeType) {
+        return std::nullopt;
+    }
+    return toQString(attributes.front().toString());
+}
+
+TagFields asfFields(const TagLib::ASF::Tag* tag) {
+    if (!tag) {
+        return {};
+    }
+    // Title and artist live in the content description, whose fields are
+    // always there: only a non-empty one counts as present.
+    return {nonEmpty(tag->title()), asfAttribute(*tag, "WM/AlbumTitle"), nonEmpty(tag->artist()),
+            asfAttribute(*tag, "WM/AlbumArtist")};
+}
+
+std::optional<QByteArray> asfFrontCover(const TagLib::ASF::Tag* tag) {
+    if (!tag || !tag->contains("WM/Picture")) {
+        return std::nullopt;
+    }
+    for (const TagLib::ASF::Attribute& attribute : tag->attribute("WM/Picture")) {
+        const TagLib::ASF::Picture picture = attribute.toPicture();
+        if (picture.isValid() && picture.type() == TagLib::ASF::Picture::FrontCover) {
+            return toQByteArray(picture.picture());
+        }
+    }
+    return std::nullopt;
+}
+
+// --- RIFF INFO -------------------------------------------------------------
+
+TagFields infoFields(const TagLib::RIFF::Info::Tag* tag) {
+    if (!tag) {
+        return {};
+    }
+    const TagLib::RIFF::Info::FieldListMap fields = tag->fieldListMap();
+    const auto field = [&](const char* id) -> std::optional<QString> {
+        const auto it = fields.find(id);
+        if (it == fields.end()) {
+            return std::nullopt;
+        }
+        return toQString(it->second);
+    };
+    return {field("INAM"), field("IPRD"), field("IART"), std::nullopt};
+}
+
+// --- Dispatch --------------------------------------------------------------
+
+TagLib::FileRef open(const QString& path) {
+    routeTagLibMessages();
+    const QByteArray name = QFile::encodeName(path);
+    TagLib::FileRef ref(name.constData(), false);
+    if (ref.isNull() || !ref.file()->isValid()) {
+        qCDebug(lcPlayback) << "no readable tag in" << path;
+        return {};
+    }
+    return ref;
+}
+
+TagFields fieldsOf(TagLib::File* file) {
+    TagFields fields;
+    const auto take = [&](const TagFields& from) { fillMissing(fields, from); };
+    if (auto* mpeg = dynamic_cast<TagLib::MPEG::File*>(file)) {
+        take(id3v2Fields(mpeg->hasID3v2Tag() ? mpeg->ID3v2Tag() : nullptr));
+        take(apeFields(mpeg->hasAPETag() ? mpeg->APETag() : nullptr));
+        take(id3v1Fields(mpeg->hasID3v1Tag() ? mpeg->ID3v1Tag() : nullptr));
+    } else if (auto* mp4 = dynamic_cast<TagLib::MP4::File*>(file)) {
+        take(mp4Fields(mp4->tag()));
+    } else if (auto* flac = dynamic_cast<TagLib::FLAC::File*>(file)) {
+        take(vorbisFields(flacComment(*flac)));
+        take(id3v2Fields(flac->hasID3v2Tag() ? flac->ID3v2Tag() : nullptr));
+        take(id3v1Fields(flac->hasID3v1Tag() ? flac->ID3v1Tag() : nullptr));
+    } else if (auto* vorbis = dynamic_cast<TagLib::Ogg::Vorbis::File*>(file)) {
+        take(vorbisFields(oggComment(*vorbis, "\x03vorbis")));
+    } else if (auto* opus = dynamic_cast<TagLib::Ogg::Opus::File*>(file)) {
+        take(vorbisFields(oggComment(*opus, "OpusTags")));
+    } else if (auto* speex = dynamic_cast<TagLib::Ogg::Speex::File*>(file)) {
+        take(vorbisFields(parseVorbisComment(speex->packet(1), 0)));
+    } else if (auto* oggFlac = dynamic_cast<TagLib::Ogg::FLAC::File*>(file)) {
+        take(vorbisFields(oggFlacComment(*oggFlac)));
+    } else if (auto* wav = dynamic_cast<TagLib::RIFF::WAV::File*>(file)) {
+        take(id3v2Fields(wav->hasID3v2Tag() ? wav->ID3v2Tag() : nullptr));
+        take(infoFields(wav->hasInfoTag() ? wav->InfoTag() : nullptr));
+    } else if (auto* aiff = dynamic_cast<TagLib::RIFF::AIFF::File*>(file)) {
+        take(id3v2Fields(aiff->hasID3v2Tag() ? aiff->tag() : nullptr));
+    } else if (auto* ape = dynamic_cast<TagLib::APE::File*>(file)) {
+        take(apeFields(ape->hasAPETag() ? ape->APETag() : nullptr));
+        take(id3v1Fields(ape->hasID3v1Tag() ? ape->ID3v1Tag() : nullptr));
+    } else if (auto* wavPack = dynamic_cast<TagLib::WavPack::File*>(file)) {
+        take(apeFields(wavPack->hasAPETag() ? wavPack->APETag() : nullptr));
+        take(id3v1Fields(wavPack->hasID3v1Tag() ? wavPack->ID3v1Tag() : nullptr));
+    } else if (auto* mpc = dynamic_cast<TagLib::MPC::File*>(file)) {
+        take(apeFields(mpc->hasAPETag() ? mpc->APETag() : nullptr));
+        take(id3v1Fields(mpc->hasID3v1Tag() ? mpc->ID3v1Tag() : nullptr));
+    } else if (auto* trueAudio = dynamic_cast<TagLib::TrueAudio::File*>(file)) {
+        take(id3v2Fields(trueAudio->hasID3v2Tag() ? trueAudio->ID3v2Tag() : nullptr));
+        take(id3v1Fields(trueAudio->hasID3v1Tag() ? trueAudio->ID3v1Tag() : nullptr));
+    } else if (auto* asf = dynamic_cast<TagLib::ASF::File*>(file)) {
+        take(asfFields(asf->tag()));
+    } else if (const TagLib::Tag* tag = file->tag()) {
+        // Tracker modules and the like: only the generic view, where a field
+        // is there when it holds something.
+        take({nonEmpty(tag->title()), nonEmpty(tag->album()), nonEmpty(tag->artist()),
+              std::nullopt});
+    }
+    return fields;
+}
+
+std::optional<QByteArray> frontCoverOf(TagLib::File* file) {
+    std::optional<QByteArray> cover;
+    const auto take = [&](std::optional<QByteArray> candidate) {
+        if (!cover) {
+            cover = std::move(candidate);
+        }
+    };
+    if (auto* mpeg = dynamic_cast<TagLib::MPEG::File*>(file)) {
+        take(id3v2FrontCover(mpeg->hasID3v2Tag() ? mpeg->ID3v2Tag() : nullptr));
+        take(apeFrontCover(mpeg->hasAPETag() ? mpeg->APETag() : nullptr));
+    } else if (auto* mp4 = dynamic_cast<TagLib::MP4::File*>(file)) {
+        take(mp4FrontCover(mp4->tag()));
+    } else if (auto* flac = dynamic_cast<TagLib::FLAC::File*>(file)) {
+        take(frontCoverOf(flac->pictureList()));
+        take(xiphFrontCover(flac->hasXiphComment() ? flac->xiphComment() : nullptr));
+        take(id3v2FrontCover(flac->hasID3v2Tag() ? flac->ID3v2Tag() : nullptr));
+    } else if (auto* ogg = dynamic_cast<TagLib::Ogg::File*>(file)) {
+        take(xiphFrontCover(dynamic_cast<TagLib::Ogg::XiphComment*>(ogg->tag())));
+    } else if (auto* wav = dynamic_cast<TagLib::RIFF::WAV::File*>(file)) {
+        take(id3v2FrontCover(wav->hasID3v2Tag() ? wav->ID3v2Tag() : nullptr));
+    } else if (auto* aiff = dynamic_cast<TagLib::RIFF::AIFF::File*>(file)) {
+        take(id3v2FrontCover(aiff->hasID3v2Tag() ? aiff->tag() : nullptr));
+    } else if (auto* ape = dynamic_cast<TagLib::APE::File*>(file)) {
+        take(apeFrontCover(ape->hasAPETag() ? ape->APETag() : nullptr));
+    } else if (auto* wavPack = dynamic_cast<TagLib::WavPack::File*>(file)) {
+        take(apeFrontCover(wavPack->hasAPETag() ? wavPack->APETag() : nullptr));
+    } else if (auto* mpc = dynamic_cast<TagLib::MPC::File*>(file)) {
+        take(apeFrontCover(mpc->hasAPETag() ? mpc->APETag() : nullptr));
+    } else if (auto* trueAudio = dynamic_cast<TagLib::TrueAudio::File*>(file)) {
+        take(id3v2FrontCover(trueAudio->hasID3v2Tag() ? trueAudio->ID3v2Tag() : nullptr));
+    } else if (auto* asf = dynamic_cast<TagLib::ASF::File*>(file)) {
+        take(asfFrontCover(asf->tag()));
+    }
+    return cover;
+}
+
+}  // namespace
+
+TagFields TagReader::readFields(const QString& path) {
+    TagLib::FileRef ref = open(path);
+    if (ref.isNull()) {
+        return {};
+    }
+    return fieldsOf(ref.file());
+}
+
+std::optional<QByteArray> TagReader::readFrontCover(const QString& path) {
+    TagLib::FileRef ref = open(path);
+    if (ref.isNull()) {
+        return std::nullopt;
+    }
+    return frontCoverOf(ref.file());
+}

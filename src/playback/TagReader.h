@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <optional>
+
+// The four text fields a track takes from its file's tag. A field the tag does
+// not carry is absent; one that is there but holds nothing is the empty string.
+// The difference matters: an absent title falls back to the file name, an
+// empty one stays empty.
+struct TagFields {
+    std::optional<QString> title;
+    std::optional<QString> album;
+    std::optional<QString> artist;
+    std::optional<QString> albumArtist;
+};
+
+// Reads tags by path for every container TagLib knows (MPEG with ID3v2/APE/
+// ID3v1, MP4, FLAC, Ogg Vorbis/Opus/Speex/FLAC, WAV, AIFF, APE, WavPack,
+// Musepack, TrueAudio, ASF). A file that cannot be read, or has no tag, reads
+// as a tag without any field. Safe to call from any thread.
+class TagReader {
+public:
+    static TagFields readFields(const QString& path);
+
+    // The encoded bytes of the front-cover picture, undecoded: the attached
+    // picture of the front-cover type (ID3v2, FLAC and Xiph picture blocks,
+    // ASF), the first "covr" entry of MP4, APE's front cover item. Absent when
+    // the file has no tag or no such picture.
+    static std::optional<QByteArray> readFrontCover(const QString& path);
+};

@@ -1,0 +1,74 @@
+#include <gtest/gtest.h>
+
+#include <QProcess>
+
+#include "TagFixtures.h"
+#include "TestSupport.h"
+
+namespace {
+
+struct CliRun {
+    int exitCode = -1;
+    QString out;
+    QString err;
+};
+
+// Runs `corvantis-cli info` with `files`.
+CliRun runInfo(const QStringList& files) {
+    QProcess process;
+    process.start(CORVANTIS_CLI, QStringList{"info"} + files);
+    if (!process.waitForFinished(20000)) {
+        ADD_FAILURE() << "corvantis-cli did not finish";
+        process.kill();
+        process.waitForFinished();
+    }
+    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+            QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
+}
+
+}  // namespace
+
+TEST(InfoCommand, PrintsEachFileAndReportsTheMissingOnes) {
+    const QString tagged = testHome() + "/in/tagged.wav";
+    writeFile(tagged, pcmWav(800));
+    ASSERT_TRUE(writeTag(tagged, {.title = "Two\nLines \\ here",
+                                  .album = "",
+                                  .artist = "Ärtist",
+                                  .frontCover = pictureBytes({20, 20}, Qt::red)}));
+    const QString text = testHome() + "/in/readme.txt";
+    writeFile(text, "not audio");
+
+    const CliRun run = runInfo({tagged, testHome() + "/in/gone.mp3", text});
+    EXPECT_NE(run.exitCode, 0);
+    // One line for the missing file (the platform may add warnings of its own).
+    const QStringList complaints = run.err.split('\n').filter("corvantis-cli:");
+    ASSERT_EQ(complaints.size(), 1) << run.err.toStdString();
+    EXPECT_TRUE(complaints[0].contains("gone.mp3"));
+    const QStringList records = run.out.split("\n\n");
+    ASSERT_EQ(records.size(), 2) << run.out.toStdString();
+    EXPECT_TRUE(
+        records[0].startsWith("fileName: tagged.wav\n"
+                              "title: Two\\nLines \\\\ here\n"
+                              "album: \n"
+                              "artist: Ärtist\n"
+                              "albumArtist: N/A\n"
+                              "duration: "))
+        << records[0].toStdString();
+    EXPECT_TRUE(records[0].endsWith("\ncover: yes"));
+    EXPECT_EQ(records[1],
+              "fileName: readme.txt\n"
+              "title: readme.txt\n"
+              "album: Unknown Album\n"
+              "artist: Unknown Artist\n"
+              "albumArtist: N/A\n"
+              "duration: nan\n"
+              "cover: no\n");
+}
+
+TEST(InfoCommand, NeedsFilesAndRejectsDirectories) {
+    EXPECT_EQ(runInfo({}).exitCode, 2);
+    const CliRun run = runInfo({testHome()});
+    EXPECT_NE(run.exitCode, 0);
+    EXPECT_TRUE(run.out.isEmpty());
+}

@@ -1,0 +1,323 @@
+#include "TagFixtures.h"
+
+#include <QBuffer>
+#include <QFile>
+#include <QImage>
+#include <QtEndian>
+#include <cmath>
+#include <vector>
+
+#include <taglib/aifffile.h>
+#include <taglib/attachedpictureframe.h>
+#include <taglib/flacpicture.h>
+#include <taglib/mp4file.h>
+#include <taglib/mpegfile.h>
+#include <taglib/opusfile.h>
+#include <taglib/textidentificationframe.h>
+#include <taglib/vorbisfile.h>
+#include <taglib/wavfile.h>
+
+namespace {
+
+constexpr int kRate = 8000;
+
+template <typename Int>
+void appendLE(QByteArray& out, Int value) {
+    char bytes[sizeof(Int)];
+    qToLittleEndian(value, bytes);
+    out.append(bytes, sizeof(Int));
+}
+
+template <typename Int>
+void appendBE(QByteArray& out, Int value) {
+    char bytes[sizeof(Int)];
+    qToBigEndian(value, bytes);
+    out.append(bytes, sizeof(Int));
+}
+
+void appendLE32(QByteArray& out, quint32 value) {
+    appendLE(out, value);
+}
+void appendLE16(QByteArray& out, quint16 value) {
+    appendLE(out, value);
+}
+void appendBE32(QByteArray& out, quint32 value) {
+    appendBE(out, value);
+}
+void appendBE16(QByteArray& out, quint16 value) {
+    appendBE(out, value);
+}
+
+qint16 sample(int frame) {
+    return static_cast<qint16>(8000 * std::sin(2 * M_PI * 440.0 * frame / kRate));
+}
+
+TagLib::String toTagLib(const QString& text) {
+    return TagLib::String(text.toStdString(), TagLib::String::UTF8);
+}
+
+TagLib::ByteVector toByteVector(const QByteArray& bytes) {
+    return TagLib::ByteVector(bytes.constData(), static_cast<unsigned int>(bytes.size()));
+}
+
+QByteArray toQByteArray(const TagLib::ByteVector& bytes) {
+    return QByteArray(bytes.data(), static_cast<qsizetype>(bytes.size()));
+}
+
+// --- ID3v2 -----------------------------------------------------------------
+
+void addTextFrame(TagLib::ID3v2::Tag* tag, const char* id, const std::optional<QString>& value) {
+    if (!value) {
+        return;
+    }
+    auto* frame = new TagLib::ID3v2::TextIdentificationFrame(id, TagLib::String::UTF8);
+    frame->setText(toTagLib(*value));
+    tag->addFrame(frame);
+}
+
+void addPictureFrame(TagLib::ID3v2::Tag* tag, const std::optional<QByteArray>& bytes,
+                     TagLib::ID3v2::AttachedPictureFrame::Type type) {
+    if (!bytes) {
+        return;
+    }
+    auto* frame = new TagLib::ID3v2::AttachedPictureFrame;
+    frame->setMimeType("image/png");
+    frame->setType(type);
+    frame->setPicture(toByteVector(*bytes));
+    tag->addFrame(frame);
+}
+
+void applyId3v2(TagLib::ID3v2::Tag* tag, const TagSpec& spec) {
+    addTextFrame(tag, "TIT2", spec.title);
+    addTextFrame(tag, "TALB", spec.album);
+    addTextFrame(tag, "TPE1", spec.artist);
+    addTextFrame(tag, "TPE2", spec.albumArtist);
+    addPictureFrame(tag, spec.backCover, TagLib::ID3v2::AttachedPictureFrame::BackCover);
+    addPictureFrame(tag, spec.frontCover, TagLib::ID3v2::AttachedPictureFrame::FrontCover);
+}
+
+// --- Vorbis comments, written raw so that empty values survive ---------------
+
+QByteArray flacPictureBlock(const QByteArray& bytes, TagLib::FLAC::Picture::Type type) {
+    TagLib::FLAC::Picture picture;
+    picture.setType(type);
+    picture.setMimeType("image/png");
+    picture.setData(toByteVector(bytes));
+    return toQByteArray(picture.render());
+}
+
+std::vector<QByteArray> pictureBlocks(const TagSpec& spec) {
+    std::vector<QByteArray> blocks;
+    if (spec.backCover) {
+        blocks.push_back(flacPictureBlock(*spec.backCover, TagLib::FLAC::Picture::BackCover));
+    }
+    if (spec.frontCover) {
+        blocks.push_back(flacPictureBlock(*spec.frontCover, TagLib::FLAC::Picture::FrontCover));
+    }
+    return blocks;
+}
+
+// Ogg streams carry pictures inside the comment; FLAC has blocks of its own.
+QByteArray vorbisComment(const TagSpec& spec, bool picturesInside) {
+    std::vector<QByteArray> entries;
+    const auto add = [&](const char* key, const std::optional<QString>& value) {
+        if (value) {
+            entries.push_back(QByteArray(key) + '=' + value->toUtf8());
+        }
+    };
+    add("TITLE", spec.title);
+    add("ALBUM", spec.album);
+    add("ARTIST", spec.artist);
+    add("ALBUMARTIST", spec.albumArtist);
+    if (picturesInside) {
+        for (const QByteArray& block : pictureBlocks(spec)) {
+            entries.push_back("METADATA_BLOCK_PICTURE=" + block.toBase64());
+        }
+    }
+    const QByteArray vendor = "corvantis tests";
+    QByteArray out;
+    appendLE32(out, static_cast<quint32>(vendor.size()));
+    out += vendor;
+    appendLE32(out, static_cast<quint32>(entries.size()));
+    for (const QByteArray& entry : entries) {
+        appendLE32(out, static_cast<quint32>(entry.size()));
+        out += entry;
+    }
+    return out;
+}
+
+bool writeOggComment(TagLib::Ogg::File& file, const QByteArray& packet) {
+    if (!file.isValid()) {
+        return false;
+    }
+    file.setPacket(1, toByteVector(packet));
+    // The format classes' own save() would render TagLib's comment over ours.
+    return file.TagLib::Ogg::File::save();
+}
+
+// Rewrites the metadata blocks of a native FLAC file: STREAMINFO and other
+// blocks stay, comments, pictures and padding are replaced.
+bool writeFlacMetadata(const QString& path, const TagSpec& spec) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return false;
+    }
+    const QByteArray bytes = file.readAll();
+    file.close();
+    if (!bytes.startsWith("fLaC")) {
+        return false;
+    }
+    std::vector<std::pair<int, QByteArray>> blocks;
+    qsizetype pos = 4;
+    for (bool last = false; !last;) {
+        if (pos + 4 > bytes.size()) {
+            return false;
+        }
+        const auto header = static_cast<unsigned char>(bytes[pos]);
+        last = header & 0x80;
+        const int type = header & 0x7f;
+        const qsizetype length = (static_cast<unsigned char>(bytes[pos + 1]) << 16) |
+                                 (static_cast<unsigned char>(bytes[pos + 2]) << 8) |
+                                 static_cast<unsigned char>(bytes[pos + 3]);
+        if (type != 1 && type != 4 && type != 6) {
+            blocks.emplace_back(type, bytes.mid(pos + 4, length));
+        }
+        pos += 4 + length;
+    }
+    blocks.emplace_back(4, vorbisComment(spec, false));
+    for (const QByteArray& picture : pictureBlocks(spec)) {
+        blocks.emplace_back(6, picture);
+    }
+    QByteArray out = "fLaC";
+    for (size_t i = 0; i < blocks.size(); ++i) {
+        const auto& [type, data] = blocks[i];
+        const bool last = i + 1 == blocks.size();
+        out.append(static_cast<char>(type | (last ? 0x80 : 0)));
+        out.append(static_cast<char>(data.size() >> 16));
+        appendBE16(out, static_cast<quint16>(data.size() & 0xffff));
+        out += data;
+    }
+    out += bytes.mid(pos);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+        return false;
+    }
+    return file.write(out) == out.size();
+}
+
+// --- MP4 -------------------------------------------------------------------
+
+bool writeMp4(const QString& path, const TagSpec& spec) {
+    TagLib::MP4::File file(QFile::encodeName(path).constData());
+    if (!file.isValid()) {
+        return false;
+    }
+    TagLib::MP4::Tag* tag = file.tag();
+    const auto set = [&](const char* key, const std::optional<QString>& value) {
+        if (value) {
+            tag->setItem(key, TagLib::StringList(toTagLib(*value)));
+        }
+    };
+    set("\251nam", spec.title);
+    set("\251alb", spec.album);
+    set("\251ART", spec.artist);
+    set("aART", spec.albumArtist);
+    if (spec.frontCover) {
+        TagLib::MP4::CoverArtList covers;
+        covers.append(
+            TagLib::MP4::CoverArt(TagLib::MP4::CoverArt::PNG, toByteVector(*spec.frontCover)));
+        tag->setItem("covr", covers);
+    }
+    return file.save();
+}
+
+}  // namespace
+
+QByteArray pcmWav(int frames) {
+    QByteArray out = "RIFF";
+    appendLE32(out, static_cast<quint32>(36 + frames * 2));
+    out += "WAVEfmt ";
+    appendLE32(out, 16);
+    appendLE16(out, 1);  // PCM
+    appendLE16(out, 1);  // mono
+    appendLE32(out, kRate);
+    appendLE32(out, kRate * 2);
+    appendLE16(out, 2);
+    appendLE16(out, 16);
+    out += "data";
+    appendLE32(out, static_cast<quint32>(frames * 2));
+    for (int i = 0; i < frames; ++i) {
+        appendLE16(out, static_cast<quint16>(sample(i)));
+    }
+    return out;
+}
+
+QByteArray pcmAiff(int frames) {
+    QByteArray comm;
+    appendBE16(comm, 1);
+    appendBE32(comm, static_cast<quint32>(frames));
+    appendBE16(comm, 16);
+    // 8000 as an 80-bit extended float: exponent 2^12, mantissa 8000 << 51.
+    appendBE16(comm, 0x400B);
+    appendBE32(comm, 0xFA000000u);
+    appendBE32(comm, 0);
+    QByteArray sound;
+    appendBE32(sound, 0);
+    appendBE32(sound, 0);
+    for (int i = 0; i < frames; ++i) {
+        appendBE16(sound, static_cast<quint16>(sample(i)));
+    }
+    QByteArray body = "AIFFCOMM";
+    appendBE32(body, static_cast<quint32>(comm.size()));
+    body += comm + "SSND";
+    appendBE32(body, static_cast<quint32>(sound.size()));
+    body += sound;
+    QByteArray out = "FORM";
+    appendBE32(out, static_cast<quint32>(body.size()));
+    return out + body;
+}
+
+QByteArray pictureBytes(const QSize& size, const QColor& color, const char* format) {
+    QImage image(size, QImage::Format_RGB32);
+    image.fill(color);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, format);
+    return bytes;
+}
+
+bool writeTag(const QString& path, const TagSpec& spec) {
+    const QByteArray name = QFile::encodeName(path);
+    const QString suffix = path.section('.', -1).toLower();
+    if (suffix == "wav") {
+        TagLib::RIFF::WAV::File file(name.constData());
+        applyId3v2(file.ID3v2Tag(), spec);
+        return file.isValid() && file.save();
+    }
+    if (suffix == "aif" || suffix == "aiff") {
+        TagLib::RIFF::AIFF::File file(name.constData());
+        applyId3v2(file.tag(), spec);
+        return file.isValid() && file.save();
+    }
+    if (suffix == "mp3") {
+        TagLib::MPEG::File file(name.constData());
+        applyId3v2(file.ID3v2Tag(true), spec);
+        return file.isValid() && file.save(TagLib::MPEG::File::ID3v2);
+    }
+    if (suffix == "flac") {
+        return writeFlacMetadata(path, spec);
+    }
+    if (suffix == "ogg") {
+        TagLib::Ogg::Vorbis::File file(name.constData());
+        // The comment header ends with the framing bit.
+        return writeOggComment(file, "\x03vorbis" + vorbisComment(spec, true) + '\x01');
+    }
+    if (suffix == "opus") {
+        TagLib::Ogg::Opus::File file(name.constData());
+        return writeOggComment(file, "OpusTags" + vorbisComment(spec, true));
+    }
+    if (suffix == "m4a") {
+        return writeMp4(path, spec);
+    }
+    return false;
+}

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QByteArray>
+#include <QColor>
+#include <QSize>
+#include <QString>
+#include <optional>
+
+// What a test wants a file's tag to say. Absent fields are not written at
+// all; an empty string is written as a present, empty field.
+struct TagSpec {
+    std::optional<QString> title = std::nullopt;
+    std::optional<QString> album = std::nullopt;
+    std::optional<QString> artist = std::nullopt;
+    std::optional<QString> albumArtist = std::nullopt;
+    std::optional<QByteArray> frontCover = std::nullopt;
+    // A picture of another type (the back cover), to show it is not taken.
+    std::optional<QByteArray> backCover = std::nullopt;
+};
+
+// Short 16-bit mono PCM at 8 kHz, without any tag.
+QByteArray pcmWav(int frames);
+QByteArray pcmAiff(int frames);
+
+// An encoded picture of one colour.
+QByteArray pictureBytes(const QSize& size, const QColor& color, const char* format = "PNG");
+
+// Writes `spec` as the file's native tag, chosen by its extension (wav, aif,
+// mp3: ID3v2; flac, ogg, opus: Vorbis comments and picture blocks; m4a: MP4
+// atoms). Returns false when the file could not be tagged.
+bool writeTag(const QString& path, const TagSpec& spec);

@@ -1,0 +1,178 @@
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QtEndian>
+#include <functional>
+
+#include <taglib/mpegfile.h>
+#include <taglib/wavfile.h>
+
+#include "TagFixtures.h"
+#include "TagReader.h"
+#include "TestSupport.h"
+
+namespace {
+
+struct Format {
+    const char* suffix;
+    std::function<QByteArray()> audio;
+};
+
+void PrintTo(const Format& format, std::ostream* os) {
+    *os << format.suffix;
+}
+
+class TagReaderFormat : public ::testing::TestWithParam<Format> {
+protected:
+    QString tagged(const TagSpec& spec) {
+        const QString path = testHome() + "/fixture." + GetParam().suffix;
+        writeFile(path, GetParam().audio());
+        EXPECT_TRUE(writeTag(path, spec)) << path.toStdString();
+        return path;
+    }
+};
+
+}  // namespace
+
+TEST_P(TagReaderFormat, ReadsTheFourFields) {
+    const TagFields fields = TagReader::readFields(tagged(
+        {.title = "Ölmez Ağaç", .album = "Album", .artist = "Artist", .albumArtist = "Band"}));
+    EXPECT_EQ(fields.title, "Ölmez Ağaç");
+    EXPECT_EQ(fields.album, "Album");
+    EXPECT_EQ(fields.artist, "Artist");
+    EXPECT_EQ(fields.albumArtist, "Band");
+}
+
+TEST_P(TagReaderFormat, EmptyFieldsArePresentMissingOnesAbsent) {
+    const TagFields fields = TagReader::readFields(tagged({.title = "", .albumArtist = ""}));
+    EXPECT_EQ(fields.title, "");
+    EXPECT_EQ(fields.albumArtist, "");
+    EXPECT_FALSE(fields.album);
+    EXPECT_FALSE(fields.artist);
+}
+
+TEST_P(TagReaderFormat, TakesTheFrontCoverOnly) {
+    const QByteArray front = pictureBytes({12, 10}, Qt::red);
+    const QByteArray back = pictureBytes({10, 12}, Qt::green);
+    EXPECT_EQ(
+        TagReader::readFrontCover(tagged({.title = "x", .frontCover = front, .backCover = back})),
+        front);
+    const bool typedPictures = QByteArray(GetParam().suffix) != "m4a";
+    if (typedPictures) {
+        EXPECT_FALSE(TagReader::readFrontCover(tagged({.title = "x", .backCover = back})));
+    }
+    EXPECT_FALSE(TagReader::readFrontCover(tagged({.title = "x"})));
+}
+
+TEST_P(TagReaderFormat, UntaggedFileHasNoFields) {
+    const QString path = testHome() + "/plain." + GetParam().suffix;
+    writeFile(path, GetParam().audio());
+    const TagFields fields = TagReader::readFields(path);
+    EXPECT_FALSE(fields.title || fields.album || fields.artist || fields.albumArtist);
+    EXPECT_FALSE(TagReader::readFrontCover(path));
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, TagReaderFormat,
+                         ::testing::Values(Format{"wav", [] { return pcmWav(400); }},
+                                           Format{"aif", [] { return pcmAiff(400); }}),
+                         [](const auto& info) { return std::string(info.param.suffix); });
+
+TEST(TagReader, WavInfoChunkBacksUpId3) {
+    const QString path = testHome() + "/info.wav";
+    writeFile(path, pcmWav(400));
+    {
+        TagLib::RIFF::WAV::File file(QFile::encodeName(path).constData());
+        file.InfoTag()->setTitle("Info Title");
+        file.InfoTag()->setArtist("Info Artist");
+        file.ID3v2Tag()->setArtist("ID3 Artist");
+        ASSERT_TRUE(file.save());
+    }
+    const TagFields fields = TagReader::readFields(path);
+    EXPECT_EQ(fields.title, "Info Title");
+    EXPECT_EQ(fields.artist, "ID3 Artist");
+    EXPECT_FALSE(fields.album);
+}
+
+namespace {
+
+QByteArray le32(quint32 value) {
+    QByteArray bytes(4, '\0');
+    qToLittleEndian(value, bytes.data());
+    return bytes;
+}
+
+QByteArray flacBlock(int type, bool last, const QByteArray& data) {
+    QByteArray out;
+    out.append(static_cast<char>(type | (last ? 0x80 : 0)));
+    out.append(static_cast<char>(data.size() >> 16));
+    out.append(static_cast<char>(data.size() >> 8));
+    out.append(static_cast<char>(data.size()));
+    return out + data;
+}
+
+// STREAMINFO of a 44.1 kHz stereo 16-bit stream of unknown length.
+QByteArray streamInfo() {
+    QByteArray info(34, '\0');
+    info[0] = 0x10;  // minimum block size 4096
+    info[2] = 0x10;  // maximum block size 4096
+    info[10] = 0x0A;
+    info[11] = static_cast<char>(0xC4);
+    info[12] = 0x42;
+    info[13] = static_cast<char>(0xF0);
+    return info;
+}
+
+}  // namespace
+
+TEST(TagReader, HostileCommentBlocksReadWithoutHarm) {
+    // Comment blocks whose counts and lengths point past their end: whatever
+    // stands before the lie is still read.
+    const QByteArray good = "TITLE=Kept";
+    const QByteArray lyingCount = le32(3) + "abc" + le32(0xFFFFFFFFu) + le32(good.size()) + good;
+    const QByteArray lyingEntry =
+        le32(3) + "abc" + le32(2) + le32(good.size()) + good + le32(0x7FFFFFFFu) + "ARTIST=x";
+    const QByteArray lyingVendor = le32(0xFFFFFFF0u) + "abc";
+    const QByteArray oddEntries =
+        le32(0) + le32(3) + le32(5) + "=none" + le32(4) + "NOEQ" + le32(good.size()) + good;
+    int index = 0;
+    for (const QByteArray& comment : {lyingCount, lyingEntry, lyingVendor, oddEntries}) {
+        const QString path = testHome() + QString("/hostile%1.flac").arg(index++);
+        writeFile(path, "fLaC" + flacBlock(0, false, streamInfo()) + flacBlock(4, true, comment));
+        const TagFields fields = TagReader::readFields(path);
+        if (comment == lyingVendor) {
+            EXPECT_FALSE(fields.title);
+        } else {
+            EXPECT_EQ(fields.title, "Kept") << index;
+        }
+        EXPECT_FALSE(fields.artist);
+        EXPECT_FALSE(TagReader::readFrontCover(path));
+    }
+}
+
+TEST(TagReader, FilesThatAreNotAudioReadAsUntagged) {
+    const QByteArray wav = pcmWav(400);
+    const std::pair<const char*, QByteArray> files[] = {
+        {"empty.mp3", QByteArray()},
+        {"text.flac", "just some text, not a stream"},
+        {"cut.wav", wav.left(30)},
+        {"cut.ogg", QByteArray("OggS\0\x02", 6)},
+        {"cut.m4a", QByteArray("\0\0\0\x20"
+                               "ftypM4A ",
+                               12)},
+        {"noise.opus", QByteArray(4096, '\x5a')},
+        {"noextension", wav.left(40)},
+        {"flac-cut-block.flac",
+         "fLaC" + flacBlock(0, false, streamInfo()) + QByteArray("\x84\x00\xff\xff", 4)},
+        {"id3-too-long.flac", QByteArray("ID3\x04\0\0\x7f\x7f\x7f\x7f", 10) + "fLaC"},
+    };
+    for (const auto& [name, bytes] : files) {
+        SCOPED_TRACE(name);
+        const QString path = testHome() + "/" + name;
+        writeFile(path, bytes);
+        const TagFields fields = TagReader::readFields(path);
+        EXPECT_FALSE(fields.title || fields.album || fields.artist || fields.albumArtist);
+        EXPECT_FALSE(TagReader::readFrontCover(path));
+    }
+    EXPECT_FALSE(TagReader::readFields(testHome() + "/does not exist.mp3").title);
+    EXPECT_FALSE(TagReader::readFrontCover(testHome()));
+}

@@ -276,6 +276,17 @@ QByteArray pcmAiff(int frames) {
     return out + body;
 }
 
+QByteArray silentMp3(int frames) {
+    // 128 kbit/s at 44.1 kHz without padding: 417 bytes a frame. All-zero side
+    // information and main data decode to silence.
+    QByteArray frame(417, '\0');
+    frame[0] = static_cast<char>(0xFF);
+    frame[1] = static_cast<char>(0xFB);
+    frame[2] = static_cast<char>(0x90);
+    frame[3] = static_cast<char>(0xC0);
+    return frame.repeated(frames);
+}
+
 QByteArray pictureBytes(const QSize& size, const QColor& color, const char* format) {
     QImage image(size, QImage::Format_RGB32);
     image.fill(color);
@@ -302,7 +313,9 @@ bool writeTag(const QString& path, const TagSpec& spec) {
     if (suffix == "mp3") {
         TagLib::MPEG::File file(name.constData());
         applyId3v2(file.ID3v2Tag(true), spec);
-        return file.isValid() && file.save(TagLib::MPEG::File::ID3v2);
+        // Other tags already in the file stay, and nothing is copied from them.
+        return file.isValid() && file.save(TagLib::MPEG::File::ID3v2, TagLib::File::StripNone,
+                                           TagLib::ID3v2::v4, TagLib::File::DoNotDuplicate);
     }
     if (suffix == "flac") {
         return writeFlacMetadata(path, spec);

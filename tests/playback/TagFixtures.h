@@ -21,6 +21,9 @@ struct TagSpec {
 // Short 16-bit mono PCM at 8 kHz, without any tag.
 QByteArray pcmWav(int frames);
 QByteArray pcmAiff(int frames);
+// MPEG-1 Layer III frames of silence (mono, 44.1 kHz, 1152 samples each),
+// without any header that would tell a decoder the length.
+QByteArray silentMp3(int frames);
 
 // An encoded picture of one colour.
 QByteArray pictureBytes(const QSize& size, const QColor& color, const char* format = "PNG");

@@ -4,6 +4,8 @@
 #include <QtEndian>
 #include <functional>
 
+#include <taglib/apetag.h>
+#include <taglib/id3v1tag.h>
 #include <taglib/mpegfile.h>
 #include <taglib/wavfile.h>
 
@@ -74,7 +76,8 @@ TEST_P(TagReaderFormat, UntaggedFileHasNoFields) {
 
 INSTANTIATE_TEST_SUITE_P(Formats, TagReaderFormat,
                          ::testing::Values(Format{"wav", [] { return pcmWav(400); }},
-                                           Format{"aif", [] { return pcmAiff(400); }}),
+                                           Format{"aif", [] { return pcmAiff(400); }},
+                                           Format{"mp3", [] { return silentMp3(4); }}),
                          [](const auto& info) { return std::string(info.param.suffix); });
 
 TEST(TagReader, WavInfoChunkBacksUpId3) {
@@ -91,6 +94,46 @@ TEST(TagReader, WavInfoChunkBacksUpId3) {
     EXPECT_EQ(fields.title, "Info Title");
     EXPECT_EQ(fields.artist, "ID3 Artist");
     EXPECT_FALSE(fields.album);
+}
+
+TEST(TagReader, Mp3TagsFillInByPrecedence) {
+    const QString path = testHome() + "/layers.mp3";
+    writeFile(path, silentMp3(4));
+    {
+        TagLib::MPEG::File file(QFile::encodeName(path).constData());
+        file.ID3v1Tag(true)->setTitle("v1 title");
+        file.ID3v1Tag()->setArtist("v1 artist");
+        file.ID3v1Tag()->setAlbum("v1 album");
+        file.APETag(true)->setArtist("ape artist");
+        file.APETag()->addValue("ALBUM ARTIST", "ape band");
+        ASSERT_TRUE(file.save(TagLib::MPEG::File::ID3v1 | TagLib::MPEG::File::APE));
+    }
+    TagFields fields = TagReader::readFields(path);
+    EXPECT_EQ(fields.title, "v1 title");
+    EXPECT_EQ(fields.artist, "ape artist");
+    EXPECT_EQ(fields.albumArtist, "ape band");
+    EXPECT_EQ(fields.album, "v1 album");
+
+    // ID3v2 comes first, and its empty frame is an answer, not a gap.
+    ASSERT_TRUE(writeTag(path, {.title = "", .album = "v2 album"}));
+    fields = TagReader::readFields(path);
+    EXPECT_EQ(fields.title, "");
+    EXPECT_EQ(fields.album, "v2 album");
+    EXPECT_EQ(fields.artist, "ape artist");
+}
+
+TEST(TagReader, EmptyId3v1FieldsCountAsMissing) {
+    const QString path = testHome() + "/v1.mp3";
+    writeFile(path, silentMp3(4));
+    {
+        TagLib::MPEG::File file(QFile::encodeName(path).constData());
+        file.ID3v1Tag(true)->setAlbum("only the album");
+        ASSERT_TRUE(file.save(TagLib::MPEG::File::ID3v1));
+    }
+    const TagFields fields = TagReader::readFields(path);
+    EXPECT_FALSE(fields.title);
+    EXPECT_FALSE(fields.artist);
+    EXPECT_EQ(fields.album, "only the album");
 }
 
 namespace {

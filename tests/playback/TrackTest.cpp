@@ -74,6 +74,15 @@ TEST(TrackFromFile, UntaggedAndUnreadableFilesGetTheDefaults) {
     }
     // Bytes nothing can decode have no length: the invalid time.
     EXPECT_TRUE(std::isnan(Track::fromFile("notes.mp3", directory)->duration));
+    EXPECT_DOUBLE_EQ(Track::fromFile("plain.wav", directory)->duration, 0.1);
+}
+
+TEST(TrackFromFile, DurationIsTheLengthOfTheAudio) {
+    const QString directory = testHome() + "/lengths";
+    writeFile(directory + "/short.aif", pcmAiff(400));
+    writeFile(directory + "/frames.mp3", silentMp3(40));
+    EXPECT_DOUBLE_EQ(Track::fromFile("short.aif", directory)->duration, 0.05);
+    EXPECT_NEAR(Track::fromFile("frames.mp3", directory)->duration, 40 * 1152 / 44100.0, 0.01);
 }
 
 TEST(TrackFromFile, EachFieldFallsBackOnItsOwnAndEmptyFramesStayEmpty) {

@@ -1,0 +1,61 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <optional>
+
+#include "AudioFile.h"
+#include "AudioNode.h"
+#include "AudioTime.h"
+
+// Plays scheduled files and segments of files, one after the other. A decoder
+// thread reads ahead into a lock-free ring, converting to the output's rate
+// and to stereo; the render thread only copies out of the ring.
+//
+// Every method but render() belongs to the main thread.
+class AudioPlayerNode final : public AudioNode {
+public:
+    AudioPlayerNode();
+    ~AudioPlayerNode() override;
+
+    // Queues the whole file after whatever is scheduled.
+    void scheduleFile(const std::shared_ptr<AudioFile>& file);
+    // Queues frames [startingFrame, startingFrame + frameCount) of the file,
+    // clipped to its length.
+    void scheduleSegment(const std::shared_ptr<AudioFile>& file, qint64 startingFrame,
+                         quint32 frameCount);
+
+    // Starts (or resumes) taking audio from the schedule; with nothing
+    // scheduled it plays silence until something is.
+    void play();
+    // Holds the position; play() goes on from there.
+    void pause();
+    // Drops everything scheduled and resets the player's timeline.
+    void stop();
+    bool isPlaying() const;
+
+    // The engine's render clock at the last block rendered; absent before the
+    // engine first rendered.
+    std::optional<AudioTime> lastRenderTime() const;
+    // `nodeTime` on the player's own timeline, counted in frames of the file
+    // scheduled last since play() after a stop; absent while stopped.
+    std::optional<AudioTime> playerTimeForNodeTime(const AudioTime& nodeTime) const;
+
+    // Whether every scheduled frame has been rendered (or nothing was).
+    bool isDrained() const;
+    // Offline outputs only: blocks the calling thread until the ring holds at
+    // least `frames` frames or the schedule has been decoded to its end.
+    void waitForAudio(int frames) const;
+
+    void prepare(double sampleRate, int maximumFrames) override;
+    void render(float* interleavedStereo, int frames) noexcept override;
+    void reset() noexcept override;
+
+    struct Shared;
+
+private:
+    void noteRenderClock(qint64 engineFrame) noexcept;
+    friend class AudioEngine;
+
+    std::shared_ptr<Shared> m_shared;
+};

@@ -52,7 +52,7 @@ public:
     // instead of rendering silence. Returns false if the engine is not running.
     bool renderOffline(float* destination, int frames);
 
-    // Render thread: one block of at most output().maximumFrames() frames.
+    // Render thread: renders `frames` frames of the graph.
     void renderBlock(float* interleavedStereo, int frames) noexcept;
 
     // Frames rendered since the engine was first started.
@@ -61,6 +61,7 @@ public:
 private:
     class OutputNode;
     void prepareGraph();
+    void renderChunk(float* interleavedStereo, int frames) noexcept;
 
     std::unique_ptr<AudioOutput> m_output;
     std::unique_ptr<OutputNode> m_outputNode;
@@ -71,5 +72,6 @@ private:
     std::vector<AudioPlayerNode*> m_players;
     Limiter m_limiter;
     bool m_prepared = false;
+    int m_maximumFrames = 512;
     std::atomic<qint64> m_renderedFrames{0};
 };

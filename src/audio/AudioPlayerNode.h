@@ -41,11 +41,8 @@ public:
     // scheduled last since play() after a stop; absent while stopped.
     std::optional<AudioTime> playerTimeForNodeTime(const AudioTime& nodeTime) const;
 
-    // Whether every scheduled frame has been rendered (or nothing was).
+    // Whether every scheduled frame has been decoded and rendered.
     bool isDrained() const;
-    // Offline outputs only: blocks the calling thread until the ring holds at
-    // least `frames` frames or the schedule has been decoded to its end.
-    void waitForAudio(int frames) const;
 
     void prepare(double sampleRate, int maximumFrames) override;
     void render(float* interleavedStereo, int frames) noexcept override;
@@ -54,8 +51,12 @@ public:
     struct Shared;
 
 private:
-    void noteRenderClock(qint64 engineFrame) noexcept;
     friend class AudioEngine;
+    // The engine's render clock before each block, for lastRenderTime().
+    void noteRenderClock(qint64 engineFrame) noexcept;
+    // Offline outputs are not real time: render() then waits for the decoder
+    // instead of playing silence where audio is late.
+    void setWaitsForDecoder(bool waits);
 
     std::shared_ptr<Shared> m_shared;
 };

@@ -22,7 +22,6 @@ public:
     struct Device;
 
 private:
-    bool open(QString* error);
     std::unique_ptr<Device> m_device;
 };
 

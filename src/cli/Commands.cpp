@@ -4,11 +4,18 @@
 
 // Declarations of the commands' entry points; add a line per command.
 int runInfoCommand(const QStringList& arguments);
+int runPlayCommand(const QStringList& arguments);
+int runRenderCommand(const QStringList& arguments);
 int runVersionCommand(const QStringList& arguments);
 
 std::span<const CliCommand> cliCommands() {
     static const std::array commands{
         CliCommand{"info", "info FILE...", runInfoCommand},
+        CliCommand{"play", "play --all | NAME...", runPlayCommand},
+        CliCommand{"render",
+                   "render [--main-gains g60,g230,g910,g3000,g14000] [--bass-gains ...] "
+                   "[--global-gain dB] [--start SECONDS] [--duration SECONDS] IN OUT.wav",
+                   runRenderCommand},
         CliCommand{"version", "version", runVersionCommand},
     };
     return commands;

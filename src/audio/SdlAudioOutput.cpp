@@ -1,0 +1,133 @@
+#include "SdlAudioOutput.h"
+
+#include <QLoggingCategory>
+#include <mutex>
+
+#include <SDL.h>
+
+#include "AudioEngine.h"
+
+Q_LOGGING_CATEGORY(lcSdlOutput, "corvantis.audio.sdl")
+
+namespace {
+
+constexpr int kDeviceBlockFrames = 1024;
+
+// SDL's audio subsystem is process-wide; it is brought up once and left up.
+bool initialiseSdlAudio(QString* error) {
+    static std::once_flag once;
+    static bool ok = false;
+    static QString failure;
+    std::call_once(once, [] {
+        // A music player's stream, so that the sound server routes and ducks it
+        // as music.
+        SDL_SetHint(SDL_HINT_AUDIO_DEVICE_STREAM_ROLE, "music");
+        SDL_SetHint(SDL_HINT_AUDIO_DEVICE_APP_NAME, "Corvantis");
+        SDL_SetHint(SDL_HINT_AUDIO_DEVICE_STREAM_NAME, "Music");
+        ok = SDL_InitSubSystem(SDL_INIT_AUDIO) == 0;
+        if (!ok) {
+            failure = QString::fromUtf8(SDL_GetError());
+        }
+    });
+    if (!ok && error) {
+        *error = failure;
+    }
+    return ok;
+}
+
+}  // namespace
+
+struct SdlAudioOutput::Device {
+    SDL_AudioDeviceID id = 0;
+    SDL_AudioSpec spec{};
+    AudioEngine* engine = nullptr;
+    bool running = false;
+    QString openError;
+    bool tried = false;
+
+    bool open(QString* error);
+
+    static void callback(void* userData, Uint8* stream, int length) {
+        auto* device = static_cast<Device*>(userData);
+        device->engine->renderBlock(reinterpret_cast<float*>(stream),
+                                    length / int(2 * sizeof(float)));
+    }
+};
+
+SdlAudioOutput::SdlAudioOutput() : m_device(std::make_unique<Device>()) {}
+
+SdlAudioOutput::~SdlAudioOutput() {
+    if (m_device->id != 0) {
+        SDL_CloseAudioDevice(m_device->id);
+    }
+}
+
+bool SdlAudioOutput::Device::open(QString* error) {
+    if (id != 0) {
+        return true;
+    }
+    if (!initialiseSdlAudio(error)) {
+        return false;
+    }
+    SDL_AudioSpec desired{};
+    // Render at the device's own rate, so the sound server does not resample.
+    SDL_AudioSpec preferred{};
+    desired.freq = SDL_GetDefaultAudioInfo(nullptr, &preferred, 0) == 0 && preferred.freq > 0
+                       ? preferred.freq
+                       : 48000;
+    desired.format = AUDIO_F32SYS;
+    desired.channels = 2;
+    desired.samples = kDeviceBlockFrames;
+    desired.callback = &Device::callback;
+    desired.userdata = this;
+    id = SDL_OpenAudioDevice(nullptr, 0, &desired, &spec, SDL_AUDIO_ALLOW_FREQUENCY_CHANGE);
+    if (id == 0) {
+        if (error) {
+            *error = QString::fromUtf8(SDL_GetError());
+        }
+        return false;
+    }
+    qCDebug(lcSdlOutput) << "opened" << SDL_GetCurrentAudioDriver() << "at" << spec.freq << "Hz,"
+                         << spec.samples << "frames";
+    return true;
+}
+
+bool SdlAudioOutput::start(AudioEngine& engine, QString* error) {
+    if (!m_device->open(error)) {
+        return false;
+    }
+    m_device->engine = &engine;
+    SDL_PauseAudioDevice(m_device->id, 0);
+    m_device->running = true;
+    return true;
+}
+
+void SdlAudioOutput::pause() {
+    if (m_device->id != 0 && m_device->running) {
+        // Returns once the callback has finished its current block.
+        SDL_PauseAudioDevice(m_device->id, 1);
+        SDL_LockAudioDevice(m_device->id);
+        SDL_UnlockAudioDevice(m_device->id);
+    }
+    m_device->running = false;
+}
+
+bool SdlAudioOutput::isRunning() const { return m_device->running; }
+
+double SdlAudioOutput::sampleRate() const {
+    // The graph is prepared for the device's rate before the device starts.
+    if (m_device->id == 0 && !m_device->tried) {
+        m_device->tried = true;
+        m_device->open(&m_device->openError);
+    }
+    return m_device->id != 0 ? double(m_device->spec.freq) : 48000.0;
+}
+
+int SdlAudioOutput::maximumFrames() const {
+    // SDL may hand out blocks of its own size; the graph is prepared for the
+    // larger of the two.
+    return m_device->id != 0 ? std::max<int>(m_device->spec.samples, kDeviceBlockFrames) * 2
+                             : kDeviceBlockFrames * 2;
+}
+
+std::unique_ptr<AudioOutput> makeDefaultAudioOutput() { return std::make_unique<SdlAudioOutput>(); }

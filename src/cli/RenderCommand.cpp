@@ -1,0 +1,182 @@
+#include <QFileInfo>
+#include <cmath>
+#include <vector>
+
+#include "AudioFile.h"
+#include "CliCommand.h"
+#include "OfflineAudioOutput.h"
+#include "PlaybackManager.h"
+#include "WavFileWriter.h"
+
+namespace {
+
+constexpr int kBandCount = 5;
+constexpr int kRenderBlock = 16384;
+
+struct RenderOptions {
+    std::vector<float> mainGains = std::vector<float>(kBandCount, 0.0f);
+    std::vector<float> bassGains = std::vector<float>(kBandCount, 0.0f);
+    float globalGain = 0.0f;
+    double start = 0.0;
+    std::optional<double> duration;
+    QString input;
+    QString output;
+};
+
+std::optional<double> parseNumber(const QString& text) {
+    bool ok = false;
+    const double value = text.toDouble(&ok);
+    if (!ok || !std::isfinite(value)) {
+        return std::nullopt;
+    }
+    return value;
+}
+
+std::optional<std::vector<float>> parseGains(const QString& text) {
+    const QStringList parts = text.split(QLatin1Char(','));
+    if (parts.size() != kBandCount) {
+        return std::nullopt;
+    }
+    std::vector<float> gains;
+    for (const QString& part : parts) {
+        const std::optional<double> gain = parseNumber(part.trimmed());
+        if (!gain) {
+            return std::nullopt;
+        }
+        gains.push_back(float(*gain));
+    }
+    return gains;
+}
+
+// Returns an error message, or nothing when the arguments make sense.
+std::optional<QString> parse(const QStringList& arguments, RenderOptions& options) {
+    QStringList positional;
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        const QString& argument = arguments[i];
+        if (!argument.startsWith(QLatin1String("--"))) {
+            positional.append(argument);
+            continue;
+        }
+        if (i + 1 >= arguments.size()) {
+            return QStringLiteral("%1 needs a value").arg(argument);
+        }
+        const QString value = arguments[++i];
+        if (argument == QLatin1String("--main-gains") || argument == QLatin1String("--bass-gains")) {
+            const auto gains = parseGains(value);
+            if (!gains) {
+                return QStringLiteral("%1 takes five comma-separated decibel values, not \"%2\"")
+                    .arg(argument, value);
+            }
+            (argument == QLatin1String("--main-gains") ? options.mainGains : options.bassGains) =
+                *gains;
+        } else if (argument == QLatin1String("--global-gain")) {
+            const auto gain = parseNumber(value);
+            if (!gain) {
+                return QStringLiteral("--global-gain takes decibels, not \"%1\"").arg(value);
+            }
+            options.globalGain = float(*gain);
+        } else if (argument == QLatin1String("--start") ||
+                   argument == QLatin1String("--duration")) {
+            const auto seconds = parseNumber(value);
+            if (!seconds || *seconds < 0.0) {
+                return QStringLiteral("%1 takes a number of seconds >= 0, not \"%2\"")
+                    .arg(argument, value);
+            }
+            if (argument == QLatin1String("--start")) {
+                options.start = *seconds;
+            } else {
+                options.duration = *seconds;
+            }
+        } else {
+            return QStringLiteral("unknown option %1").arg(argument);
+        }
+    }
+    if (positional.size() != 2) {
+        return QStringLiteral("render needs an input file and an output WAV file");
+    }
+    options.input = positional[0];
+    options.output = positional[1];
+    return std::nullopt;
+}
+
+void applyGains(AudioUnitEQ& unit, const std::vector<float>& gains) {
+    for (int band = 0; band < kBandCount; ++band) {
+        unit.bands()[size_t(band)]->setGain(gains[size_t(band)]);
+    }
+}
+
+}  // namespace
+
+// Renders a file through the same graph and equalizer units that playback
+// uses, offline at the file's own rate, into a float WAV: what the listener
+// would hear, sample for sample.
+int runRenderCommand(const QStringList& arguments) {
+    RenderOptions options;
+    if (const std::optional<QString> error = parse(arguments, options)) {
+        return cliFail(*error);
+    }
+    QString error;
+    const std::shared_ptr<AudioFile> file = AudioFile::openForReading(options.input, &error);
+    if (!file) {
+        return cliFail(QStringLiteral("cannot read %1: %2").arg(options.input, error));
+    }
+    // Positions in the file go through the same arithmetic as a seek.
+    const qint64 startingFrame = qint64(file->sampleRate() * options.start);
+    if (startingFrame >= file->length() && file->length() > 0) {
+        return cliFail(QStringLiteral("--start %1 is past the end of %2 (%3 s)")
+                           .arg(options.start)
+                           .arg(options.input)
+                           .arg(file->durationSeconds(), 0, 'f', 3));
+    }
+    qint64 frames = file->length() - startingFrame;
+    if (options.duration) {
+        frames = std::min(frames, qint64(file->sampleRate() * *options.duration));
+    }
+
+    PlaybackManager manager(std::make_unique<OfflineAudioOutput>(file->sampleRate(), 4096));
+    applyGains(*manager.equalizer(), options.mainGains);
+    manager.equalizer()->setGlobalGain(options.globalGain);
+    for (const auto& bass : manager.bassEqualizers()) {
+        applyGains(*bass, options.bassGains);
+    }
+    AudioEngine& engine = manager.audioEngine();
+    if (!engine.start(&error)) {
+        return cliFail(QStringLiteral("cannot start the audio graph: %1").arg(error));
+    }
+    WavFileWriter writer(options.output, file->sampleRate(), 2);
+    if (!writer.open()) {
+        return cliFail(QStringLiteral("cannot write %1: %2").arg(options.output, writer.errorString()));
+    }
+    AudioPlayerNode& player = manager.audioPlayerNode();
+    for (qint64 at = startingFrame, left = frames; left > 0;) {
+        // A segment's count is 32 bits; a longer render is scheduled in pieces.
+        const auto count = quint32(std::min<qint64>(left, UINT32_MAX));
+        player.scheduleSegment(file, at, count);
+        at += count;
+        left -= count;
+    }
+    player.play();
+
+    std::vector<float> block(size_t(kRenderBlock) * 2);
+    // The output stage delays by its look-ahead; its first frames are dropped
+    // so that output frame k is input frame startingFrame + k.
+    qint64 latency = engine.latencyFrames();
+    while (latency > 0) {
+        const int count = int(std::min<qint64>(latency, kRenderBlock));
+        engine.renderOffline(block.data(), count);
+        latency -= count;
+    }
+    for (qint64 left = frames; left > 0;) {
+        const int count = int(std::min<qint64>(left, kRenderBlock));
+        engine.renderOffline(block.data(), count);
+        if (!writer.write(block.data(), count)) {
+            return cliFail(
+                QStringLiteral("cannot write %1: %2").arg(options.output, writer.errorString()));
+        }
+        left -= count;
+    }
+    if (!writer.finish()) {
+        return cliFail(QStringLiteral("cannot write %1: %2").arg(options.output, writer.errorString()));
+    }
+    return 0;
+}

@@ -1,30 +1,13 @@
 #include <gtest/gtest.h>
 
-#include <QProcess>
-
 #include "TagFixtures.h"
 #include "TestSupport.h"
 
 namespace {
 
-struct CliRun {
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
-
 // Runs `corvantis-cli info` with `files`.
-CliRun runInfo(const QStringList& files) {
-    QProcess process;
-    process.start(CORVANTIS_CLI, QStringList{"info"} + files);
-    if (!process.waitForFinished(20000)) {
-        ADD_FAILURE() << "corvantis-cli did not finish";
-        process.kill();
-        process.waitForFinished();
-    }
-    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-            QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
+ProcessRun runInfo(const QStringList& files) {
+    return runProcess(CORVANTIS_CLI, QStringList{"info"} + files);
 }
 
 }  // namespace
@@ -39,7 +22,7 @@ TEST(InfoCommand, PrintsEachFileAndReportsTheMissingOnes) {
     const QString text = testHome() + "/in/readme.txt";
     writeFile(text, "not audio");
 
-    const CliRun run = runInfo({tagged, testHome() + "/in/gone.mp3", text});
+    const ProcessRun run = runInfo({tagged, testHome() + "/in/gone.mp3", text});
     EXPECT_NE(run.exitCode, 0);
     // One line for the missing file (the platform may add warnings of its own).
     const QStringList complaints = run.err.split('\n').filter("corvantis-cli:");
@@ -67,7 +50,7 @@ TEST(InfoCommand, PrintsEachFileAndReportsTheMissingOnes) {
 
 TEST(InfoCommand, NeedsFilesAndRejectsDirectories) {
     EXPECT_EQ(runInfo({}).exitCode, 2);
-    const CliRun run = runInfo({testHome()});
+    const ProcessRun run = runInfo({testHome()});
     EXPECT_NE(run.exitCode, 0);
     EXPECT_TRUE(run.out.isEmpty());
 }

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QProcessEnvironment>
 #include <QString>
+#include <QStringList>
 #include <functional>
 
 // Runs the event loop until `condition` holds or `timeoutMs` passes; returns
@@ -15,3 +17,14 @@ QString testHome();
 
 // Writes `bytes` to `path`, creating parent directories; fails the test on error.
 void writeFile(const QString& path, const QByteArray& bytes);
+
+struct ProcessRun {
+    int exitCode = -1;  // -1 when it crashed or had to be killed
+    QString out;
+    QString err;
+};
+
+// Runs a program to its end (killed after `timeoutMs`, which fails the test),
+// in this test's environment unless `environment` is given.
+ProcessRun runProcess(const QString& program, const QStringList& arguments, int timeoutMs = 20000,
+                      const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment());

@@ -526,7 +526,8 @@ TEST_F(PlaybackManagerTest, SeeksThatCannotBeRepresentedAreRefused) {
 TEST_F(PlaybackManagerTest, UnreadableTracksLeaveTheQueue) {
     const TrackPtr good = track("good", 4.0);
     const TrackPtr missing = trackAt("missing", 4.0);
-    startQueue({unreadableTrack("bad"), missing, good});
+    // A null entry is a caller's slip; it is left out of the queue.
+    startQueue({unreadableTrack("bad"), nullptr, missing, good});
     EXPECT_EQ(manager.currentPlaylist(), QList<TrackPtr>{good});
     EXPECT_EQ(manager.currentIndex(), 0);
     EXPECT_EQ(manager.state(), State::playing);

@@ -4,6 +4,7 @@
 #include <QRandomGenerator>
 #include <QThread>
 #include <cmath>
+#include <limits>
 
 #include "Log.h"
 #include "PlaybackLog.h"
@@ -15,6 +16,19 @@ namespace {
 // fit the frame position or the frame count the player takes.
 constexpr double kStartingFrameBound = 9223372036854775808.0;
 constexpr float kFrameCountBound = 4294967296.0f;
+
+// Single precision as the frame count is worked out in, saturating where a
+// plain conversion would leave the range of float.
+float toSingle(double value) {
+    constexpr double largest = std::numeric_limits<float>::max();
+    if (value > largest) {
+        return std::numeric_limits<float>::infinity();
+    }
+    if (value < -largest) {
+        return -std::numeric_limits<float>::infinity();
+    }
+    return float(value);
+}
 
 }  // namespace
 
@@ -395,7 +409,7 @@ void PlaybackManager::seekTo(double requested) {
     }
     const qint64 startingFrame = qint64(startingProduct);
 
-    const float countProduct = float(sampleRate) * float(duration - m_currentTime);
+    const float countProduct = toSingle(sampleRate) * toSingle(duration - m_currentTime);
     if (countProduct >= kFrameCountBound) {
         qCWarning(lcPlayback) << "seek refused: frame count" << countProduct
                               << "does not fit a segment";

@@ -1,0 +1,178 @@
+#pragma once
+
+#include <QList>
+#include <QObject>
+#include <QTimer>
+#include <array>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "AudioEngine.h"
+#include "AudioFile.h"
+#include "AudioOutput.h"
+#include "AudioPlayerNode.h"
+#include "AudioUnitEQ.h"
+#include "NowPlayingInfo.h"
+#include "NowPlayingPublisher.h"
+#include "PlaybackManagerDelegate.h"
+#include "Track.h"
+
+// The one object that plays music: the queue, the transport, the audio graph
+// and the one-second clock that measures a track and ends it. Main thread only.
+//
+// Nothing in the audio graph reports that a track has finished. The end of a
+// track is found by counting seconds against Track::duration on the tick, so a
+// seek needs no guard against a stale completion and the elapsed time is a
+// counter, not a reading of the audio clock.
+class PlaybackManager : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(QList<TrackPtr> currentPlaylist READ currentPlaylist WRITE setCurrentPlaylist NOTIFY
+                   currentPlaylistChanged)
+    Q_PROPERTY(int currentIndex READ currentIndex WRITE setCurrentIndex NOTIFY currentIndexChanged)
+    Q_PROPERTY(State state READ state NOTIFY stateChanged)
+    Q_PROPERTY(double currentTime READ currentTime NOTIFY currentTimeChanged)
+    Q_PROPERTY(RepeatMode repeatMode READ repeatMode WRITE setRepeatMode NOTIFY repeatModeChanged)
+    Q_PROPERTY(bool isShuffleEnabled READ isShuffleEnabled WRITE setShuffleEnabled NOTIFY
+                   isShuffleEnabledChanged)
+    Q_PROPERTY(bool canGoNext READ canGoNext NOTIFY navigationChanged)
+    Q_PROPERTY(bool canGoPrevious READ canGoPrevious NOTIFY navigationChanged)
+
+public:
+    enum class State { playing, paused, stopped };
+    Q_ENUM(State)
+    enum class RepeatMode { off = 0, one = 1, on = 2 };
+    Q_ENUM(RepeatMode)
+    // What a remote command handler reports back to the system.
+    enum class RemoteCommandStatus { success = 0, commandFailed = 200 };
+    Q_ENUM(RemoteCommandStatus)
+
+    // A uniformly random 64-bit word.
+    using RandomSource = std::function<quint64()>;
+
+    // The instance every screen and remote command uses, playing through the
+    // sound device; made on first use, on the main thread, and never released.
+    static PlaybackManager& shared();
+
+    explicit PlaybackManager(std::unique_ptr<AudioOutput> output, QObject* parent = nullptr);
+    ~PlaybackManager() override;
+
+    PlaybackManagerDelegate* delegate() const;
+    // Held weakly: a delegate that is destroyed is simply no longer called.
+    void setDelegate(PlaybackManagerDelegate* delegate);
+
+    // A list screen hands in a queue by setting the index, then the queue,
+    // then calling playCurrentTrack().
+    const QList<TrackPtr>& currentPlaylist() const { return m_currentPlaylist; }
+    void setCurrentPlaylist(const QList<TrackPtr>& playlist);
+    // May stand out of the queue's range between operations.
+    int currentIndex() const { return m_currentIndex; }
+    void setCurrentIndex(int index);
+    State state() const { return m_state; }
+    // Seconds into the current track; -1.0 until the track has a position.
+    double currentTime() const { return m_currentTime; }
+    RepeatMode repeatMode() const { return m_repeatMode; }
+    void setRepeatMode(RepeatMode mode);
+    bool isShuffleEnabled() const { return m_isShuffleEnabled; }
+    void setShuffleEnabled(bool enabled);
+
+    bool canGoNext() const;
+    bool canGoPrevious() const;
+
+    void play();
+    void pause();
+    void next();
+    void previous();
+    // Loads the track at currentIndex and starts it from its beginning.
+    void playCurrentTrack();
+    void seekTo(double seconds);
+
+    bool startEngineIfNeeded();
+    void startElapsedTimeTimer();
+    // The tick of the elapsed-time timer; public so that a test can drive the
+    // clock without waiting a second per step.
+    void notifyCurrentTimeChanged();
+    void updateNowPlayingInfo();
+
+    // Remote command handlers (play, pause, next track, previous track).
+    RemoteCommandStatus handlePlayCommand();
+    RemoteCommandStatus handlePauseCommand();
+    RemoteCommandStatus handleNextTrackCommand();
+    RemoteCommandStatus handlePreviousTrackCommand();
+
+    // Null publishes nowhere.
+    void setNowPlayingPublisher(std::shared_ptr<NowPlayingPublisher> publisher);
+    // Replaces the system random source of the shuffle picks (tests).
+    void setRandomSource(RandomSource source);
+    // A uniform integer in [0, count), free of modulo bias; count > 0.
+    int randomIndex(int count) const;
+
+    AudioPlayerNode& audioPlayerNode() { return *m_audioPlayerNode; }
+    AudioEngine& audioEngine() { return *m_audioEngine; }
+    // The main equalizer, then the three bass units, in signal order.
+    AudioUnitEQ* equalizer() const { return m_equalizer.get(); }
+    const std::vector<std::unique_ptr<AudioUnitEQ>>& bassEqualizers() const {
+        return m_bassEqualizers;
+    }
+    // The bands of equalizer(), in the order of eqFrequancies().
+    const std::vector<AudioUnitEQFilterParameters*>& bands() const { return m_bands; }
+    static constexpr std::array<int, 5> eqFrequancies() { return {60, 230, 910, 3000, 14000}; }
+    // The file of the current track, open until the next track replaces it.
+    std::shared_ptr<AudioFile> audioFile() const { return m_audioFile; }
+    // Absent until the clock is first started; inactive once it has stopped.
+    const QTimer* elpasedTimeTimer() const { return m_elpasedTimeTimer; }
+
+signals:
+    void currentPlaylistChanged();
+    void currentIndexChanged();
+    void stateChanged();
+    void currentTimeChanged();
+    void repeatModeChanged();
+    void isShuffleEnabledChanged();
+    void navigationChanged();
+
+private:
+    void setupEqualizer();
+    void setupBassEqualizers(int count);
+    void setupAudioGraph();
+    static std::unique_ptr<AudioUnitEQ> makeEqualizerUnit();
+
+    bool isIndexValid() const;
+    void setState(State state);
+    void setCurrentTime(double seconds);
+    void removeFromQueue(int index);
+    // The time as the screen may show it: never -1.0, never past the end.
+    void notifyDelegateOfCurrentTime();
+    // next() for +1, previous() for -1.
+    void changeTrack(int step);
+    // Nowhere to go: halt the player and tell the screen.
+    void stopPlayback();
+    RemoteCommandStatus statusByPlaying(bool wantPlaying) const;
+
+    template <typename Call>
+    void callDelegate(Call&& call);
+    // Writes a field and emits its change signal; false when nothing changed.
+    template <typename T>
+    bool updateField(T& field, T value, void (PlaybackManager::*changed)());
+
+    std::weak_ptr<PlaybackManagerDelegate*> m_delegate;
+    QList<TrackPtr> m_currentPlaylist;
+    int m_currentIndex = -1;
+    State m_state = State::stopped;
+    double m_currentTime = -1.0;
+    RepeatMode m_repeatMode = RepeatMode::off;
+    bool m_isShuffleEnabled = false;
+
+    // The engine does not own its nodes: they are declared first so that they
+    // outlive it, and the destructor stops the engine before anything else.
+    std::unique_ptr<AudioPlayerNode> m_audioPlayerNode;
+    std::unique_ptr<AudioUnitEQ> m_equalizer;
+    std::vector<std::unique_ptr<AudioUnitEQ>> m_bassEqualizers;
+    std::vector<AudioUnitEQFilterParameters*> m_bands;
+    std::unique_ptr<AudioEngine> m_audioEngine;
+    QTimer* m_elpasedTimeTimer = nullptr;
+    std::shared_ptr<AudioFile> m_audioFile;
+
+    std::shared_ptr<NowPlayingPublisher> m_nowPlayingPublisher;
+    RandomSource m_randomSource;
+};

@@ -1,0 +1,665 @@
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QImage>
+#include <QtEndian>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "AppDirectories.h"
+#include "Log.h"
+#include "OfflineAudioOutput.h"
+#include "PlaybackManager.h"
+#include "TestSupport.h"
+
+namespace {
+
+constexpr double kRate = 44100.0;
+constexpr int kBlock = 512;
+// Each sample holds its own frame index times 2^-24: exact in a float for
+// every index a test reaches, and far below full scale.
+constexpr double kIndexScale = 16777216.0;
+
+using State = PlaybackManager::State;
+using RepeatMode = PlaybackManager::RepeatMode;
+
+// Stereo 32-bit float WAV at kRate whose samples encode their frame index.
+QByteArray frameIndexWav(qint64 frames) {
+    const quint32 dataBytes = quint32(frames * 2 * 4);
+    QByteArray out;
+    out.reserve(int(44 + dataBytes));
+    auto le32 = [&out](quint32 v) {
+        const quint32 le = qToLittleEndian(v);
+        out.append(reinterpret_cast<const char*>(&le), 4);
+    };
+    auto le16 = [&out](quint16 v) {
+        const quint16 le = qToLittleEndian(v);
+        out.append(reinterpret_cast<const char*>(&le), 2);
+    };
+    out += "RIFF";
+    le32(36 + dataBytes);
+    out += "WAVEfmt ";
+    le32(16);
+    le16(3);  // IEEE float
+    le16(2);
+    le32(quint32(kRate));
+    le32(quint32(kRate) * 8);
+    le16(8);
+    le16(32);
+    out += "data";
+    le32(dataBytes);
+    for (qint64 i = 0; i < frames; ++i) {
+        const float sample = float(double(i) / kIndexScale);
+        quint32 bits;
+        std::memcpy(&bits, &sample, 4);
+        le32(bits);
+        le32(bits);
+    }
+    return out;
+}
+
+qint64 frameIndexOf(float sample) {
+    return std::llround(double(sample) * kIndexScale);
+}
+
+// A word the multiply-and-reject pick maps to `pick` out of `count`, well
+// clear of the rejection zone.
+quint64 wordPicking(int pick, int count) {
+    return quint64(2 * pick + 1) * (std::numeric_limits<quint64>::max() / quint64(2 * count));
+}
+
+struct RecordingDelegate : PlaybackManagerDelegate {
+    QStringList events;
+    QList<double> times;
+
+    void didStartPlayback() override { events << "start"; }
+    void didPausePlayback() override { events << "pause"; }
+    void didStopPlayback() override { events << "stop"; }
+    void didChangeTrack(TrackPtr track) override {
+        events << "track " + (track ? track->title : QStringLiteral("none"));
+    }
+    void didChangeCurrentTime(PlaybackManager&, double seconds) override { times << seconds; }
+};
+
+struct RecordingPublisher : NowPlayingPublisher {
+    QList<NowPlayingInfo> published;
+    void publish(const NowPlayingInfo& info) override { published << info; }
+};
+
+// Hands out the given words in order and counts the draws.
+struct ScriptedRandom {
+    std::vector<quint64> words;
+    size_t draws = 0;
+    PlaybackManager::RandomSource source() {
+        return [this]() -> quint64 {
+            if (draws >= words.size()) {
+                ADD_FAILURE() << "more random words drawn than scripted";
+                return 0;
+            }
+            return words[draws++];
+        };
+    }
+};
+
+// A sound device that is never there.
+class DeadOutput final : public AudioOutput {
+public:
+    bool start(AudioEngine&, QString* error) override {
+        if (error) {
+            *error = "no device";
+        }
+        return false;
+    }
+    void pause() override {}
+    bool isRunning() const override { return false; }
+    double sampleRate() const override { return kRate; }
+    int maximumFrames() const override { return kBlock; }
+};
+
+TrackPtr trackAt(const QString& title, double duration) {
+    auto track = std::make_shared<Track>();
+    track->title = title;
+    track->fileName = title + ".wav";
+    track->duration = duration;
+    return track;
+}
+
+class PlaybackManagerTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        manager.setDelegate(&delegate);
+        manager.setNowPlayingPublisher(publisher);
+    }
+
+    // A track in the music folder with `audioSeconds` of audio; `duration`
+    // is what the queue believes, which need not match.
+    TrackPtr track(const QString& title, double duration, double audioSeconds = 1.0) {
+        TrackPtr result = trackAt(title, duration);
+        writeFile(result->url(), frameIndexWav(qint64(audioSeconds * kRate)));
+        return result;
+    }
+
+    TrackPtr unreadableTrack(const QString& title) {
+        TrackPtr result = trackAt(title, 10.0);
+        writeFile(result->url(), "this is no audio file, whatever its name says");
+        return result;
+    }
+
+    void startQueue(const QList<TrackPtr>& queue, int index = 0) {
+        manager.setCurrentIndex(index);
+        manager.setCurrentPlaylist(queue);
+        manager.playCurrentTrack();
+    }
+
+    std::vector<float> render(int frames) {
+        std::vector<float> samples(size_t(frames) * 2);
+        EXPECT_TRUE(manager.audioEngine().renderOffline(samples.data(), frames));
+        return samples;
+    }
+
+    void tick(int count = 1) {
+        for (int i = 0; i < count; ++i) {
+            manager.notifyCurrentTimeChanged();
+        }
+    }
+
+    bool timerActive() const {
+        return manager.elpasedTimeTimer() && manager.elpasedTimeTimer()->isActive();
+    }
+
+    LogCapture log;
+    PlaybackManager manager{std::make_unique<OfflineAudioOutput>(kRate, kBlock)};
+    RecordingDelegate delegate;
+    std::shared_ptr<RecordingPublisher> publisher = std::make_shared<RecordingPublisher>();
+};
+
+}  // namespace
+
+TEST_F(PlaybackManagerTest, GraphIsBuiltWithFiveBandUnitsAtTheFixedFrequencies) {
+    ASSERT_NE(manager.equalizer(), nullptr);
+    ASSERT_EQ(manager.bassEqualizers().size(), 3u);
+    std::vector<const AudioUnitEQ*> units{manager.equalizer()};
+    for (const auto& unit : manager.bassEqualizers()) {
+        units.push_back(unit.get());
+    }
+    for (const AudioUnitEQ* unit : units) {
+        ASSERT_EQ(unit->bands().size(), 5u);
+        for (size_t i = 0; i < 5; ++i) {
+            EXPECT_EQ(unit->bands()[i]->frequency(), float(PlaybackManager::eqFrequancies()[i]));
+            EXPECT_FALSE(unit->bands()[i]->bypass());
+            EXPECT_EQ(unit->bands()[i]->filterType(), AudioUnitEQFilterType::parametric);
+            EXPECT_EQ(unit->bands()[i]->gain(), 0.0f);
+        }
+    }
+    EXPECT_EQ(manager.bands(), manager.equalizer()->bands());
+    EXPECT_EQ(manager.state(), State::stopped);
+    EXPECT_EQ(manager.currentIndex(), -1);
+    EXPECT_EQ(manager.currentTime(), -1.0);
+}
+
+TEST_F(PlaybackManagerTest, TrackEndsByTheCountAndTheQueueMovesOn) {
+    const TrackPtr first = track("first", 3.0);
+    const TrackPtr second = track("second", 2.0);
+    startQueue({first, second});
+
+    EXPECT_EQ(manager.state(), State::playing);
+    EXPECT_EQ(delegate.events, (QStringList{"track first", "start"}));
+    // The timer's first tick comes at once: the -1.0 of a fresh track is 0.
+    EXPECT_TRUE(timerActive());
+    EXPECT_EQ(manager.currentTime(), 0.0);
+    EXPECT_EQ(delegate.times, (QList<double>{0.0, 0.0}));
+
+    tick(3);
+    EXPECT_EQ(manager.currentTime(), 3.0);
+    EXPECT_EQ(manager.currentIndex(), 0);
+    // At the duration the tick moves on, and counts the new track's -1 to 0.
+    tick();
+    EXPECT_EQ(manager.currentIndex(), 1);
+    EXPECT_EQ(manager.currentTime(), 0.0);
+    EXPECT_EQ(delegate.events.mid(2), (QStringList{"track second", "start"}));
+
+    // The last track, repeat off: the queue ends and the index stays.
+    tick(3);
+    EXPECT_EQ(manager.state(), State::stopped);
+    EXPECT_EQ(manager.currentIndex(), 1);
+    EXPECT_EQ(delegate.events.last(), "stop");
+    EXPECT_FALSE(manager.audioPlayerNode().isPlaying());
+    // The next tick finds the node stopped: no position, and the clock ends.
+    tick();
+    EXPECT_EQ(manager.currentTime(), -1.0);
+    EXPECT_FALSE(timerActive());
+
+    // play() after a stop starts the track at the index from its beginning.
+    delegate.events.clear();
+    manager.play();
+    EXPECT_EQ(manager.state(), State::playing);
+    EXPECT_EQ(manager.currentIndex(), 1);
+    EXPECT_EQ(delegate.events, (QStringList{"track second", "start", "start"}));
+    EXPECT_TRUE(timerActive());
+}
+
+TEST_F(PlaybackManagerTest, DelegateSeesZeroForNoPositionAndNeverATimePastTheEnd) {
+    startQueue({track("short", 2.5)});
+    tick(3);
+    // The count itself runs past the end; what the screen is told does not.
+    EXPECT_EQ(manager.currentTime(), 3.0);
+    EXPECT_EQ(delegate.times.last(), 2.5);
+    for (double seconds : delegate.times) {
+        EXPECT_GE(seconds, 0.0);
+        EXPECT_LE(seconds, 2.5);
+    }
+}
+
+TEST_F(PlaybackManagerTest, StartingTheClockTwiceKeepsOneClock) {
+    startQueue({track("song", 10.0)});
+    ASSERT_EQ(manager.currentTime(), 0.0);
+    manager.startElapsedTimeTimer();
+    // A second clock would have fired its first tick at once.
+    EXPECT_EQ(manager.currentTime(), 0.0);
+    EXPECT_TRUE(timerActive());
+}
+
+TEST_F(PlaybackManagerTest, RepeatModes) {
+    const TrackPtr a = track("a", 2.0);
+    const TrackPtr b = track("b", 2.0);
+    const TrackPtr c = track("c", 2.0);
+    startQueue({a, b, c}, 2);
+    render(kBlock);
+
+    // Repeat one: the same track again from 0, at a natural end or a tap.
+    manager.setRepeatMode(RepeatMode::one);
+    tick(2);
+    log.clear();
+    tick();
+    EXPECT_EQ(manager.currentIndex(), 2);
+    // seek(0) set 0, so the replay counts from 1 in the same tick.
+    EXPECT_EQ(manager.currentTime(), 1.0);
+    EXPECT_TRUE(log.contains("Scheduling segment: startingFrame: 0, frameCount: 88200"));
+    manager.previous();
+    EXPECT_EQ(manager.currentIndex(), 2);
+    EXPECT_EQ(manager.currentTime(), 0.0);
+
+    // Repeat on: the last track wraps to the first, and back again.
+    manager.setRepeatMode(RepeatMode::on);
+    EXPECT_TRUE(manager.canGoNext());
+    manager.next();
+    EXPECT_EQ(manager.currentIndex(), 0);
+    EXPECT_EQ(manager.state(), State::playing);
+    manager.previous();
+    EXPECT_EQ(manager.currentIndex(), 2);
+    EXPECT_EQ(delegate.events.last(), "start");
+}
+
+TEST_F(PlaybackManagerTest, PreviousAtTheFirstTrackWithRepeatOffStops) {
+    startQueue({track("a", 2.0), track("b", 2.0)});
+    EXPECT_FALSE(manager.canGoPrevious());
+    EXPECT_TRUE(manager.canGoNext());
+    manager.previous();
+    EXPECT_EQ(manager.state(), State::stopped);
+    EXPECT_EQ(manager.currentIndex(), 0);
+    EXPECT_EQ(delegate.events.last(), "stop");
+    EXPECT_FALSE(manager.audioPlayerNode().isPlaying());
+}
+
+TEST_F(PlaybackManagerTest, NavigationAvailability) {
+    EXPECT_FALSE(manager.canGoNext());
+    EXPECT_FALSE(manager.canGoPrevious());
+    manager.setShuffleEnabled(true);
+    manager.setRepeatMode(RepeatMode::on);
+    // An empty queue has nowhere to go in any mode.
+    EXPECT_FALSE(manager.canGoNext());
+    EXPECT_FALSE(manager.canGoPrevious());
+
+    manager.setShuffleEnabled(false);
+    manager.setRepeatMode(RepeatMode::off);
+    manager.setCurrentIndex(0);
+    manager.setCurrentPlaylist({trackAt("only", 1.0)});
+    EXPECT_FALSE(manager.canGoNext());
+    EXPECT_FALSE(manager.canGoPrevious());
+    manager.setRepeatMode(RepeatMode::one);
+    EXPECT_TRUE(manager.canGoNext());
+    EXPECT_TRUE(manager.canGoPrevious());
+    manager.setRepeatMode(RepeatMode::off);
+    manager.setShuffleEnabled(true);
+    EXPECT_TRUE(manager.canGoNext());
+    EXPECT_TRUE(manager.canGoPrevious());
+}
+
+TEST_F(PlaybackManagerTest, ShufflePicksAndSidestepsTheCurrentTrack) {
+    ScriptedRandom random;
+    random.words = {wordPicking(3, 4), wordPicking(3, 4), wordPicking(3, 4), wordPicking(1, 4)};
+    manager.setRandomSource(random.source());
+    manager.setShuffleEnabled(true);
+    startQueue({track("a", 2.0), track("b", 2.0), track("c", 2.0), track("d", 2.0)}, 1);
+
+    manager.next();
+    EXPECT_EQ(manager.currentIndex(), 3);
+    // Picking the current track moves one on: past the end wraps to 0.
+    manager.next();
+    EXPECT_EQ(manager.currentIndex(), 0);
+    manager.previous();
+    EXPECT_EQ(manager.currentIndex(), 3);
+    manager.setCurrentIndex(1);
+    // ... and one back for previous().
+    manager.previous();
+    EXPECT_EQ(manager.currentIndex(), 0);
+    EXPECT_EQ(random.draws, 4u);
+    EXPECT_EQ(manager.state(), State::playing);
+}
+
+TEST_F(PlaybackManagerTest, ShuffleOnOneTrackOrAtTheFirstTrackComesBackToIndexZero) {
+    ScriptedRandom random;
+    random.words = {0, wordPicking(0, 3)};
+    manager.setRandomSource(random.source());
+    manager.setShuffleEnabled(true);
+    const TrackPtr only = track("only", 2.0);
+    startQueue({only});
+    delegate.events.clear();
+    manager.next();
+    EXPECT_EQ(manager.currentIndex(), 0);
+    EXPECT_EQ(delegate.events, (QStringList{"track only", "start"}));
+
+    manager.setCurrentPlaylist({only, track("other", 2.0), track("third", 2.0)});
+    // Pick 0 at index 0: previous() goes to -1, which plays the first track,
+    // where without shuffle and with repeat on it would play the last.
+    manager.previous();
+    EXPECT_EQ(manager.currentIndex(), 0);
+    manager.setShuffleEnabled(false);
+    manager.setRepeatMode(RepeatMode::on);
+    manager.previous();
+    EXPECT_EQ(manager.currentIndex(), 2);
+}
+
+TEST_F(PlaybackManagerTest, ShuffleWithAnEmptyQueueStopsInsteadOfCrashing) {
+    manager.setShuffleEnabled(true);
+    manager.next();
+    EXPECT_EQ(manager.state(), State::stopped);
+    EXPECT_EQ(delegate.events, QStringList{"stop"});
+    manager.previous();
+    EXPECT_EQ(delegate.events, (QStringList{"stop", "stop"}));
+    EXPECT_EQ(manager.handleNextTrackCommand(),
+              PlaybackManager::RemoteCommandStatus::commandFailed);
+}
+
+TEST(PlaybackManagerRandom, MultiplyAndRejectIsExactAtTheEdges) {
+    PlaybackManager manager(std::make_unique<OfflineAudioOutput>());
+    ScriptedRandom random;
+    manager.setRandomSource(random.source());
+
+    // 2^64 mod 3 == 1: a word whose low product word is 0 is redrawn.
+    random.words = {0, std::numeric_limits<quint64>::max()};
+    EXPECT_EQ(manager.randomIndex(3), 2);
+    EXPECT_EQ(random.draws, 2u);
+    // The smallest word that is kept.
+    random.words = {1};
+    random.draws = 0;
+    EXPECT_EQ(manager.randomIndex(3), 0);
+    EXPECT_EQ(random.draws, 1u);
+    // Powers of two never redraw.
+    random.words = {0, 1ull << 62, 3ull << 62};
+    random.draws = 0;
+    EXPECT_EQ(manager.randomIndex(4), 0);
+    EXPECT_EQ(manager.randomIndex(4), 1);
+    EXPECT_EQ(manager.randomIndex(4), 3);
+    EXPECT_EQ(random.draws, 3u);
+    random.words = {12345};
+    random.draws = 0;
+    EXPECT_EQ(manager.randomIndex(1), 0);
+}
+
+TEST_F(PlaybackManagerTest, PauseAndResumeGoOnFromTheCountedTime) {
+    startQueue({track("song", 5.0, 5.0)});
+    render(kBlock);
+    tick(2);
+    ASSERT_EQ(manager.currentTime(), 2.0);
+
+    manager.pause();
+    EXPECT_EQ(manager.state(), State::paused);
+    EXPECT_EQ(delegate.events.last(), "pause");
+    EXPECT_FALSE(manager.audioPlayerNode().isPlaying());
+    EXPECT_FALSE(manager.audioEngine().isRunning());
+    // The first tick after a pause ends the clock; paused time is not counted.
+    tick();
+    EXPECT_FALSE(timerActive());
+    EXPECT_EQ(manager.currentTime(), 2.0);
+
+    log.clear();
+    manager.play();
+    EXPECT_EQ(manager.state(), State::playing);
+    EXPECT_EQ(delegate.events.last(), "start");
+    EXPECT_TRUE(timerActive());
+    EXPECT_EQ(log.lines(),
+              QStringList{"Scheduling segment: startingFrame: 88200, frameCount: 132300"});
+
+    // The audio goes on from frame 88200, not from where the node stood.
+    const int latency = manager.audioEngine().latencyFrames();
+    const std::vector<float> samples = render(latency + 4 * kBlock);
+    // Leave room for any fade the player puts on a start.
+    for (int frame = latency + kBlock; frame < latency + 4 * kBlock; ++frame) {
+        const qint64 expected = 88200 + frame - latency;
+        ASSERT_EQ(frameIndexOf(samples[size_t(frame) * 2]), expected) << "at frame " << frame;
+        ASSERT_EQ(frameIndexOf(samples[size_t(frame) * 2 + 1]), expected) << "at frame " << frame;
+    }
+}
+
+TEST_F(PlaybackManagerTest, SeekDuringAPauseLeavesTheStateAlone) {
+    startQueue({track("song", 5.0, 5.0)});
+    render(kBlock);
+    manager.pause();
+    manager.seekTo(1.0);
+    EXPECT_EQ(manager.currentTime(), 1.0);
+    EXPECT_EQ(manager.state(), State::paused);
+    EXPECT_TRUE(manager.audioPlayerNode().isPlaying());
+    // play() finds the node playing: it starts the engine and no more.
+    manager.play();
+    EXPECT_TRUE(manager.audioEngine().isRunning());
+    EXPECT_EQ(manager.state(), State::paused);
+}
+
+TEST_F(PlaybackManagerTest, SeekArithmetic) {
+    const TrackPtr song = track("song", 200.0, 10.5);
+    startQueue({song});
+
+    // Before the first render there is no render time: nothing moves.
+    manager.seekTo(10.0);
+    EXPECT_EQ(log.lines(), QStringList{"Invalid player state"});
+    EXPECT_EQ(manager.currentTime(), 0.0);
+
+    render(kBlock);
+    log.clear();
+    manager.seekTo(10.0);
+    EXPECT_EQ(manager.currentTime(), 10.0);
+    EXPECT_EQ(log.lines(),
+              QStringList{"Scheduling segment: startingFrame: 441000, frameCount: 8379000"});
+    EXPECT_EQ(delegate.times.last(), 10.0);
+
+    log.clear();
+    manager.seekTo(-5.0);
+    EXPECT_EQ(manager.currentTime(), 0.0);
+    EXPECT_EQ(log.lines(),
+              QStringList{"Scheduling segment: startingFrame: 0, frameCount: 8820000"});
+
+    // Past the end of the audio in the file, the time still moves.
+    song->duration = 100.0;
+    log.clear();
+    manager.seekTo(1000.0);
+    EXPECT_EQ(manager.currentTime(), 99.99);
+    EXPECT_EQ(log.lines(),
+              QStringList{"Invalid newSampleTime: 4409559 for audio file length: 463050"});
+
+    song->duration = 0.0;
+    log.clear();
+    manager.seekTo(3.0);
+    EXPECT_EQ(manager.currentTime(), 0.0);
+    EXPECT_EQ(log.lines(), QStringList{"No frames to play or invalid values"});
+}
+
+TEST_F(PlaybackManagerTest, SeeksThatCannotBeRepresentedAreRefused) {
+    const TrackPtr song = track("song", 5.0);
+    startQueue({song});
+    render(kBlock);
+
+    // Three days at 44.1 kHz is more frames than a segment can hold.
+    song->duration = 3 * 86400.0;
+    log.clear();
+    manager.seekTo(0.5);
+    EXPECT_EQ(manager.currentTime(), 0.5);
+    EXPECT_TRUE(log.lines().isEmpty());
+    EXPECT_TRUE(manager.audioPlayerNode().isPlaying());
+
+    // An unmeasured track: no position can be worked out, nothing changes,
+    // and the count never reaches an end.
+    song->duration = std::numeric_limits<double>::quiet_NaN();
+    manager.seekTo(1.0);
+    EXPECT_EQ(manager.currentTime(), 0.5);
+    tick(3);
+    EXPECT_EQ(manager.currentTime(), 0.5);
+    EXPECT_EQ(manager.state(), State::playing);
+    manager.updateNowPlayingInfo();
+    EXPECT_TRUE(std::isnan(publisher->published.last().playbackDuration.toDouble()));
+    manager.next();
+    EXPECT_EQ(manager.state(), State::stopped);
+    EXPECT_EQ(delegate.times.last(), 0.0);
+}
+
+TEST_F(PlaybackManagerTest, UnreadableTracksLeaveTheQueue) {
+    const TrackPtr good = track("good", 4.0);
+    const TrackPtr missing = trackAt("missing", 4.0);
+    // A null entry is a caller's slip; it is left out of the queue.
+    startQueue({unreadableTrack("bad"), nullptr, missing, good});
+    EXPECT_EQ(manager.currentPlaylist(), QList<TrackPtr>{good});
+    EXPECT_EQ(manager.currentIndex(), 0);
+    EXPECT_EQ(manager.state(), State::playing);
+    EXPECT_EQ(delegate.events, (QStringList{"track good", "start"}));
+    EXPECT_EQ(manager.audioFile()->path(), good->url());
+}
+
+TEST_F(PlaybackManagerTest, AQueueOfUnreadableTracksEndsEmptyAndSilent) {
+    startQueue({unreadableTrack("bad"), trackAt("missing", 4.0)}, 1);
+    EXPECT_TRUE(manager.currentPlaylist().isEmpty());
+    EXPECT_EQ(manager.state(), State::stopped);
+    EXPECT_TRUE(delegate.events.isEmpty());
+    EXPECT_TRUE(publisher->published.isEmpty());
+    EXPECT_FALSE(manager.audioPlayerNode().isPlaying());
+    EXPECT_FALSE(timerActive());
+}
+
+TEST(PlaybackManagerEngine, AnEngineThatWillNotStartStopsPlayback) {
+    PlaybackManager manager(std::make_unique<DeadOutput>());
+    RecordingDelegate delegate;
+    manager.setDelegate(&delegate);
+    const TrackPtr song = trackAt("song", 3.0);
+    writeFile(song->url(), frameIndexWav(4410));
+    manager.setCurrentIndex(0);
+    manager.setCurrentPlaylist({song});
+    manager.playCurrentTrack();
+    EXPECT_EQ(manager.state(), State::stopped);
+    EXPECT_EQ(delegate.events, QStringList{"stop"});
+    EXPECT_EQ(manager.currentPlaylist().size(), 1);
+
+    // The same from a remote play command, which reports its failure.
+    delegate.events.clear();
+    EXPECT_EQ(manager.handlePlayCommand(), PlaybackManager::RemoteCommandStatus::commandFailed);
+    EXPECT_EQ(delegate.events, (QStringList{"stop", "start"}));
+    EXPECT_EQ(manager.state(), State::stopped);
+}
+
+TEST_F(PlaybackManagerTest, AnEngineStoppedBehindOurBackIsRestartedByTheTick) {
+    startQueue({track("song", 10.0)});
+    manager.audioEngine().pause();
+    delegate.events.clear();
+    tick();
+    EXPECT_TRUE(manager.audioEngine().isRunning());
+    EXPECT_EQ(delegate.events, QStringList{"start"});
+    EXPECT_EQ(manager.currentTime(), 1.0);
+}
+
+TEST_F(PlaybackManagerTest, ADestroyedDelegateIsNeverCalled) {
+    int calls = 0;
+    struct CountingDelegate : PlaybackManagerDelegate {
+        explicit CountingDelegate(int* calls) : calls(calls) {}
+        int* calls;
+        void didStartPlayback() override { ++*calls; }
+        void didPausePlayback() override { ++*calls; }
+        void didStopPlayback() override { ++*calls; }
+        void didChangeTrack(TrackPtr) override { ++*calls; }
+        void didChangeCurrentTime(PlaybackManager&, double) override { ++*calls; }
+    };
+    auto counting = std::make_unique<CountingDelegate>(&calls);
+    manager.setDelegate(counting.get());
+    startQueue({track("a", 2.0), track("b", 2.0)});
+    ASSERT_GT(calls, 0);
+    counting.reset();
+    calls = 0;
+
+    EXPECT_EQ(manager.delegate(), nullptr);
+    tick(3);
+    manager.pause();
+    manager.play();
+    manager.next();
+    EXPECT_EQ(calls, 0);
+}
+
+TEST_F(PlaybackManagerTest, NowPlayingInfoAtTrackChangeCarriesTheTimeOfTheTrackBefore) {
+    const TrackPtr first = track("first", 30.0);
+    const TrackPtr second = track("second", 40.5);
+    QImage cover(40, 40, QImage::Format_RGB32);
+    cover.fill(Qt::red);
+    cover.setDevicePixelRatio(0.5);
+    second->setAlbumArtThumbnail(cover);
+    startQueue({first, second});
+    tick(2);
+
+    // A list screen's tap: index, queue, play.
+    manager.setCurrentIndex(1);
+    manager.setCurrentPlaylist({first, second});
+    manager.playCurrentTrack();
+    const NowPlayingInfo info = publisher->published.last();
+    EXPECT_EQ(info.playbackState, NowPlayingInfo::PlaybackState::playing);
+    EXPECT_EQ(info.title, "second");
+    EXPECT_EQ(info.elapsedPlaybackTime, 2.0);
+    EXPECT_EQ(info.playbackDuration.typeId(), QMetaType::Double);
+    EXPECT_EQ(info.playbackDuration.toDouble(), 40.5);
+    ASSERT_TRUE(info.artwork.has_value());
+    EXPECT_EQ(info.artwork->boundsSize, QSize(80, 80));
+    EXPECT_EQ(info.artwork->requestHandler(QSize(1, 1)), cover);
+    EXPECT_EQ(info.artwork->requestHandler(QSize(1024, 1024)), cover);
+    EXPECT_EQ(manager.currentTime(), -1.0);
+
+    manager.pause();
+    EXPECT_EQ(publisher->published.last().playbackState, NowPlayingInfo::PlaybackState::paused);
+    EXPECT_EQ(publisher->published.last().elapsedPlaybackTime, -1.0);
+}
+
+TEST_F(PlaybackManagerTest, NowPlayingInfoWithAnEmptyQueue) {
+    manager.pause();
+    ASSERT_EQ(publisher->published.size(), 1);
+    const NowPlayingInfo info = publisher->published.last();
+    EXPECT_EQ(info.playbackState, NowPlayingInfo::PlaybackState::paused);
+    EXPECT_EQ(info.title, QString());
+    EXPECT_EQ(info.elapsedPlaybackTime, -1.0);
+    EXPECT_EQ(info.playbackDuration.typeId(), QMetaType::Int);
+    EXPECT_EQ(info.playbackDuration.toInt(), 0);
+    EXPECT_FALSE(info.artwork.has_value());
+
+    // play() with nothing queued only refreshes the information.
+    manager.play();
+    EXPECT_EQ(publisher->published.size(), 2);
+    EXPECT_TRUE(delegate.events.isEmpty());
+    EXPECT_EQ(manager.state(), State::stopped);
+}
+
+TEST_F(PlaybackManagerTest, RemoteCommandsReportWhetherTheNodeEndedUpAsAsked) {
+    using Status = PlaybackManager::RemoteCommandStatus;
+    startQueue({track("a", 2.0), track("b", 2.0)});
+    EXPECT_EQ(manager.handlePauseCommand(), Status::success);
+    EXPECT_EQ(manager.handlePlayCommand(), Status::success);
+    EXPECT_EQ(manager.handleNextTrackCommand(), Status::success);
+    EXPECT_EQ(manager.currentIndex(), 1);
+    // At the end of the queue with repeat off: playback stops, and says so.
+    EXPECT_EQ(manager.handleNextTrackCommand(), Status::commandFailed);
+    EXPECT_EQ(manager.state(), State::stopped);
+    EXPECT_EQ(manager.handlePreviousTrackCommand(), Status::success);
+    EXPECT_EQ(manager.currentIndex(), 0);
+}

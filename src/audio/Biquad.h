@@ -74,7 +74,8 @@ struct BiquadSection {
 // (NaN fed in from upstream) is dropped so the section recovers.
 [[gnu::always_inline]] inline Double2 scrubbed(Double2 word) {
     const Double2 magnitude = word < 0.0 ? -word : word;
-    return (magnitude >= 1e-30) & (magnitude < 1e100) ? word : splat(0.0);
+    const auto keep = (magnitude >= 1e-30) & (magnitude < 1e100);
+    return keep ? word : splat(0.0);
 }
 
 // The kernel is built twice: for the baseline of the architecture and, on

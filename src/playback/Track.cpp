@@ -2,7 +2,6 @@
 
 #include <QBuffer>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QHash>
 #include <QPainter>
@@ -10,18 +9,8 @@
 #include <cmath>
 #include <limits>
 
-// fileref.h first: the format headers rely on its macros.
-#include <taglib/fileref.h>
-
-#include <taglib/aiffproperties.h>
-#include <taglib/apeproperties.h>
-#include <taglib/flacproperties.h>
-#include <taglib/mpcproperties.h>
-#include <taglib/trueaudioproperties.h>
-#include <taglib/wavpackproperties.h>
-#include <taglib/wavproperties.h>
-
 #include "AppDirectories.h"
+#include "AudioFile.h"
 #include "PlaybackLog.h"
 #include "TagReader.h"
 
@@ -41,36 +30,11 @@ constexpr int kThumbnailJpegQuality = 50;
 // says that with the device pixel ratio, which item views and Qt Quick honour.
 constexpr qreal kThumbnailScale = 0.5;
 
-template <typename Properties>
-std::optional<double> exactSeconds(const TagLib::AudioProperties* properties) {
-    const auto* specific = dynamic_cast<const Properties*>(properties);
-    if (!specific || specific->sampleRate() <= 0) {
-        return std::nullopt;
-    }
-    return static_cast<double>(specific->sampleFrames()) / specific->sampleRate();
-}
-
-// The length the container states: sample-exact where it counts frames
-// (WAV, AIFF, FLAC, APE, WavPack, Musepack, TrueAudio), milliseconds
-// elsewhere. A file without readable audio properties has no length: the
-// invalid time. The decoder's own count replaces this once it is built in.
+// The decoder's own frame count over its rate: what playing the file yields,
+// to the frame. A file it cannot open has no length: the invalid time.
 double measuredDuration(const QString& path) {
-    const QByteArray name = QFile::encodeName(path);
-    const TagLib::FileRef ref(name.constData(), true, TagLib::AudioProperties::Accurate);
-    const TagLib::AudioProperties* properties = ref.isNull() ? nullptr : ref.audioProperties();
-    if (!properties || properties->sampleRate() <= 0) {
-        return std::numeric_limits<double>::quiet_NaN();
-    }
-    for (const auto exact :
-         {exactSeconds<TagLib::RIFF::WAV::Properties>, exactSeconds<TagLib::RIFF::AIFF::Properties>,
-          exactSeconds<TagLib::FLAC::Properties>, exactSeconds<TagLib::APE::Properties>,
-          exactSeconds<TagLib::WavPack::Properties>, exactSeconds<TagLib::MPC::Properties>,
-          exactSeconds<TagLib::TrueAudio::Properties>}) {
-        if (const std::optional<double> seconds = exact(properties)) {
-            return *seconds;
-        }
-    }
-    return properties->lengthInMilliseconds() / 1000.0;
+    const std::shared_ptr<AudioFile> file = AudioFile::openForReading(path);
+    return file ? file->durationSeconds() : std::numeric_limits<double>::quiet_NaN();
 }
 
 // Texts compare as the user reads them: canonically equivalent spellings are

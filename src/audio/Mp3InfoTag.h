@@ -1,0 +1,25 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QtGlobal>
+#include <optional>
+
+// What the first frame of an MP3 file says about the whole stream: the
+// Xing/Info or VBRI header's frame count and, in a LAME tag, the encoder delay
+// and padding. The demuxer reads the same header but keeps the padding to
+// itself, and the exact length needs both.
+struct Mp3InfoTag {
+    qint64 frames = 0;
+    int samplesPerFrame = 0;
+    // Present only when a LAME tag (written by LAME or the libav* muxer)
+    // states them.
+    std::optional<int> delay;
+    std::optional<int> padding;
+};
+
+// Reads the tag from the start of a file; nullopt when there is none (or the
+// file does not start with ID3v2 tags followed by an MPEG audio layer III frame).
+std::optional<Mp3InfoTag> readMp3InfoTag(const QString& path);
+// The same, over the bytes that follow the ID3v2 tags.
+std::optional<Mp3InfoTag> parseMp3InfoTag(const QByteArray& audio);

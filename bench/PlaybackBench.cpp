@@ -87,10 +87,13 @@ RunResult bestOf(int runs, const std::vector<std::string>& command) {
 
 void generate(const QString& path, const QString& source, double seconds,
               const QStringList& codec) {
-    std::vector<std::string> command = {"ffmpeg", "-nostdin", "-y", "-hide_banner", "-loglevel",
-                                        "error", "-f", "lavfi", "-t",
-                                        QString::number(seconds).toStdString(), "-i",
-                                        source.toStdString(), "-ac", "2"};
+    std::vector<std::string> command = {"ffmpeg",    "-nostdin",
+                                        "-y",        "-hide_banner",
+                                        "-loglevel", "error",
+                                        "-f",        "lavfi",
+                                        "-t",        QString::number(seconds).toStdString(),
+                                        "-i",        source.toStdString(),
+                                        "-ac",       "2"};
     for (const QString& part : codec) {
         command.push_back(part.toStdString());
     }
@@ -102,8 +105,8 @@ void generate(const QString& path, const QString& source, double seconds,
 }
 
 std::vector<std::string> ffmpegNull(const QString& path) {
-    return {"ffmpeg", "-nostdin", "-hide_banner", "-loglevel", "error",
-            "-i",     path.toStdString(), "-f", "null", "-"};
+    return {"ffmpeg", "-nostdin",         "-hide_banner", "-loglevel", "error",
+            "-i",     path.toStdString(), "-f",           "null",      "-"};
 }
 
 std::vector<std::string> corvantisRender(const QString& path, const QString& out) {
@@ -113,9 +116,10 @@ std::vector<std::string> corvantisRender(const QString& path, const QString& out
 void compareRender(const char* label, const QString& path, const QString& out, int runs) {
     const RunResult ours = bestOf(runs, corvantisRender(path, out));
     const RunResult peer = bestOf(runs, ffmpegNull(path));
-    std::printf("render %-5s corvantis-cli render: %7.3f s   ffmpeg -f null: %7.3f s   "
-                "ratio %.2fx (goal <= 1.20x)\n",
-                label, ours.seconds, peer.seconds, ours.seconds / peer.seconds);
+    std::printf(
+        "render %-5s corvantis-cli render: %7.3f s   ffmpeg -f null: %7.3f s   "
+        "ratio %.2fx (goal <= 1.20x)\n",
+        label, ours.seconds, peer.seconds, ours.seconds / peer.seconds);
 }
 
 // Milliseconds from handing the manager a queue to the first audible sample.
@@ -209,9 +213,10 @@ int main(int argc, char** argv) {
 
     const RunResult ours = runProgram(corvantisRender(hour, QStringLiteral("/dev/null")));
     const RunResult peer = runProgram(ffmpegNull(hour));
-    std::printf("memory rendering %.0f s: corvantis-cli render peak %.1f MB (goal <= 64 MB)   "
-                "ffmpeg -f null peak %.1f MB\n",
-                hourSeconds, ours.peakMegabytes, peer.peakMegabytes);
+    std::printf(
+        "memory rendering %.0f s: corvantis-cli render peak %.1f MB (goal <= 64 MB)   "
+        "ffmpeg -f null peak %.1f MB\n",
+        hourSeconds, ours.peakMegabytes, peer.peakMegabytes);
 
     double latency = INFINITY;
     double firstFrame = INFINITY;
@@ -219,8 +224,9 @@ int main(int argc, char** argv) {
         latency = std::min(latency, playbackLatencyMs(music, QStringLiteral("long.mp3")));
         firstFrame = std::min(firstFrame, ffmpegFirstFrameMs(mp3));
     }
-    std::printf("latency playCurrentTrack() to first sound: %.2f ms (goal <= 50 ms)   "
-                "ffmpeg open + first frame: %.2f ms\n",
-                latency, firstFrame);
+    std::printf(
+        "latency playCurrentTrack() to first sound: %.2f ms (goal <= 50 ms)   "
+        "ffmpeg open + first frame: %.2f ms\n",
+        latency, firstFrame);
     return ours.exitCode == 0 && std::isfinite(latency) ? 0 : 1;
 }

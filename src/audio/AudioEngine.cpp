@@ -53,13 +53,21 @@ void AudioEngine::connect(AudioNode* from, AudioNode* to, std::optional<AudioFor
     m_connections.emplace_back(from, to);
 }
 
-AudioNode* AudioEngine::outputNode() { return m_outputNode.get(); }
+AudioNode* AudioEngine::outputNode() {
+    return m_outputNode.get();
+}
 
-bool AudioEngine::isRunning() const { return m_output->isRunning(); }
+bool AudioEngine::isRunning() const {
+    return m_output->isRunning();
+}
 
-double AudioEngine::sampleRate() const { return m_output->sampleRate(); }
+double AudioEngine::sampleRate() const {
+    return m_output->sampleRate();
+}
 
-int AudioEngine::latencyFrames() const { return m_prepared ? m_limiter.latencyFrames() : 0; }
+int AudioEngine::latencyFrames() const {
+    return m_prepared ? m_limiter.latencyFrames() : 0;
+}
 
 void AudioEngine::prepareGraph() {
     // Walk back from the output: each node has at most one input.
@@ -99,18 +107,12 @@ bool AudioEngine::start(QString* error) {
     if (!m_prepared) {
         prepareGraph();
     }
-    if (!m_output->start(*this, error)) {
-        return false;
-    }
-    for (AudioPlayerNode* player : m_players) {
-        if (!player->lastRenderTime()) {
-            player->noteRenderClock(renderedFrames());
-        }
-    }
-    return true;
+    return m_output->start(*this, error);
 }
 
-void AudioEngine::pause() { m_output->pause(); }
+void AudioEngine::pause() {
+    m_output->pause();
+}
 
 bool AudioEngine::renderOffline(float* destination, int frames) {
     if (!m_output->isOffline() || !m_output->isRunning()) {

@@ -103,8 +103,8 @@ public:
             return;
         }
         if (!m_reader->seek(segment.startingFrame)) {
-            qCWarning(lcPlayerNode) << "cannot seek" << segment.file->path() << "to frame"
-                                    << segment.startingFrame;
+            qCWarning(lcPlayerNode)
+                << "cannot seek" << segment.file->path() << "to frame" << segment.startingFrame;
             return;
         }
         const int channels = segment.file->channelCount();
@@ -160,7 +160,8 @@ private:
                 return false;
             }
         }
-        const bool identity = file->sampleRate() == m_shared.outputRate && file->channelCount() == 2;
+        const bool identity =
+            file->sampleRate() == m_shared.outputRate && file->channelCount() == 2;
         if (!identity && !m_swr && !openConverter(*file)) {
             return false;
         }
@@ -171,10 +172,9 @@ private:
         AVChannelLayout in{};
         av_channel_layout_default(&in, file.channelCount());
         AVChannelLayout out = AV_CHANNEL_LAYOUT_STEREO;
-        const int rc = swr_alloc_set_opts2(&m_swr, &out, AV_SAMPLE_FMT_FLT,
-                                           int(std::lround(m_shared.outputRate)), &in,
-                                           AV_SAMPLE_FMT_FLT, int(std::lround(file.sampleRate())),
-                                           0, nullptr);
+        const int rc = swr_alloc_set_opts2(
+            &m_swr, &out, AV_SAMPLE_FMT_FLT, int(std::lround(m_shared.outputRate)), &in,
+            AV_SAMPLE_FMT_FLT, int(std::lround(file.sampleRate())), 0, nullptr);
         if (rc < 0 || !m_swr) {
             av_channel_layout_uninit(&in);
             qCWarning(lcPlayerNode) << "no converter for" << file.path();
@@ -221,8 +221,8 @@ private:
         }
         while (count > 0) {
             const int take = std::min(count, kBlockFrames - m_fill);
-            Block& block = m_shared.ring[m_shared.writeIndex.load(std::memory_order_relaxed) %
-                                         kBlockCount];
+            Block& block =
+                m_shared.ring[m_shared.writeIndex.load(std::memory_order_relaxed) % kBlockCount];
             if (m_fill == 0 && !waitForRoom(epoch)) {
                 return false;
             }
@@ -348,8 +348,8 @@ void AudioPlayerNode::scheduleFile(const std::shared_ptr<AudioFile>& file) {
     }
 }
 
-void AudioPlayerNode::scheduleSegment(const std::shared_ptr<AudioFile>& file,
-                                      qint64 startingFrame, quint32 frameCount) {
+void AudioPlayerNode::scheduleSegment(const std::shared_ptr<AudioFile>& file, qint64 startingFrame,
+                                      quint32 frameCount) {
     if (file) {
         enqueue(*m_shared, file, startingFrame, frameCount);
     }
@@ -360,7 +360,9 @@ void AudioPlayerNode::play() {
     m_shared->playing.store(true, std::memory_order_release);
 }
 
-void AudioPlayerNode::pause() { m_shared->playing.store(false, std::memory_order_release); }
+void AudioPlayerNode::pause() {
+    m_shared->playing.store(false, std::memory_order_release);
+}
 
 void AudioPlayerNode::stop() {
     m_shared->playing.store(false, std::memory_order_release);
@@ -377,7 +379,9 @@ void AudioPlayerNode::stop() {
     m_shared->wake.notify_all();
 }
 
-bool AudioPlayerNode::isPlaying() const { return m_shared->playing.load(std::memory_order_acquire); }
+bool AudioPlayerNode::isPlaying() const {
+    return m_shared->playing.load(std::memory_order_acquire);
+}
 
 std::optional<AudioTime> AudioPlayerNode::lastRenderTime() const {
     const qint64 frame = m_shared->lastRenderFrame.load(std::memory_order_acquire);
@@ -391,7 +395,8 @@ std::optional<AudioTime> AudioPlayerNode::playerTimeForNodeTime(const AudioTime&
     if (m_shared->stopped || nodeTime.sampleRate <= 0.0) {
         return std::nullopt;
     }
-    const double rate = m_shared->timelineRate > 0.0 ? m_shared->timelineRate : m_shared->outputRate;
+    const double rate =
+        m_shared->timelineRate > 0.0 ? m_shared->timelineRate : m_shared->outputRate;
     // The two clocks are written together by the render thread; read them as
     // a pair that belongs together.
     qint64 clock = 0;

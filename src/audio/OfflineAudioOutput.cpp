@@ -8,4 +8,6 @@ bool OfflineAudioOutput::start(AudioEngine& /*engine*/, QString* /*error*/) {
     return true;
 }
 
-void OfflineAudioOutput::pause() { m_running = false; }
+void OfflineAudioOutput::pause() {
+    m_running = false;
+}

@@ -112,7 +112,9 @@ void SdlAudioOutput::pause() {
     m_device->running = false;
 }
 
-bool SdlAudioOutput::isRunning() const { return m_device->running; }
+bool SdlAudioOutput::isRunning() const {
+    return m_device->running;
+}
 
 double SdlAudioOutput::sampleRate() const {
     // The graph is prepared for the device's rate before the device starts.
@@ -130,4 +132,6 @@ int SdlAudioOutput::maximumFrames() const {
                              : kDeviceBlockFrames * 2;
 }
 
-std::unique_ptr<AudioOutput> makeDefaultAudioOutput() { return std::make_unique<SdlAudioOutput>(); }
+std::unique_ptr<AudioOutput> makeDefaultAudioOutput() {
+    return std::make_unique<SdlAudioOutput>();
+}

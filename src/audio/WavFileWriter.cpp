@@ -7,7 +7,9 @@ namespace {
 
 constexpr quint16 kFormatIeeeFloat = 3;
 
-void putTag(QByteArray& out, const char* tag) { out.append(tag, 4); }
+void putTag(QByteArray& out, const char* tag) {
+    out.append(tag, 4);
+}
 
 void put32(QByteArray& out, quint32 value) {
     const quint32 le = qToLittleEndian(value);

@@ -1,9 +1,9 @@
+#include <unistd.h>
 #include <QCoreApplication>
 #include <QDir>
 #include <QSocketNotifier>
 #include <algorithm>
 #include <csignal>
-#include <unistd.h>
 
 #include "AppDirectories.h"
 #include "CliCommand.h"
@@ -51,11 +51,10 @@ private:
 // The queue a first visit of the track list would give: every entry of the
 // music folder, ordered by lower-cased file name.
 QList<TrackPtr> allTracks(const QString& directory) {
-    QStringList names = QDir(directory).entryList(QDir::AllEntries | QDir::NoDotAndDotDot |
-                                                  QDir::Hidden | QDir::System, QDir::Unsorted);
-    std::stable_sort(names.begin(), names.end(), [](const QString& a, const QString& b) {
-        return a.toLower() < b.toLower();
-    });
+    QStringList names = QDir(directory).entryList(
+        QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System, QDir::Unsorted);
+    std::stable_sort(names.begin(), names.end(),
+                     [](const QString& a, const QString& b) { return a.toLower() < b.toLower(); });
     QList<TrackPtr> tracks;
     for (const QString& name : names) {
         if (TrackPtr track = Track::fromFile(name, directory)) {
@@ -80,7 +79,8 @@ int runPlayCommand(const QStringList& arguments) {
             return 0;
         }
     } else if (arguments.isEmpty() || arguments.contains(QStringLiteral("--all"))) {
-        return cliFail(QStringLiteral("play takes --all or the names of files in %1").arg(directory));
+        return cliFail(
+            QStringLiteral("play takes --all or the names of files in %1").arg(directory));
     } else {
         for (const QString& name : arguments) {
             TrackPtr track = Track::fromFile(name, directory);

@@ -61,7 +61,8 @@ std::optional<QString> parse(const QStringList& arguments, RenderOptions& option
             return QStringLiteral("%1 needs a value").arg(argument);
         }
         const QString value = arguments[++i];
-        if (argument == QLatin1String("--main-gains") || argument == QLatin1String("--bass-gains")) {
+        if (argument == QLatin1String("--main-gains") ||
+            argument == QLatin1String("--bass-gains")) {
             const auto gains = parseGains(value);
             if (!gains) {
                 return QStringLiteral("%1 takes five comma-separated decibel values, not \"%2\"")
@@ -145,7 +146,8 @@ int runRenderCommand(const QStringList& arguments) {
     }
     WavFileWriter writer(options.output, file->sampleRate(), 2);
     if (!writer.open()) {
-        return cliFail(QStringLiteral("cannot write %1: %2").arg(options.output, writer.errorString()));
+        return cliFail(
+            QStringLiteral("cannot write %1: %2").arg(options.output, writer.errorString()));
     }
     AudioPlayerNode& player = manager.audioPlayerNode();
     for (qint64 at = startingFrame, left = frames; left > 0;) {
@@ -176,7 +178,8 @@ int runRenderCommand(const QStringList& arguments) {
         left -= count;
     }
     if (!writer.finish()) {
-        return cliFail(QStringLiteral("cannot write %1: %2").arg(options.output, writer.errorString()));
+        return cliFail(
+            QStringLiteral("cannot write %1: %2").arg(options.output, writer.errorString()));
     }
     return 0;
 }

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <QDir>
+#include <QFile>
 #include <QGuiApplication>
 #include <QTemporaryDir>
 
@@ -13,6 +15,15 @@ int main(int argc, char** argv) {
     }
     if (qEnvironmentVariableIsEmpty("CORVANTIS_TEST_KEEP_HOME")) {
         qputenv("CORVANTIS_HOME", home.path().toUtf8());
+    }
+    // Without a login session Qt warns about the runtime directory on every
+    // start, in this process and in every program a test runs.
+    if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR")) {
+        const QString runtime = home.filePath(QStringLiteral("runtime"));
+        QDir().mkpath(runtime);
+        QFile::setPermissions(
+            runtime, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+        qputenv("XDG_RUNTIME_DIR", runtime.toUtf8());
     }
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", "offscreen");

@@ -30,7 +30,9 @@ void spinEventLoop(int ms) {
     }
 }
 
-QString testHome() { return qEnvironmentVariable("CORVANTIS_HOME"); }
+QString testHome() {
+    return qEnvironmentVariable("CORVANTIS_HOME");
+}
 
 void writeFile(const QString& path, const QByteArray& bytes) {
     QDir().mkpath(QFileInfo(path).absolutePath());

@@ -26,5 +26,6 @@ struct ProcessRun {
 
 // Runs a program to its end (killed after `timeoutMs`, which fails the test),
 // in this test's environment unless `environment` is given.
-ProcessRun runProcess(const QString& program, const QStringList& arguments, int timeoutMs = 20000,
-                      const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment());
+ProcessRun runProcess(
+    const QString& program, const QStringList& arguments, int timeoutMs = 20000,
+    const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment());

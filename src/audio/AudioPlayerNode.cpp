@@ -18,7 +18,7 @@ extern "C" {
 #include <libswresample/swresample.h>
 }
 
-Q_LOGGING_CATEGORY(lcPlayerNode, "corvantis.audio.player")
+Q_LOGGING_CATEGORY(lcPlayerNode, "corvantis.audio.player", QtInfoMsg)
 
 namespace {
 

@@ -7,7 +7,7 @@
 
 #include "AudioEngine.h"
 
-Q_LOGGING_CATEGORY(lcSdlOutput, "corvantis.audio.sdl")
+Q_LOGGING_CATEGORY(lcSdlOutput, "corvantis.audio.sdl", QtInfoMsg)
 
 namespace {
 

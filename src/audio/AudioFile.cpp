@@ -13,7 +13,6 @@
 
 extern "C" {
 #include <libavutil/channel_layout.h>
-#include <libavutil/opt.h>
 }
 
 namespace {
@@ -99,6 +98,22 @@ std::optional<Input> openInput(const QString& path, QString* error) {
     return input;
 }
 
+// Reads the next packet of any stream, stepping over damaged stretches that
+// the demuxer resyncs after. False at the end of the file.
+bool readPacket(AVFormatContext* context, AVPacket* packet, const QString& path) {
+    for (int errors = 0;; ++errors) {
+        const int result = av_read_frame(context, packet);
+        if (result >= 0) {
+            return true;
+        }
+        const bool atEnd = result == AVERROR_EOF || !context->pb || avio_feof(context->pb);
+        if (atEnd || errors >= kMaxConsecutiveErrors) {
+            return false;
+        }
+        qCDebug(lcDecode) << path << "skips damaged data:" << ffmpeg::errorText(result);
+    }
+}
+
 qint64 skipSamples(const AVPacket* packet, bool atStart) {
     size_t size = 0;
     const uint8_t* data = av_packet_get_side_data(packet, AV_PKT_DATA_SKIP_SAMPLES, &size);
@@ -112,13 +127,13 @@ qint64 skipSamples(const AVPacket* packet, bool atStart) {
 
 // Sums the packets' lengths without decoding them: the length of a stream
 // whose container does not state it. nullopt when a packet has no length.
-std::optional<qint64> countPackets(const Input& input) {
+std::optional<qint64> countPackets(const Input& input, const QString& path) {
     const ffmpeg::Packet packet(av_packet_alloc());
     const AVRational timeBase = input.stream()->time_base;
     qint64 total = 0;
     qint64 lastDiscard = 0;
     bool first = true;
-    while (av_read_frame(input.context.get(), packet.get()) >= 0) {
+    while (readPacket(input.context.get(), packet.get(), path)) {
         if (packet->stream_index == input.streamIndex) {
             if (packet->duration <= 0) {
                 av_packet_unref(packet.get());
@@ -179,7 +194,7 @@ qint64 measureLength(const Input& input, const QString& path) {
         }
         return std::max<qint64>(0, length);
     }
-    if (const std::optional<qint64> counted = countPackets(input)) {
+    if (const std::optional<qint64> counted = countPackets(input, path)) {
         return *counted;
     }
     qCWarning(lcDecode) << path << "states no length and has packets without one";
@@ -241,6 +256,9 @@ class FfmpegFileReader final : public AudioFileReader {
 public:
     explicit FfmpegFileReader(const AudioFile::Properties& properties)
         : m_properties(properties), m_packet(av_packet_alloc()), m_frame(av_frame_alloc()) {}
+    ~FfmpegFileReader() override { av_channel_layout_uninit(&m_converterLayout); }
+    FfmpegFileReader(const FfmpegFileReader&) = delete;
+    FfmpegFileReader& operator=(const FfmpegFileReader&) = delete;
 
     bool open(QString* error);
 
@@ -372,17 +390,7 @@ FfmpegFileReader::Step FfmpegFileReader::decodeNextFrame() {
         if (m_flushed) {
             return Step::end;
         }
-        AVFormatContext* context = m_input->context.get();
-        result = av_read_frame(context, m_packet.get());
-        if (result < 0) {
-            // A damaged stretch makes the demuxer complain and resync on
-            // the next call; only the end of the file ends the stream.
-            const bool atEnd = result == AVERROR_EOF || !context->pb || avio_feof(context->pb);
-            if (!atEnd && ++m_consecutiveErrors <= kMaxConsecutiveErrors) {
-                qCDebug(lcDecode) << m_properties.path
-                                  << "skips damaged data:" << ffmpeg::errorText(result);
-                continue;
-            }
+        if (!readPacket(m_input->context.get(), m_packet.get(), m_properties.path)) {
             avcodec_send_packet(m_decoder.get(), nullptr);
             m_flushed = true;
             continue;

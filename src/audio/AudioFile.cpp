@@ -6,6 +6,7 @@
 #include <QtEndian>
 #include <algorithm>
 #include <cstring>
+#include <mutex>
 #include <vector>
 
 #include "FfmpegHandles.h"
@@ -13,6 +14,7 @@
 
 extern "C" {
 #include <libavutil/channel_layout.h>
+#include <libavutil/log.h>
 }
 
 namespace {
@@ -36,6 +38,18 @@ int64_t fromSamples(qint64 samples, AVRational timeBase, int sampleRate) {
     return av_rescale_q(samples, AVRational{1, sampleRate}, timeBase);
 }
 
+// The libraries' own complaints about a file ("CRC mismatch!", "Header
+// missing", ...) are diagnostics like ours, not lines on the user's terminal.
+void forwardLibraryLog(void* context, int level, const char* format, va_list arguments) {
+    if (level > AV_LOG_WARNING || !lcDecode().isDebugEnabled()) {
+        return;
+    }
+    char line[1024];
+    int printPrefix = 1;
+    av_log_format_line2(context, level, format, arguments, line, sizeof line, &printPrefix);
+    qCDebug(lcDecode).noquote() << QString::fromUtf8(line).trimmed();
+}
+
 // One demuxer with its audio stream chosen and its decoder found.
 struct Input {
     ffmpeg::Input context;
@@ -53,6 +67,8 @@ std::optional<Input> openInput(const QString& path, QString* error) {
         }
         return std::nullopt;
     };
+    static std::once_flag routeLog;
+    std::call_once(routeLog, [] { av_log_set_callback(forwardLibraryLog); });
     const QFileInfo info(path);
     if (!info.exists()) {
         return fail(ffmpeg::errorText(AVERROR(ENOENT)));

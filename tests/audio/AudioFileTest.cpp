@@ -310,6 +310,27 @@ TEST(AudioFile, FilesThatAreNotAudioFailWithOneLine) {
     EXPECT_EQ(error, "No such file or directory");
 }
 
+TEST(AudioFile, FilesCutShortEndWhereTheAudioDoes) {
+    for (const FixtureFormat format :
+         {FixtureFormat::wav, FixtureFormat::flac, FixtureFormat::mp3, FixtureFormat::opus}) {
+        SCOPED_TRACE(fixtureName(format));
+        const QString path = makeFixture(format, 96'000);
+        QFile file(path);
+        ASSERT_TRUE(file.resize(file.size() / 2));
+        const auto audio = AudioFile::openForReading(path);
+        ASSERT_NE(audio, nullptr);
+        const auto reader = audio->createReader();
+        ASSERT_NE(reader, nullptr);
+        // About half comes out, then the end, not an error.
+        const qint64 frames = qint64(readToEnd(*reader, 2).size()) / 2;
+        EXPECT_GT(frames, 30'000);
+        EXPECT_LT(frames, 66'000);
+        EXPECT_LE(frames, audio->length());
+        EXPECT_TRUE(reader->seek(frames / 2));
+        EXPECT_EQ(reader->read(std::vector<float>(200).data(), 100), 100);
+    }
+}
+
 // Ogg is left out: the demuxer ends the stream at the first page whose
 // checksum fails and finds nothing beyond it, seeking included.
 TEST(AudioFile, DamageInsideAFileIsPlayedOver) {

@@ -157,7 +157,13 @@ std::optional<qint64> countPackets(const Input& input, const QString& path) {
             }
             total += toSamples(packet->duration, timeBase, input.sampleRate());
             if (first) {
-                total -= skipSamples(packet.get(), true);
+                // Where no packet carries the start trim (Opus outside Ogg),
+                // the decoder takes the stream's own from its header.
+                const qint64 trim = skipSamples(packet.get(), true);
+                const AVCodecParameters* parameters = input.stream()->codecpar;
+                total -= trim > 0 || parameters->codec_id != AV_CODEC_ID_OPUS
+                             ? trim
+                             : parameters->initial_padding;
                 first = false;
             }
             lastDiscard = skipSamples(packet.get(), false);
@@ -249,7 +255,7 @@ qint64 prerollFor(const AVCodecParameters* parameters) {
 // Raw elementary streams have no index: their demuxers jump by byte rate or
 // a coarse table and guess the timestamp of where they land.
 bool seeksInexactly(const AVInputFormat* format) {
-    for (const char* name : {"mp3", "aac", "ac3", "eac3", "dts"}) {
+    for (const char* name : {"mp3", "aac", "ac3"}) {
         if (!std::strcmp(format->name, name)) {
             return true;
         }
@@ -315,9 +321,16 @@ private:
     qint64 m_decodeCursor = 0;
     // The next decoded frame is placed by its timestamp (after a jump).
     bool m_placeByTimestamp = true;
-    // Packets that end at or before this output frame are read but not
-    // decoded: how a jump is made where the demuxer's own seek is not exact.
-    std::optional<qint64> m_skipBefore;
+    // A jump made by reading from the start, where the demuxer's own seek is
+    // not exact: packets that end at or before `target` are read but not
+    // decoded, and counted while their sizes say how many frames they hold.
+    struct Scan {
+        qint64 target = 0;
+        qint64 counted = 0;
+        bool countable = true;
+        bool first = true;
+    };
+    std::optional<Scan> m_scan;
     bool m_seekByScanning = false;
     qint64 m_position = 0;
     bool m_flushed = false;
@@ -362,7 +375,7 @@ void FfmpegFileReader::resetDecoding() {
     m_pendingStart = m_decodeCursor;
     m_pendingFrames = 0;
     m_placeByTimestamp = true;
-    m_skipBefore.reset();
+    m_scan.reset();
     m_flushed = false;
     m_consecutiveErrors = 0;
 }
@@ -435,19 +448,39 @@ FfmpegFileReader::Step FfmpegFileReader::decodeNextFrame() {
 }
 
 bool FfmpegFileReader::isBeforeSkipTarget() {
-    if (!m_skipBefore) {
+    if (!m_scan) {
         return false;
     }
+    Scan& scan = *m_scan;
     const AVStream* stream = m_input->stream();
-    if (m_packet->pts != AV_NOPTS_VALUE && m_packet->duration > 0) {
-        const qint64 end = toSamples(m_packet->pts + m_packet->duration, stream->time_base,
-                                     m_properties.sampleRate) -
-                           *m_origin;
-        if (end <= *m_skipBefore) {
-            return true;
-        }
+    if (scan.first) {
+        scan.counted -= skipSamples(m_packet.get(), true);
+        scan.first = false;
     }
-    m_skipBefore.reset();
+    // These codecs fix the frames in a packet, which counts exactly where
+    // the container's clock cannot (AC-3 at 44.1 kHz against 90 kHz).
+    const int frames = av_get_audio_frame_duration2(stream->codecpar, m_packet->size);
+    scan.countable = scan.countable && frames > 0;
+    qint64 end = 0;
+    if (scan.countable) {
+        end = scan.counted + frames;
+    } else if (m_packet->pts != AV_NOPTS_VALUE && m_packet->duration > 0) {
+        end = toSamples(m_packet->pts + m_packet->duration, stream->time_base,
+                        m_properties.sampleRate) -
+              *m_origin;
+    } else {
+        m_scan.reset();
+        return false;
+    }
+    if (end <= scan.target) {
+        scan.counted = end;
+        return true;
+    }
+    if (scan.countable) {
+        m_decodeCursor = scan.counted;
+        m_placeByTimestamp = false;
+    }
+    m_scan.reset();
     return false;
 }
 
@@ -597,7 +630,7 @@ bool FfmpegFileReader::seek(qint64 frame) {
         if (!restart()) {
             return false;
         }
-        m_skipBefore = frame - m_preroll;
+        m_scan = Scan{frame - m_preroll};
         m_position = frame;
         return true;
     }

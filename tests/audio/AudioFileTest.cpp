@@ -252,6 +252,19 @@ TEST(Mp3InfoTag, ReadsWholeHeadersOnly) {
     ASSERT_TRUE(tag->delay && tag->padding);
     EXPECT_EQ(tag->frames * 1152 - *tag->delay - *tag->padding, 50'000);
 
+    // A VBRI header (from encoders other than LAME) counts frames but states
+    // no padding the decoder would take off.
+    QByteArray vbri(417, '\0');
+    vbri.replace(0, 4, QByteArray::fromHex("fffb9064"));
+    vbri.replace(36, 18,
+                 QByteArray::fromHex("564252490001024000"
+                                     "4b00004000000004d2"));
+    const std::optional<Mp3InfoTag> counted = parseMp3InfoTag(vbri);
+    ASSERT_TRUE(counted);
+    EXPECT_EQ(counted->frames, 1234);
+    EXPECT_EQ(counted->samplesPerFrame, 1152);
+    EXPECT_FALSE(counted->delay);
+
     // The same bytes cut short or shifted about never read past their end.
     QFile file(path);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));

@@ -203,7 +203,8 @@ std::optional<qint64> mp3HeaderLength(const Input& input, const QString& path) {
 qint64 measureLength(const Input& input, const QString& path) {
     const AVStream* stream = input.stream();
     const AVCodecID codec = stream->codecpar->codec_id;
-    if (codec == AV_CODEC_ID_MP3) {
+    // A bare MPEG audio stream: its length is in the first frame, if anywhere.
+    if (!std::strcmp(input.context->iformat->name, "mp3")) {
         if (const std::optional<qint64> length = mp3HeaderLength(input, path)) {
             return *length;
         }

@@ -382,6 +382,44 @@ TEST(AudioFile, DamageInsideAFileIsPlayedOver) {
     }
 }
 
+TEST(AudioFile, MangledFilesNeverBreakTheReader) {
+    QRandomGenerator generator(5);
+    for (const FixtureFormat format : kAllFormats) {
+        SCOPED_TRACE(fixtureName(format));
+        const QString path = makeFixture(format, 20'000, 2, "intact");
+        QFile intact(path);
+        ASSERT_TRUE(intact.open(QIODevice::ReadOnly));
+        const QByteArray bytes = intact.readAll();
+        for (int round = 0; round < 12; ++round) {
+            QByteArray mangled = bytes;
+            for (int i = 0; i < 1 + round; ++i) {
+                mangled[generator.bounded(int(mangled.size()))] = char(generator.bounded(256));
+            }
+            const QString copy = testHome() + "/mangled" + fixtureExtension(format);
+            writeFile(copy, mangled);
+            const auto file = AudioFile::openForReading(copy);
+            if (!file) {
+                continue;
+            }
+            const auto reader = file->createReader();
+            ASSERT_NE(reader, nullptr);
+            const int channels = file->channelCount();
+            std::vector<float> buffer(size_t(1000) * channels);
+            qint64 total = 0;
+            for (qint64 got; (got = reader->read(buffer.data(), 1000)) > 0;) {
+                ASSERT_LE(got, 1000);
+                total += got;
+            }
+            EXPECT_LE(total, file->length());
+            const qint64 target = generator.bounded(file->length() + 1);
+            if (reader->seek(target)) {
+                EXPECT_EQ(reader->position(), target);
+                EXPECT_LE(reader->read(buffer.data(), 1000), 1000);
+            }
+        }
+    }
+}
+
 TEST(AudioFile, ReadersAreIndependentAndOutliveTheirFile) {
     const QString path = makeFixture(FixtureFormat::flac, 20000);
     auto file = AudioFile::openForReading(path);

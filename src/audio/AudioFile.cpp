@@ -6,6 +6,7 @@
 #include <QtEndian>
 #include <algorithm>
 #include <cstring>
+#include <mutex>
 #include <vector>
 
 #include "FfmpegHandles.h"
@@ -13,7 +14,7 @@
 
 extern "C" {
 #include <libavutil/channel_layout.h>
-#include <libavutil/opt.h>
+#include <libavutil/log.h>
 }
 
 namespace {
@@ -37,6 +38,18 @@ int64_t fromSamples(qint64 samples, AVRational timeBase, int sampleRate) {
     return av_rescale_q(samples, AVRational{1, sampleRate}, timeBase);
 }
 
+// The libraries' own complaints about a file ("CRC mismatch!", "Header
+// missing", ...) are diagnostics like ours, not lines on the user's terminal.
+void forwardLibraryLog(void* context, int level, const char* format, va_list arguments) {
+    if (level > AV_LOG_WARNING || !lcDecode().isDebugEnabled()) {
+        return;
+    }
+    char line[1024];
+    int printPrefix = 1;
+    av_log_format_line2(context, level, format, arguments, line, sizeof line, &printPrefix);
+    qCDebug(lcDecode).noquote() << QString::fromUtf8(line).trimmed();
+}
+
 // One demuxer with its audio stream chosen and its decoder found.
 struct Input {
     ffmpeg::Input context;
@@ -54,6 +67,8 @@ std::optional<Input> openInput(const QString& path, QString* error) {
         }
         return std::nullopt;
     };
+    static std::once_flag routeLog;
+    std::call_once(routeLog, [] { av_log_set_callback(forwardLibraryLog); });
     const QFileInfo info(path);
     if (!info.exists()) {
         return fail(ffmpeg::errorText(AVERROR(ENOENT)));
@@ -99,6 +114,22 @@ std::optional<Input> openInput(const QString& path, QString* error) {
     return input;
 }
 
+// Reads the next packet of any stream, stepping over damaged stretches that
+// the demuxer resyncs after. False at the end of the file.
+bool readPacket(AVFormatContext* context, AVPacket* packet, const QString& path) {
+    for (int errors = 0;; ++errors) {
+        const int result = av_read_frame(context, packet);
+        if (result >= 0) {
+            return true;
+        }
+        const bool atEnd = result == AVERROR_EOF || !context->pb || avio_feof(context->pb);
+        if (atEnd || errors >= kMaxConsecutiveErrors) {
+            return false;
+        }
+        qCDebug(lcDecode) << path << "skips damaged data:" << ffmpeg::errorText(result);
+    }
+}
+
 qint64 skipSamples(const AVPacket* packet, bool atStart) {
     size_t size = 0;
     const uint8_t* data = av_packet_get_side_data(packet, AV_PKT_DATA_SKIP_SAMPLES, &size);
@@ -112,13 +143,13 @@ qint64 skipSamples(const AVPacket* packet, bool atStart) {
 
 // Sums the packets' lengths without decoding them: the length of a stream
 // whose container does not state it. nullopt when a packet has no length.
-std::optional<qint64> countPackets(const Input& input) {
+std::optional<qint64> countPackets(const Input& input, const QString& path) {
     const ffmpeg::Packet packet(av_packet_alloc());
     const AVRational timeBase = input.stream()->time_base;
     qint64 total = 0;
     qint64 lastDiscard = 0;
     bool first = true;
-    while (av_read_frame(input.context.get(), packet.get()) >= 0) {
+    while (readPacket(input.context.get(), packet.get(), path)) {
         if (packet->stream_index == input.streamIndex) {
             if (packet->duration <= 0) {
                 av_packet_unref(packet.get());
@@ -126,7 +157,13 @@ std::optional<qint64> countPackets(const Input& input) {
             }
             total += toSamples(packet->duration, timeBase, input.sampleRate());
             if (first) {
-                total -= skipSamples(packet.get(), true);
+                // Where no packet carries the start trim (Opus outside Ogg),
+                // the decoder takes the stream's own from its header.
+                const qint64 trim = skipSamples(packet.get(), true);
+                const AVCodecParameters* parameters = input.stream()->codecpar;
+                total -= trim > 0 || parameters->codec_id != AV_CODEC_ID_OPUS
+                             ? trim
+                             : parameters->initial_padding;
                 first = false;
             }
             lastDiscard = skipSamples(packet.get(), false);
@@ -166,7 +203,8 @@ std::optional<qint64> mp3HeaderLength(const Input& input, const QString& path) {
 qint64 measureLength(const Input& input, const QString& path) {
     const AVStream* stream = input.stream();
     const AVCodecID codec = stream->codecpar->codec_id;
-    if (codec == AV_CODEC_ID_MP3) {
+    // A bare MPEG audio stream: its length is in the first frame, if anywhere.
+    if (!std::strcmp(input.context->iformat->name, "mp3")) {
         if (const std::optional<qint64> length = mp3HeaderLength(input, path)) {
             return *length;
         }
@@ -179,7 +217,7 @@ qint64 measureLength(const Input& input, const QString& path) {
         }
         return std::max<qint64>(0, length);
     }
-    if (const std::optional<qint64> counted = countPackets(input)) {
+    if (const std::optional<qint64> counted = countPackets(input, path)) {
         return *counted;
     }
     qCWarning(lcDecode) << path << "states no length and has packets without one";
@@ -218,7 +256,7 @@ qint64 prerollFor(const AVCodecParameters* parameters) {
 // Raw elementary streams have no index: their demuxers jump by byte rate or
 // a coarse table and guess the timestamp of where they land.
 bool seeksInexactly(const AVInputFormat* format) {
-    for (const char* name : {"mp3", "aac", "ac3", "eac3", "dts"}) {
+    for (const char* name : {"mp3", "aac", "ac3"}) {
         if (!std::strcmp(format->name, name)) {
             return true;
         }
@@ -241,6 +279,9 @@ class FfmpegFileReader final : public AudioFileReader {
 public:
     explicit FfmpegFileReader(const AudioFile::Properties& properties)
         : m_properties(properties), m_packet(av_packet_alloc()), m_frame(av_frame_alloc()) {}
+    ~FfmpegFileReader() override { av_channel_layout_uninit(&m_converterLayout); }
+    FfmpegFileReader(const FfmpegFileReader&) = delete;
+    FfmpegFileReader& operator=(const FfmpegFileReader&) = delete;
 
     bool open(QString* error);
 
@@ -281,9 +322,16 @@ private:
     qint64 m_decodeCursor = 0;
     // The next decoded frame is placed by its timestamp (after a jump).
     bool m_placeByTimestamp = true;
-    // Packets that end at or before this output frame are read but not
-    // decoded: how a jump is made where the demuxer's own seek is not exact.
-    std::optional<qint64> m_skipBefore;
+    // A jump made by reading from the start, where the demuxer's own seek is
+    // not exact: packets that end at or before `target` are read but not
+    // decoded, and counted while their sizes say how many frames they hold.
+    struct Scan {
+        qint64 target = 0;
+        qint64 counted = 0;
+        bool countable = true;
+        bool first = true;
+    };
+    std::optional<Scan> m_scan;
     bool m_seekByScanning = false;
     qint64 m_position = 0;
     bool m_flushed = false;
@@ -328,7 +376,7 @@ void FfmpegFileReader::resetDecoding() {
     m_pendingStart = m_decodeCursor;
     m_pendingFrames = 0;
     m_placeByTimestamp = true;
-    m_skipBefore.reset();
+    m_scan.reset();
     m_flushed = false;
     m_consecutiveErrors = 0;
 }
@@ -372,17 +420,7 @@ FfmpegFileReader::Step FfmpegFileReader::decodeNextFrame() {
         if (m_flushed) {
             return Step::end;
         }
-        AVFormatContext* context = m_input->context.get();
-        result = av_read_frame(context, m_packet.get());
-        if (result < 0) {
-            // A damaged stretch makes the demuxer complain and resync on
-            // the next call; only the end of the file ends the stream.
-            const bool atEnd = result == AVERROR_EOF || !context->pb || avio_feof(context->pb);
-            if (!atEnd && ++m_consecutiveErrors <= kMaxConsecutiveErrors) {
-                qCDebug(lcDecode) << m_properties.path
-                                  << "skips damaged data:" << ffmpeg::errorText(result);
-                continue;
-            }
+        if (!readPacket(m_input->context.get(), m_packet.get(), m_properties.path)) {
             avcodec_send_packet(m_decoder.get(), nullptr);
             m_flushed = true;
             continue;
@@ -411,19 +449,39 @@ FfmpegFileReader::Step FfmpegFileReader::decodeNextFrame() {
 }
 
 bool FfmpegFileReader::isBeforeSkipTarget() {
-    if (!m_skipBefore) {
+    if (!m_scan) {
         return false;
     }
+    Scan& scan = *m_scan;
     const AVStream* stream = m_input->stream();
-    if (m_packet->pts != AV_NOPTS_VALUE && m_packet->duration > 0) {
-        const qint64 end = toSamples(m_packet->pts + m_packet->duration, stream->time_base,
-                                     m_properties.sampleRate) -
-                           *m_origin;
-        if (end <= *m_skipBefore) {
-            return true;
-        }
+    if (scan.first) {
+        scan.counted -= skipSamples(m_packet.get(), true);
+        scan.first = false;
     }
-    m_skipBefore.reset();
+    // These codecs fix the frames in a packet, which counts exactly where
+    // the container's clock cannot (AC-3 at 44.1 kHz against 90 kHz).
+    const int frames = av_get_audio_frame_duration2(stream->codecpar, m_packet->size);
+    scan.countable = scan.countable && frames > 0;
+    qint64 end = 0;
+    if (scan.countable) {
+        end = scan.counted + frames;
+    } else if (m_packet->pts != AV_NOPTS_VALUE && m_packet->duration > 0) {
+        end = toSamples(m_packet->pts + m_packet->duration, stream->time_base,
+                        m_properties.sampleRate) -
+              *m_origin;
+    } else {
+        m_scan.reset();
+        return false;
+    }
+    if (end <= scan.target) {
+        scan.counted = end;
+        return true;
+    }
+    if (scan.countable) {
+        m_decodeCursor = scan.counted;
+        m_placeByTimestamp = false;
+    }
+    m_scan.reset();
     return false;
 }
 
@@ -573,7 +631,7 @@ bool FfmpegFileReader::seek(qint64 frame) {
         if (!restart()) {
             return false;
         }
-        m_skipBefore = frame - m_preroll;
+        m_scan = Scan{frame - m_preroll};
         m_position = frame;
         return true;
     }

@@ -7,6 +7,7 @@
 //     output (goal: at most 50 ms), beside plain FFmpeg opening the file and
 //     decoding its first frame.
 // `--smoke` uses short files so that the suite can check the bench still runs.
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -41,12 +42,14 @@ struct RunResult {
 // Runs a program to its end with its output thrown away; wall time and the
 // child's own peak resident memory.
 RunResult runProgram(const std::vector<std::string>& command) {
+    // Nothing buffered here may be written a second time by the child.
+    std::fflush(stdout);
     QElapsedTimer timer;
     timer.start();
     const pid_t pid = fork();
     if (pid == 0) {
-        if (std::freopen("/dev/null", "w", stdout) == nullptr ||
-            std::freopen("/dev/null", "w", stderr) == nullptr) {
+        const int devNull = open("/dev/null", O_WRONLY);
+        if (devNull < 0 || dup2(devNull, STDOUT_FILENO) < 0 || dup2(devNull, STDERR_FILENO) < 0) {
             _exit(126);
         }
         std::vector<char*> argv;

@@ -102,19 +102,24 @@ struct ScriptedRandom {
     }
 };
 
-// A sound device that is never there.
+// A sound device that never runs: either it will not start, or it says it
+// started and then is not running.
 class DeadOutput final : public AudioOutput {
 public:
+    explicit DeadOutput(bool startSucceeds = false) : m_startSucceeds(startSucceeds) {}
     bool start(AudioEngine&, QString* error) override {
-        if (error) {
+        if (!m_startSucceeds && error) {
             *error = "no device";
         }
-        return false;
+        return m_startSucceeds;
     }
     void pause() override {}
     bool isRunning() const override { return false; }
     double sampleRate() const override { return kRate; }
     int maximumFrames() const override { return kBlock; }
+
+private:
+    bool m_startSucceeds;
 };
 
 TrackPtr trackAt(const QString& title, double duration) {
@@ -563,6 +568,23 @@ TEST(PlaybackManagerEngine, AnEngineThatWillNotStartStopsPlayback) {
     EXPECT_EQ(manager.handlePlayCommand(), PlaybackManager::RemoteCommandStatus::commandFailed);
     EXPECT_EQ(delegate.events, (QStringList{"stop", "start"}));
     EXPECT_EQ(manager.state(), State::stopped);
+}
+
+TEST(PlaybackManagerEngine, AnEngineThatDiesOnStartLeavesTheTrackScheduledAndTheStateAlone) {
+    PlaybackManager manager(std::make_unique<DeadOutput>(true));
+    RecordingDelegate delegate;
+    manager.setDelegate(&delegate);
+    LogCapture log;
+    const TrackPtr song = trackAt("song", 3.0);
+    writeFile(song->url(), frameIndexWav(4410));
+    manager.setCurrentIndex(0);
+    manager.setCurrentPlaylist({song});
+    manager.playCurrentTrack();
+    EXPECT_EQ(log.lines(), QStringList{"Error: Audio engine is not running"});
+    EXPECT_EQ(manager.state(), State::stopped);
+    ASSERT_NE(manager.audioFile(), nullptr);
+    EXPECT_TRUE(delegate.events.isEmpty());
+    EXPECT_FALSE(manager.elpasedTimeTimer());
 }
 
 TEST_F(PlaybackManagerTest, AnEngineStoppedBehindOurBackIsRestartedByTheTick) {

@@ -2,12 +2,12 @@
 
 #include <QDir>
 #include <QImage>
-#include <QtEndian>
 #include <cmath>
 #include <limits>
 #include <vector>
 
 #include "AppDirectories.h"
+#include "AudioFixtures.h"
 #include "Log.h"
 #include "OfflineAudioOutput.h"
 #include "PlaybackManager.h"
@@ -17,50 +17,17 @@ namespace {
 
 constexpr double kRate = 44100.0;
 constexpr int kBlock = 512;
-// Each sample holds its own frame index times 2^-24: exact in a float for
-// every index a test reaches, and far below full scale.
-constexpr double kIndexScale = 16777216.0;
 
 using State = PlaybackManager::State;
 using RepeatMode = PlaybackManager::RepeatMode;
 
-// Stereo 32-bit float WAV at kRate whose samples encode their frame index.
-QByteArray frameIndexWav(qint64 frames) {
-    const quint32 dataBytes = quint32(frames * 2 * 4);
-    QByteArray out;
-    out.reserve(int(44 + dataBytes));
-    auto le32 = [&out](quint32 v) {
-        const quint32 le = qToLittleEndian(v);
-        out.append(reinterpret_cast<const char*>(&le), 4);
-    };
-    auto le16 = [&out](quint16 v) {
-        const quint16 le = qToLittleEndian(v);
-        out.append(reinterpret_cast<const char*>(&le), 2);
-    };
-    out += "RIFF";
-    le32(36 + dataBytes);
-    out += "WAVEfmt ";
-    le32(16);
-    le16(3);  // IEEE float
-    le16(2);
-    le32(quint32(kRate));
-    le32(quint32(kRate) * 8);
-    le16(8);
-    le16(32);
-    out += "data";
-    le32(dataBytes);
-    for (qint64 i = 0; i < frames; ++i) {
-        const float sample = float(double(i) / kIndexScale);
-        quint32 bits;
-        std::memcpy(&bits, &sample, 4);
-        le32(bits);
-        le32(bits);
-    }
-    return out;
-}
-
-qint64 frameIndexOf(float sample) {
-    return std::llround(double(sample) * kIndexScale);
+// A stereo WAV at kRate whose every frame tells its own index.
+void writePatternFile(const QString& path, double seconds) {
+    AudioFixture fixture;
+    fixture.frames = qint64(seconds * kRate);
+    fixture.sampleRate = int(kRate);
+    fixture.signal = FixtureSignal::framePattern();
+    ASSERT_EQ(writeAudioFixture(path, fixture), QString());
 }
 
 // A word the multiply-and-reject pick maps to `pick` out of `count`, well
@@ -141,7 +108,7 @@ protected:
     // is what the queue believes, which need not match.
     TrackPtr track(const QString& title, double duration, double audioSeconds = 1.0) {
         TrackPtr result = trackAt(title, duration);
-        writeFile(result->url(), frameIndexWav(qint64(audioSeconds * kRate)));
+        writePatternFile(result->url(), audioSeconds);
         return result;
     }
 
@@ -443,8 +410,9 @@ TEST_F(PlaybackManagerTest, PauseAndResumeGoOnFromTheCountedTime) {
     // Leave room for any fade the player puts on a start.
     for (int frame = latency + kBlock; frame < latency + 4 * kBlock; ++frame) {
         const qint64 expected = 88200 + frame - latency;
-        ASSERT_EQ(frameIndexOf(samples[size_t(frame) * 2]), expected) << "at frame " << frame;
-        ASSERT_EQ(frameIndexOf(samples[size_t(frame) * 2 + 1]), expected) << "at frame " << frame;
+        ASSERT_EQ(samples[size_t(frame) * 2], patternSample(expected, 0)) << "at frame " << frame;
+        ASSERT_EQ(samples[size_t(frame) * 2 + 1], patternSample(expected, 1))
+            << "at frame " << frame;
     }
 }
 
@@ -555,7 +523,7 @@ TEST(PlaybackManagerEngine, AnEngineThatWillNotStartStopsPlayback) {
     RecordingDelegate delegate;
     manager.setDelegate(&delegate);
     const TrackPtr song = trackAt("song", 3.0);
-    writeFile(song->url(), frameIndexWav(4410));
+    writePatternFile(song->url(), 0.1);
     manager.setCurrentIndex(0);
     manager.setCurrentPlaylist({song});
     manager.playCurrentTrack();
@@ -576,7 +544,7 @@ TEST(PlaybackManagerEngine, AnEngineThatDiesOnStartLeavesTheTrackScheduledAndThe
     manager.setDelegate(&delegate);
     LogCapture log;
     const TrackPtr song = trackAt("song", 3.0);
-    writeFile(song->url(), frameIndexWav(4410));
+    writePatternFile(song->url(), 0.1);
     manager.setCurrentIndex(0);
     manager.setCurrentPlaylist({song});
     manager.playCurrentTrack();

@@ -653,3 +653,10 @@ TEST_F(PlaybackManagerTest, RemoteCommandsReportWhetherTheNodeEndedUpAsAsked) {
     EXPECT_EQ(manager.handlePreviousTrackCommand(), Status::success);
     EXPECT_EQ(manager.currentIndex(), 0);
 }
+
+TEST(PlaybackManagerShared, IsOneInstanceMadeWithoutTouchingTheDevice) {
+    PlaybackManager& shared = PlaybackManager::shared();
+    EXPECT_EQ(&shared, &PlaybackManager::shared());
+    EXPECT_EQ(shared.state(), State::stopped);
+    EXPECT_FALSE(shared.audioEngine().isRunning());
+}

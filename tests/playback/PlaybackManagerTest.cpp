@@ -230,6 +230,9 @@ TEST_F(PlaybackManagerTest, StartingTheClockTwiceKeepsOneClock) {
     // A second clock would have fired its first tick at once.
     EXPECT_EQ(manager.currentTime(), 0.0);
     EXPECT_TRUE(timerActive());
+    // The clock runs on the event loop by itself.
+    EXPECT_TRUE(waitUntil([this] { return manager.currentTime() >= 1.0; }, 3000));
+    EXPECT_EQ(manager.currentTime(), 1.0);
 }
 
 TEST_F(PlaybackManagerTest, RepeatModes) {

@@ -1,0 +1,99 @@
+#include "WiFiUploadRecord.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include "Log.h"
+#include "UserDefaults.h"
+
+const QString WiFiUploadRecord::key = QStringLiteral("uploadedFilesWithSize");
+
+namespace {
+
+QJsonArray toJsonArray(const QList<UploadedFile>& files) {
+    QJsonArray array;
+    for (const UploadedFile& file : files) {
+        array.append(
+            QJsonObject{{QStringLiteral("name"), file.name}, {QStringLiteral("size"), file.size}});
+    }
+    return array;
+}
+
+}  // namespace
+
+WiFiUploadRecord::WiFiUploadRecord(UserDefaults& store) : m_store(store) {}
+
+QByteArray WiFiUploadRecord::encode(const QList<UploadedFile>& files) {
+    return QJsonDocument(toJsonArray(files)).toJson(QJsonDocument::Compact);
+}
+
+bool WiFiUploadRecord::decode(const QByteArray& bytes, QList<UploadedFile>* files, QString* error) {
+    QJsonParseError parseError;
+    const QJsonDocument document = QJsonDocument::fromJson(bytes, &parseError);
+    if (parseError.error != QJsonParseError::NoError) {
+        *error = parseError.errorString() + QStringLiteral(" at offset ") +
+                 QString::number(parseError.offset);
+        return false;
+    }
+    if (!document.isArray()) {
+        *error = QStringLiteral("the top level is not an array");
+        return false;
+    }
+    QList<UploadedFile> decoded;
+    const QJsonArray array = document.array();
+    for (qsizetype index = 0; index < array.size(); ++index) {
+        const QJsonValue item = array.at(index);
+        const QJsonObject object = item.toObject();
+        bool allStrings = item.isObject();
+        for (auto it = object.begin(); allStrings && it != object.end(); ++it) {
+            allStrings = it.value().isString();
+        }
+        if (!allStrings) {
+            *error = QStringLiteral("entry %1 is not an object of strings").arg(index);
+            return false;
+        }
+        // An entry without a member keeps it empty, as a dictionary lookup would.
+        decoded.append({object.value(QStringLiteral("name")).toString(),
+                        object.value(QStringLiteral("size")).toString()});
+    }
+    *files = decoded;
+    return true;
+}
+
+QByteArray WiFiUploadRecord::reloadAsFilesJson() {
+    std::lock_guard lock(m_mutex);
+    const std::optional<QByteArray> stored = m_store.dataForKey(key);
+    if (!stored) {
+        systemLog(QStringLiteral("No uploaded files found in UserDefaults"));
+        m_files.clear();
+    } else {
+        QList<UploadedFile> files;
+        QString error;
+        if (decode(*stored, &files, &error)) {
+            m_files = files;
+            systemLog(QStringLiteral("Loaded uploadedFilesWithSize from UserDefaults"));
+        } else {
+            // The bad bytes stay stored until the next upload writes the list.
+            systemLog(QStringLiteral("Error decoding uploadedFilesWithSize data: ") + error);
+            m_files.clear();
+        }
+    }
+    const QJsonArray array = toJsonArray(m_files);
+    systemLog(QStringLiteral("Files ") +
+              QString::fromUtf8(QJsonDocument(array).toJson(QJsonDocument::Compact)));
+    return QJsonDocument(QJsonObject{{QStringLiteral("files"), array}})
+        .toJson(QJsonDocument::Compact);
+}
+
+void WiFiUploadRecord::append(const QString& name, qint64 size) {
+    std::lock_guard lock(m_mutex);
+    m_files.append({name, QString::number(size)});
+    m_store.setData(encode(m_files), key);
+    systemLog(QStringLiteral("Saved uploadedFilesWithSize to UserDefaults"));
+}
+
+QList<UploadedFile> WiFiUploadRecord::files() const {
+    std::lock_guard lock(m_mutex);
+    return m_files;
+}

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QByteArray>
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+#include <memory>
+
+// What a client saw of one HTTP answer.
+struct HttpAnswer {
+    int status = 0;
+    QString contentType;
+    QByteArray body;
+};
+
+// Runs curl against http://127.0.0.1:<port><path> with `arguments` (such as
+// -F parts) and returns the answer; a curl failure fails the test.
+HttpAnswer curlRequest(quint16 port, const QString& path, const QStringList& arguments = {});
+
+// One curl run started in the background, for uploads that run side by side.
+std::unique_ptr<QProcess> startCurl(quint16 port, const QString& path,
+                                    const QStringList& arguments);
+
+// -F arguments that upload `localPath` under the client file name `name`.
+QStringList filePart(const QString& localPath, const QString& name,
+                     const QString& field = QStringLiteral("file"));
+
+// A plain TCP connection to 127.0.0.1, for what curl will not do: stall,
+// send oversized headers, or go away in the middle of a body.
+class RawConnection {
+public:
+    explicit RawConnection(quint16 port);
+    ~RawConnection();
+    bool isConnected() const { return m_fd >= 0; }
+    bool send(const QByteArray& bytes);
+    // Whether the server closed the connection within `timeoutMs`; what it
+    // sent before closing is kept in `received`.
+    bool waitForClose(int timeoutMs, QByteArray* received = nullptr);
+    void close();
+
+private:
+    int m_fd = -1;
+};
+
+// Whether a TCP connection to 127.0.0.1:<port> is accepted.
+bool acceptsConnections(quint16 port);

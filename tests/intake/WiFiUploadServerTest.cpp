@@ -1,0 +1,426 @@
+// The upload server over real HTTP on loopback, with curl as the client.
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRegularExpression>
+#include <csignal>
+
+#include "AppDirectories.h"
+#include "HttpTestClient.h"
+#include "Log.h"
+#include "TestSupport.h"
+#include "UserDefaults.h"
+#include "WiFiUploadServer.h"
+
+namespace {
+
+const QString kText = QStringLiteral("text/plain; charset=utf-8");
+
+class UploadServerTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        WiFiUploadServer::Options options = serverOptions();
+        server = std::make_unique<WiFiUploadServer>(options);
+        ASSERT_TRUE(server->startWithPort(0, QStringLiteral("WiFi Sync Server")));
+        port = server->port();
+        music = QDir(downloadedMusicDirectory());
+    }
+
+    virtual WiFiUploadServer::Options serverOptions() {
+        WiFiUploadServer::Options options;
+        options.loopbackOnly = true;
+        options.announce = false;
+        return options;
+    }
+
+    // A local file of `size` bytes of a recognisable pattern.
+    QString localFile(const QString& name, qsizetype size) {
+        QByteArray bytes(size, '\0');
+        for (qsizetype i = 0; i < size; ++i) {
+            bytes[i] = char('a' + (i * 7 + name.size()) % 26);
+        }
+        const QString path = testHome() + QStringLiteral("/client/") + name;
+        writeFile(path, bytes);
+        return path;
+    }
+
+    QStringList musicFiles() const {
+        return music.entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden, QDir::Name);
+    }
+
+    QJsonArray listed() {
+        const HttpAnswer answer = curlRequest(port, QStringLiteral("/files"));
+        EXPECT_EQ(answer.status, 200);
+        EXPECT_EQ(answer.contentType, QStringLiteral("application/json"));
+        return QJsonDocument::fromJson(answer.body)
+            .object()
+            .value(QStringLiteral("files"))
+            .toArray();
+    }
+
+    static QJsonObject entry(const QString& name, qint64 size) {
+        return QJsonObject{{QStringLiteral("name"), name},
+                           {QStringLiteral("size"), QString::number(size)}};
+    }
+
+    // Nothing of a request outlives it in the folder for uploads in progress.
+    static bool noUploadsInProgress() {
+        QDir staging(AppDirectories::documentsDirectory() + QStringLiteral("/.Uploading"));
+        for (const QString& sub : staging.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+            if (!QDir(staging.filePath(sub)).isEmpty()) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    std::unique_ptr<WiFiUploadServer> server;
+    quint16 port = 0;
+    QDir music;
+};
+
+TEST_F(UploadServerTest, ServesThePageByteForByteAsHtml) {
+    QFile resource(QStringLiteral(":/index.html"));
+    ASSERT_TRUE(resource.open(QIODevice::ReadOnly));
+    const QByteArray page = resource.readAll();
+    const HttpAnswer answer = curlRequest(port, QStringLiteral("/"));
+    EXPECT_EQ(answer.status, 200);
+    EXPECT_EQ(answer.contentType, QStringLiteral("text/html"));
+    EXPECT_EQ(answer.body, page);
+    EXPECT_TRUE(page.contains("/files"));
+}
+
+TEST(UploadServerPageTest, MissingOrUnreadablePageIsATextAnswer) {
+    WiFiUploadServer::Options options;
+    options.loopbackOnly = true;
+    options.announce = false;
+    options.pagePath = testHome() + QStringLiteral("/nowhere/index.html");
+    WiFiUploadServer missing(options);
+    ASSERT_TRUE(missing.startWithPort(0, QString()));
+    HttpAnswer answer = curlRequest(missing.port(), QStringLiteral("/"));
+    EXPECT_EQ(answer.status, 200);
+    EXPECT_EQ(answer.contentType, kText);
+    EXPECT_EQ(answer.body, QByteArray("HTML file not found"));
+
+    // A directory where the page should be exists but cannot be read as a file.
+    options.pagePath = testHome();
+    WiFiUploadServer unreadable(options);
+    ASSERT_TRUE(unreadable.startWithPort(0, QString()));
+    answer = curlRequest(unreadable.port(), QStringLiteral("/"));
+    EXPECT_EQ(answer.status, 200);
+    EXPECT_EQ(answer.contentType, kText);
+    EXPECT_EQ(answer.body, QByteArray("Failed to read HTML file"));
+}
+
+TEST_F(UploadServerTest, ListingWithNothingOrGarbageStoredIsEmpty) {
+    LogCapture log;
+    HttpAnswer answer = curlRequest(port, QStringLiteral("/files"));
+    EXPECT_EQ(answer.status, 200);
+    EXPECT_EQ(answer.contentType, QStringLiteral("application/json"));
+    EXPECT_EQ(answer.body, QByteArray(R"({"files":[]})"));
+    EXPECT_TRUE(log.contains(QStringLiteral("No uploaded files found in UserDefaults")));
+
+    // Not JSON, and JSON of the wrong shape (a number where a string belongs).
+    for (const QByteArray& bad :
+         {QByteArray("{not json"), QByteArray(R"([{"name":"a","size":3}])")}) {
+        UserDefaults::standard().setData(bad, QStringLiteral("uploadedFilesWithSize"));
+        log.clear();
+        answer = curlRequest(port, QStringLiteral("/files"));
+        EXPECT_EQ(answer.status, 200);
+        EXPECT_EQ(answer.body, QByteArray(R"({"files":[]})"));
+        EXPECT_EQ(log.lines()
+                      .filter(QStringLiteral("Error decoding uploadedFilesWithSize data: "))
+                      .size(),
+                  1)
+            << log.lines().join('\n').toStdString();
+        // The bad bytes stay until an upload writes the list.
+        EXPECT_EQ(UserDefaults::standard().dataForKey(QStringLiteral("uploadedFilesWithSize")),
+                  bad);
+    }
+}
+
+TEST_F(UploadServerTest, EveryFilePartIsStoredUnderTheCollisionRuleAndRecorded) {
+    EXPECT_EQ(listed(), QJsonArray());
+    const QString song = localFile(QStringLiteral("Song.mp3"), 5000);
+    const QString notes = localFile(QStringLiteral("notes.txt"), 12);
+    LogCapture log;
+    // Two parts of the same name under different fields, a text file, a plain field.
+    const HttpAnswer answer =
+        curlRequest(port, QStringLiteral("/"),
+                    filePart(song, QStringLiteral("Song.mp3"), QStringLiteral("first")) +
+                        filePart(song, QStringLiteral("Song.mp3"), QStringLiteral("second")) +
+                        QStringList{QStringLiteral("-F"), QStringLiteral("comment=hello")} +
+                        filePart(notes, QStringLiteral("notes.txt"), QStringLiteral("third")));
+    EXPECT_EQ(answer.status, 200);
+    EXPECT_EQ(answer.contentType, kText);
+    EXPECT_EQ(answer.body, QByteArray());
+
+    EXPECT_EQ(musicFiles(), (QStringList{"Song (1).mp3", "Song.mp3", "notes.txt"}));
+    QFile stored(music.filePath(QStringLiteral("Song (1).mp3")));
+    ASSERT_TRUE(stored.open(QIODevice::ReadOnly));
+    QFile original(song);
+    ASSERT_TRUE(original.open(QIODevice::ReadOnly));
+    EXPECT_EQ(stored.readAll(), original.readAll());
+
+    const QJsonArray expected{entry("Song.mp3", 5000), entry("Song (1).mp3", 5000),
+                              entry("notes.txt", 12)};
+    EXPECT_EQ(listed(), expected);
+    // The stored record is the JSON array itself, with sizes as strings.
+    const auto record =
+        UserDefaults::standard().dataForKey(QStringLiteral("uploadedFilesWithSize"));
+    ASSERT_TRUE(record.has_value());
+    EXPECT_EQ(QJsonDocument::fromJson(*record).array(), expected);
+    EXPECT_TRUE(log.contains(QStringLiteral("Files: 3")));
+    EXPECT_TRUE(log.contains(QStringLiteral("Saved file: Song (1).mp3 with size: 5000 bytes")));
+    EXPECT_EQ(log.count(QStringLiteral("Saved uploadedFilesWithSize to UserDefaults")), 3);
+    EXPECT_TRUE(noUploadsInProgress());
+}
+
+TEST_F(UploadServerTest, TakenNamesCountUpFromTheBase) {
+    writeFile(music.filePath(QStringLiteral("a.mp3.mp3")), "x");
+    writeFile(music.filePath(QStringLiteral("README")), "x");
+    writeFile(music.filePath(QStringLiteral("Song.mp3")), "x");
+    writeFile(music.filePath(QStringLiteral("Song (1).mp3")), "x");
+    const QString file = localFile(QStringLiteral("payload"), 3);
+    const HttpAnswer answer = curlRequest(port, QStringLiteral("/"),
+                                          filePart(file, QStringLiteral("a.mp3.mp3")) +
+                                              filePart(file, QStringLiteral("README")) +
+                                              filePart(file, QStringLiteral("Song.mp3")) +
+                                              filePart(file, QStringLiteral("a.mp3.mp3")));
+    EXPECT_EQ(answer.body, QByteArray());
+    const QStringList files = musicFiles();
+    for (const char* name : {"a (1).mp3", "README (1)", "Song (2).mp3", "a (2).mp3"}) {
+        EXPECT_TRUE(files.contains(QString::fromLatin1(name))) << name;
+    }
+    // The earlier files are never overwritten.
+    QFile first(music.filePath(QStringLiteral("a.mp3.mp3")));
+    ASSERT_TRUE(first.open(QIODevice::ReadOnly));
+    EXPECT_EQ(first.readAll(), QByteArray("x"));
+}
+
+TEST_F(UploadServerTest, OnlyAListingReadsTheStoredRecord) {
+    const QByteArray older = R"([{"name":"old.mp3","size":"7"}])";
+    UserDefaults::standard().setData(older, QStringLiteral("uploadedFilesWithSize"));
+    const QString file = localFile(QStringLiteral("new.mp3"), 10);
+
+    // An upload before any listing writes a list of the new files only.
+    EXPECT_EQ(curlRequest(port, "/", filePart(file, "new.mp3")).body, QByteArray());
+    EXPECT_EQ(listed(), (QJsonArray{entry("new.mp3", 10)}));
+
+    // After a listing, uploads append to what was read.
+    EXPECT_EQ(curlRequest(port, "/", filePart(file, "next.mp3")).body, QByteArray());
+    EXPECT_EQ(listed(), (QJsonArray{entry("new.mp3", 10), entry("next.mp3", 10)}));
+}
+
+TEST_F(UploadServerTest, RequestsWithoutFilesAreAnsweredInText) {
+    LogCapture log;
+    HttpAnswer answer = curlRequest(port, "/", {"-F", "field=value"});
+    EXPECT_EQ(answer.status, 200);
+    EXPECT_EQ(answer.contentType, kText);
+    EXPECT_EQ(answer.body, QByteArray("No files found in request"));
+    EXPECT_TRUE(log.contains(QStringLiteral("Files: 0")));
+
+    answer = curlRequest(port, "/", {"--data", "field=value"});
+    EXPECT_EQ(answer.status, 200);
+    EXPECT_EQ(answer.contentType, kText);
+    EXPECT_EQ(answer.body, QByteArray("Invalid request"));
+
+    // A multipart type without a boundary cannot be parsed.
+    answer = curlRequest(port, "/", {"-H", "Content-Type: multipart/form-data", "--data", "x"});
+    EXPECT_EQ(answer.body, QByteArray("Invalid request"));
+
+    for (const auto& [method, path] : {std::pair{"GET", "/nothing"}, std::pair{"PUT", "/"},
+                                       std::pair{"POST", "/files"}, std::pair{"GET", "/files/"}}) {
+        answer = curlRequest(port, path, {"-X", method});
+        EXPECT_EQ(answer.status, 404) << method << " " << path;
+    }
+    EXPECT_TRUE(musicFiles().isEmpty());
+}
+
+TEST_F(UploadServerTest, AnUnsafeNameEndsTheRequestAtItsPart) {
+    EXPECT_EQ(listed(), QJsonArray());
+    const QString file = localFile(QStringLiteral("ok.mp3"), 100);
+    LogCapture log;
+    const HttpAnswer answer = curlRequest(
+        port, "/",
+        filePart(file, "first.mp3") + filePart(file, "../evil.mp3") + filePart(file, "third.mp3"));
+    EXPECT_EQ(answer.status, 200);
+    EXPECT_EQ(answer.body, QByteArray("Error saving file ../evil.mp3: File Exists"));
+    EXPECT_EQ(musicFiles(), QStringList{"first.mp3"});
+    EXPECT_FALSE(QFileInfo::exists(AppDirectories::documentsDirectory() + "/evil.mp3"));
+    EXPECT_EQ(listed(), (QJsonArray{entry("first.mp3", 100)}));
+    EXPECT_EQ(log.lines().filter(QStringLiteral("Error saving file ../evil.mp3: ")).size(), 1);
+    EXPECT_FALSE(log.lines().join('\n').contains(QStringLiteral("third.mp3")));
+
+    for (const char* name : {".", "..", "a/b.mp3"}) {
+        const HttpAnswer refused =
+            curlRequest(port, "/", filePart(file, QString::fromLatin1(name)));
+        EXPECT_EQ(refused.body, QByteArray("Error saving file ") + name + ": File Exists");
+    }
+    EXPECT_EQ(musicFiles(), QStringList{"first.mp3"});
+    EXPECT_TRUE(waitUntil(noUploadsInProgress));
+}
+
+TEST_F(UploadServerTest, AClientThatLeavesMidBodyLeavesNothing) {
+    const QByteArray boundary = "----corvantis-test-boundary";
+    QByteArray body = "--" + boundary +
+                      "\r\nContent-Disposition: form-data; name=\"a\"; filename=\"done.mp3\"\r\n"
+                      "Content-Type: audio/mpeg\r\n\r\n" +
+                      QByteArray(20000, 'd') + "\r\n--" + boundary +
+                      "\r\nContent-Disposition: form-data; name=\"b\"; filename=\"cut.mp3\"\r\n"
+                      "Content-Type: audio/mpeg\r\n\r\n" +
+                      QByteArray(50000, 'c');
+    {
+        RawConnection connection(port);
+        ASSERT_TRUE(connection.isConnected());
+        ASSERT_TRUE(
+            connection.send("POST / HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Type: "
+                            "multipart/form-data; boundary=" +
+                            boundary + "\r\nContent-Length: 10000000\r\n\r\n" + body));
+        // Let the server write both parts to their temporary files first.
+        EXPECT_TRUE(waitUntil([] { return !noUploadsInProgress(); }));
+        spinEventLoop(200);
+    }
+    EXPECT_TRUE(waitUntil(noUploadsInProgress));
+    EXPECT_TRUE(musicFiles().isEmpty());
+    EXPECT_FALSE(UserDefaults::standard().dataForKey("uploadedFilesWithSize").has_value());
+    // The server goes on serving.
+    EXPECT_EQ(listed(), QJsonArray());
+}
+
+TEST_F(UploadServerTest, AWriteFailureKeepsTheEarlierFilesAndNoPartialOne) {
+    const QString small = localFile(QStringLiteral("small.mp3"), 1000);
+    const QString big = localFile(QStringLiteral("big.bin"), 2 * 1024 * 1024);
+    EXPECT_EQ(listed(), QJsonArray());
+    // A file size limit makes every write past 512 KiB fail as on a full disk.
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit previous{};
+    getrlimit(RLIMIT_FSIZE, &previous);
+    rlimit limit = previous;
+    limit.rlim_cur = 512 * 1024;
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+    LogCapture log;
+    const HttpAnswer answer = curlRequest(
+        port, "/",
+        filePart(small, "small.mp3") + filePart(big, "big.bin") + filePart(small, "after.mp3"));
+    setrlimit(RLIMIT_FSIZE, &previous);
+
+    EXPECT_EQ(answer.body, QByteArray("Error saving file big.bin: File Exists"));
+    EXPECT_EQ(musicFiles(), QStringList{"small.mp3"});
+    EXPECT_EQ(listed(), (QJsonArray{entry("small.mp3", 1000)}));
+    EXPECT_TRUE(log.contains(QStringLiteral("Error saving file big.bin: File too large")))
+        << log.lines().join('\n').toStdString();
+    EXPECT_TRUE(waitUntil(noUploadsInProgress));
+}
+
+TEST_F(UploadServerTest, AMissingMusicFolderIsMadeAgainOrReported) {
+    const QString file = localFile(QStringLiteral("x.mp3"), 10);
+    ASSERT_TRUE(music.removeRecursively());
+    LogCapture log;
+    EXPECT_EQ(curlRequest(port, "/", filePart(file, "x.mp3")).body, QByteArray());
+    EXPECT_TRUE(log.contains(QStringLiteral("Created 'Downloaded Music' directory")));
+    EXPECT_EQ(musicFiles(), QStringList{"x.mp3"});
+
+    // A plain file in its place: the folder cannot be made and the move fails.
+    ASSERT_TRUE(music.removeRecursively());
+    writeFile(music.absolutePath(), "not a folder");
+    log.clear();
+    EXPECT_EQ(curlRequest(port, "/", filePart(file, "y.mp3")).body,
+              QByteArray("Error saving file y.mp3: File Exists"));
+    EXPECT_EQ(log.lines().filter(QStringLiteral("Error creating directory: ")).size(), 0)
+        << "a file stands there, so nothing is made";
+    EXPECT_EQ(log.lines().filter(QStringLiteral("Error saving file y.mp3: ")).size(), 1);
+}
+
+TEST_F(UploadServerTest, UploadsSideBySideGetDistinctNamesAndAWholeRecord) {
+    EXPECT_EQ(listed(), QJsonArray());
+    const QString file = localFile(QStringLiteral("Song.mp3"), 3000);
+    constexpr int kClients = 4;
+    constexpr int kFilesEach = 5;
+    std::vector<std::unique_ptr<QProcess>> clients;
+    for (int client = 0; client < kClients; ++client) {
+        QStringList parts;
+        for (int i = 0; i < kFilesEach; ++i) {
+            parts += filePart(file, QStringLiteral("Song.mp3"));
+        }
+        clients.push_back(startCurl(port, "/", parts));
+    }
+    for (auto& client : clients) {
+        ASSERT_TRUE(client->waitForFinished(60000));
+        EXPECT_EQ(client->exitCode(), 0);
+        EXPECT_EQ(client->readAllStandardOutput(), QByteArray());
+    }
+    QStringList expected{QStringLiteral("Song.mp3")};
+    for (int i = 1; i < kClients * kFilesEach; ++i) {
+        expected << QStringLiteral("Song (%1).mp3").arg(i);
+    }
+    expected.sort();
+    EXPECT_EQ(musicFiles(), expected);
+    const QJsonArray record = listed();
+    EXPECT_EQ(record.size(), kClients * kFilesEach);
+    QStringList recorded;
+    for (const QJsonValue& item : record) {
+        recorded << item[QStringLiteral("name")].toString();
+    }
+    recorded.sort();
+    EXPECT_EQ(recorded, expected);
+}
+
+class SlowClientTest : public UploadServerTest {
+protected:
+    WiFiUploadServer::Options serverOptions() override {
+        WiFiUploadServer::Options options = UploadServerTest::serverOptions();
+        options.idleTimeoutSeconds = 1;
+        return options;
+    }
+};
+
+TEST_F(SlowClientTest, StalledOrOversizedRequestsLoseTheirConnection) {
+    RawConnection stalled(port);
+    ASSERT_TRUE(stalled.isConnected());
+    ASSERT_TRUE(stalled.send("GET / HTTP/1.1\r\nHost: 127.0.0.1\r\n"));
+    EXPECT_TRUE(stalled.waitForClose(5000));
+
+    RawConnection huge(port);
+    ASSERT_TRUE(huge.isConnected());
+    QByteArray received;
+    huge.send("GET / HTTP/1.1\r\nHost: 127.0.0.1\r\nX-Filler: " + QByteArray(1024 * 1024, 'f') +
+              "\r\n\r\n");
+    EXPECT_TRUE(huge.waitForClose(5000, &received));
+    EXPECT_FALSE(received.startsWith("HTTP/1.1 200")) << received.left(100).toStdString();
+
+    EXPECT_EQ(listed(), QJsonArray());
+}
+
+TEST_F(UploadServerTest, ListensOnlyBetweenStartAndStop) {
+    EXPECT_TRUE(acceptsConnections(port));
+    server->stop();
+    EXPECT_FALSE(server->isRunning());
+    EXPECT_FALSE(acceptsConnections(port));
+    EXPECT_FALSE(server->serverURL().has_value());
+    // The same port is free again for the next start.
+    ASSERT_TRUE(server->startWithPort(port, QString()));
+    EXPECT_EQ(server->port(), port);
+    EXPECT_EQ(listed(), QJsonArray());
+}
+
+TEST(UploadServerAnnounceTest, RunsOnWithoutAnAvahiDaemon) {
+    if (QFileInfo::exists(QStringLiteral("/run/avahi-daemon/pid"))) {
+        GTEST_SKIP() << "an Avahi daemon runs here";
+    }
+    LogCapture log;
+    WiFiUploadServer::Options options;
+    options.loopbackOnly = true;
+    WiFiUploadServer server(options);
+    ASSERT_TRUE(server.startWithPort(0, QStringLiteral("WiFi Sync Server")));
+    EXPECT_EQ(log.lines().filter(QRegularExpression("^Bonjour announcement skipped: .+")).size(), 1)
+        << log.lines().join('\n').toStdString();
+    EXPECT_EQ(curlRequest(server.port(), "/files").body, QByteArray(R"({"files":[]})"));
+}
+
+}  // namespace

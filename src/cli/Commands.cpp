@@ -6,6 +6,7 @@
 int runInfoCommand(const QStringList& arguments);
 int runPlayCommand(const QStringList& arguments);
 int runRenderCommand(const QStringList& arguments);
+int runServeCommand(const QStringList& arguments);
 int runVersionCommand(const QStringList& arguments);
 
 std::span<const CliCommand> cliCommands() {
@@ -16,6 +17,7 @@ std::span<const CliCommand> cliCommands() {
                    "render [--main-gains g60,g230,g910,g3000,g14000] [--bass-gains ...] "
                    "[--global-gain dB] [--start SECONDS] [--duration SECONDS] IN OUT.wav",
                    runRenderCommand},
+        CliCommand{"serve", "serve [--port N]", runServeCommand},
         CliCommand{"version", "version", runVersionCommand},
     };
     return commands;

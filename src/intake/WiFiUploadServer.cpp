@@ -295,10 +295,17 @@ QString WiFiUploadServer::Private::moveIntoPlace(FilePart& part, QString* stored
 }
 
 QByteArray WiFiUploadServer::Private::finishUpload(Request& request) {
+    if (request.processor) {
+        // A body cut short before its closing boundary may have left the last
+        // part incomplete: none of it counts.
+        const bool complete = MHD_destroy_post_processor(request.processor) == MHD_YES;
+        request.processor = nullptr;
+        request.malformed = request.malformed || !complete;
+    }
+    request.closeCurrent();
     if (!request.isMultipart || request.malformed) {
         return QByteArrayLiteral("Invalid request");
     }
-    request.closeCurrent();
     systemLog(QStringLiteral("Files: ") + QString::number(request.parts.size()));
     if (request.parts.empty()) {
         return QByteArrayLiteral("No files found in request");

@@ -234,6 +234,16 @@ TEST_F(UploadServerTest, RequestsWithoutFilesAreAnsweredInText) {
     answer = curlRequest(port, "/", {"-H", "Content-Type: multipart/form-data", "--data", "x"});
     EXPECT_EQ(answer.body, QByteArray("Invalid request"));
 
+    // A whole request whose body ends before the closing boundary.
+    const QString cut = testHome() + QStringLiteral("/cut.txt");
+    writeFile(cut,
+              "--XYZ\r\nContent-Disposition: form-data; name=\"f\"; filename=\"cut.mp3\"\r\n\r\n" +
+                  QByteArray(5000, 'c'));
+    answer = curlRequest(
+        port, "/",
+        {"-H", "Content-Type: multipart/form-data; boundary=XYZ", "--data-binary", "@" + cut});
+    EXPECT_EQ(answer.body, QByteArray("Invalid request"));
+
     for (const auto& [method, path] : {std::pair{"GET", "/nothing"}, std::pair{"PUT", "/"},
                                        std::pair{"POST", "/files"}, std::pair{"GET", "/files/"}}) {
         answer = curlRequest(port, path, {"-X", method});

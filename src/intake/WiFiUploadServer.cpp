@@ -21,6 +21,7 @@
 #include "ListenSocket.h"
 #include "Log.h"
 #include "UploadFileName.h"
+#include "UploadStagingArea.h"
 #include "UserDefaults.h"
 #include "WiFiAddress.h"
 
@@ -82,7 +83,7 @@ struct WiFiUploadServer::Private {
     MHD_Daemon* daemon = nullptr;
     quint16 port = 0;
     int startError = 0;
-    QString stagingDirectory;
+    UploadStagingArea staging;
     mode_t fileMode = 0644;
     // Held from picking a stored name until the file is in place under it, so
     // that two requests never pick the same free name.
@@ -208,7 +209,7 @@ MHD_Result WiFiUploadServer::Private::onPostData(void* context, MHD_ValueKind, c
 }
 
 bool WiFiUploadServer::Private::openTemporaryFile(FilePart& part) const {
-    QByteArray pattern = QFile::encodeName(stagingDirectory + QStringLiteral("/upload-XXXXXX"));
+    QByteArray pattern = QFile::encodeName(staging.path() + QStringLiteral("/upload-XXXXXX"));
     const int fd = ::mkostemp(pattern.data(), O_CLOEXEC);
     if (fd < 0) {
         part.writeError = errno;
@@ -443,22 +444,20 @@ bool WiFiUploadServer::startWithPort(quint16 port, const QString& bonjourName) {
     // that a rename moves them in, yet out of sight of the track scans.
     const QString stagingRoot =
         QFileInfo(d->options.musicDirectory).absolutePath() + QStringLiteral("/.Uploading");
-    QDir().mkpath(stagingRoot);
-    QByteArray staging = QFile::encodeName(stagingRoot + QStringLiteral("/XXXXXX"));
-    if (!::mkdtemp(staging.data())) {
+    int error = 0;
+    if (!d->staging.open(stagingRoot, &error)) {
         systemLog(QStringLiteral("Cannot make a folder for uploads in progress in %1: %2")
-                      .arg(stagingRoot, errnoText(errno)));
-        d->startError = errno;
+                      .arg(stagingRoot, errnoText(error)));
+        d->startError = error;
         return false;
     }
-    d->stagingDirectory = QFile::decodeName(staging);
 
     const ListenSocket socket = openListenSocket(port, d->options.loopbackOnly);
     if (socket.fd < 0) {
         d->startError = socket.error;
         qCWarning(lcUploadServer) << "cannot listen on port" << port << ":"
                                   << errnoText(socket.error);
-        QDir(d->stagingDirectory).removeRecursively();
+        d->staging.close();
         return false;
     }
     d->daemon = MHD_start_daemon(
@@ -473,7 +472,7 @@ bool WiFiUploadServer::startWithPort(quint16 port, const QString& bonjourName) {
         ::close(socket.fd);
         d->startError = EINVAL;
         qCWarning(lcUploadServer) << "the HTTP library did not start";
-        QDir(d->stagingDirectory).removeRecursively();
+        d->staging.close();
         return false;
     }
     d->port = socket.port;
@@ -496,8 +495,7 @@ void WiFiUploadServer::stop() {
     MHD_stop_daemon(d->daemon);
     d->daemon = nullptr;
     d->port = 0;
-    QDir(d->stagingDirectory).removeRecursively();
-    d->stagingDirectory.clear();
+    d->staging.close();
 }
 
 bool WiFiUploadServer::isRunning() const {

@@ -1,6 +1,9 @@
 // The upload server over real HTTP on loopback, with curl as the client.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include <QDir>
 #include <QFile>
@@ -417,6 +420,31 @@ TEST_F(UploadServerTest, ListensOnlyBetweenStartAndStop) {
     ASSERT_TRUE(server->startWithPort(port, QString()));
     EXPECT_EQ(server->port(), port);
     EXPECT_EQ(listed(), QJsonArray());
+}
+
+TEST(UploadServerStagingTest, AStartSweepsAwayWhatACrashedServerLeft) {
+    const QString root = AppDirectories::documentsDirectory() + QStringLiteral("/.Uploading");
+    // One folder of a server that died mid-upload, one of a server that runs.
+    writeFile(root + "/dead01/.lock", QByteArray());
+    writeFile(root + "/dead01/upload-abc", QByteArray(1000, 'x'));
+    writeFile(root + "/live01/.lock", QByteArray());
+    writeFile(root + "/live01/upload-def", QByteArray(1000, 'y'));
+    const int held = ::open(QFile::encodeName(root + "/live01/.lock").constData(), O_RDONLY);
+    ASSERT_GE(held, 0);
+    ASSERT_EQ(::flock(held, LOCK_EX), 0);
+
+    WiFiUploadServer::Options options;
+    options.loopbackOnly = true;
+    options.announce = false;
+    WiFiUploadServer server(options);
+    ASSERT_TRUE(server.startWithPort(0, QString()));
+    EXPECT_FALSE(QFileInfo::exists(root + "/dead01"));
+    EXPECT_TRUE(QFileInfo::exists(root + "/live01/upload-def"));
+    ::close(held);
+    server.stop();
+    WiFiUploadServer next(options);
+    ASSERT_TRUE(next.startWithPort(0, QString()));
+    EXPECT_FALSE(QFileInfo::exists(root + "/live01"));
 }
 
 TEST(UploadServerAnnounceTest, RunsOnWithoutAnAvahiDaemon) {

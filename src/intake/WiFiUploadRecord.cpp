@@ -22,7 +22,32 @@ QJsonArray toJsonArray(const QList<UploadedFile>& files) {
 
 }  // namespace
 
-WiFiUploadRecord::WiFiUploadRecord(UserDefaults& store) : m_store(store) {}
+WiFiUploadRecord::WiFiUploadRecord(const QString& settingsFile) {
+    m_storeThread.setObjectName(QStringLiteral("upload record"));
+    m_storeThread.start();
+    m_storeContext = new QObject;
+    m_storeContext->moveToThread(&m_storeThread);
+    QMetaObject::invokeMethod(
+        m_storeContext, [this, settingsFile] { m_store = new UserDefaults(settingsFile); },
+        Qt::BlockingQueuedConnection);
+}
+
+WiFiUploadRecord::~WiFiUploadRecord() {
+    QMetaObject::invokeMethod(
+        m_storeContext,
+        [this] {
+            delete m_store;
+            delete m_storeContext;
+        },
+        Qt::BlockingQueuedConnection);
+    m_storeThread.quit();
+    m_storeThread.wait();
+}
+
+void WiFiUploadRecord::onStoreThread(const std::function<void(UserDefaults&)>& work) {
+    QMetaObject::invokeMethod(
+        m_storeContext, [this, &work] { work(*m_store); }, Qt::BlockingQueuedConnection);
+}
 
 QByteArray WiFiUploadRecord::encode(const QList<UploadedFile>& files) {
     return QJsonDocument(toJsonArray(files)).toJson(QJsonDocument::Compact);
@@ -63,7 +88,8 @@ bool WiFiUploadRecord::decode(const QByteArray& bytes, QList<UploadedFile>* file
 
 QByteArray WiFiUploadRecord::reloadAsFilesJson() {
     std::lock_guard lock(m_mutex);
-    const std::optional<QByteArray> stored = m_store.dataForKey(key);
+    std::optional<QByteArray> stored;
+    onStoreThread([&stored](UserDefaults& store) { stored = store.dataForKey(key); });
     if (!stored) {
         systemLog(QStringLiteral("No uploaded files found in UserDefaults"));
         m_files.clear();
@@ -89,7 +115,8 @@ QByteArray WiFiUploadRecord::reloadAsFilesJson() {
 void WiFiUploadRecord::append(const QString& name, qint64 size) {
     std::lock_guard lock(m_mutex);
     m_files.append({name, QString::number(size)});
-    m_store.setData(encode(m_files), key);
+    const QByteArray bytes = encode(m_files);
+    onStoreThread([&bytes](UserDefaults& store) { store.setData(bytes, key); });
     systemLog(QStringLiteral("Saved uploadedFilesWithSize to UserDefaults"));
 }
 

@@ -3,6 +3,8 @@
 #include <QByteArray>
 #include <QList>
 #include <QString>
+#include <QThread>
+#include <functional>
 #include <mutex>
 
 class UserDefaults;
@@ -25,8 +27,10 @@ class WiFiUploadRecord {
 public:
     static const QString key;
 
-    // `store` must outlive the record and be used by no other thread meanwhile.
-    explicit WiFiUploadRecord(UserDefaults& store);
+    explicit WiFiUploadRecord(const QString& settingsFile);
+    ~WiFiUploadRecord();
+    WiFiUploadRecord(const WiFiUploadRecord&) = delete;
+    WiFiUploadRecord& operator=(const WiFiUploadRecord&) = delete;
 
     // GET /files: reloads the in-memory list from the store (an absent or
     // undecodable record reads as empty) and answers {"files":[...]}.
@@ -42,7 +46,12 @@ public:
     static bool decode(const QByteArray& bytes, QList<UploadedFile>* files, QString* error);
 
 private:
+    // Runs `work` with the store on the store's thread and waits for it.
+    void onStoreThread(const std::function<void(UserDefaults&)>& work);
+
     mutable std::mutex m_mutex;
-    UserDefaults& m_store;
+    QThread m_storeThread;
+    QObject* m_storeContext = nullptr;
+    UserDefaults* m_store = nullptr;
     QList<UploadedFile> m_files;
 };

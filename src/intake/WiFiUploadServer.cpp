@@ -22,7 +22,6 @@
 #include "Log.h"
 #include "UploadFileName.h"
 #include "UploadStagingArea.h"
-#include "UserDefaults.h"
 #include "WiFiAddress.h"
 
 Q_LOGGING_CATEGORY(lcUploadServer, "corvantis.intake.upload", QtWarningMsg)
@@ -77,7 +76,6 @@ QString errnoText(int error) {
 
 struct WiFiUploadServer::Private {
     Options options;
-    std::unique_ptr<UserDefaults> ownStore;
     std::unique_ptr<WiFiUploadRecord> record;
     BonjourAnnouncer announcer;
     MHD_Daemon* daemon = nullptr;
@@ -419,15 +417,8 @@ WiFiUploadServer::WiFiUploadServer(Options options) : d(std::make_unique<Private
         options.musicDirectory = downloadedMusicDirectory();
     }
     options.musicDirectory = QDir(options.musicDirectory).absolutePath();
-    UserDefaults* store = options.store;
-    if (!store) {
-        // A handle of its own on the settings file: the workers use it under
-        // the record's mutex while the main thread keeps the shared one.
-        d->ownStore = std::make_unique<UserDefaults>(AppDirectories::settingsFile());
-        store = d->ownStore.get();
-    }
     d->options = options;
-    d->record = std::make_unique<WiFiUploadRecord>(*store);
+    d->record = std::make_unique<WiFiUploadRecord>(AppDirectories::settingsFile());
 }
 
 WiFiUploadServer::~WiFiUploadServer() {

@@ -6,7 +6,6 @@
 
 #include "WiFiUploadRecord.h"
 
-class UserDefaults;
 struct MHD_Daemon;
 
 // The HTTP server behind the upload screen: GET / (the upload page), POST /
@@ -20,9 +19,8 @@ struct MHD_Daemon;
 class WiFiUploadServer {
 public:
     struct Options {
-        QString musicDirectory;         // empty: downloadedMusicDirectory()
-        QString pagePath;               // empty: the page in the resources
-        UserDefaults* store = nullptr;  // null: a private handle on the settings file
+        QString musicDirectory;  // empty: downloadedMusicDirectory()
+        QString pagePath;        // empty: the page in the resources
         bool loopbackOnly = false;
         unsigned workerThreads = 4;
         unsigned connectionLimit = 64;

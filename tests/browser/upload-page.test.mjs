@@ -103,6 +103,18 @@ async function main() {
     assert.equal(await rows.nth(2).locator(".name").textContent(), "First Song (1).mp3");
     assert.equal(readFileSync(join(music, "First Song (1).mp3"), "utf8"), "dropped bytes");
 
+    // A failure answer is shown on the file's row, and nothing is listed for it.
+    const refused = await page.evaluateHandle(() => {
+      const transfer = new DataTransfer();
+      transfer.items.add(new File(["x"], "../escape.mp3", { type: "audio/mpeg" }));
+      return transfer;
+    });
+    await page.dispatchEvent("#drop", "drop", { dataTransfer: refused });
+    await page.locator("#queue .error").waitFor({ timeout: 20000 });
+    assert.equal(await page.locator("#queue .error").textContent(),
+                 "Error saving file ../escape.mp3: File Exists");
+    assert.equal(await rows.count(), 3);
+
     // A reload shows the same list from the device.
     await page.reload();
     await rows.nth(2).waitFor();
@@ -118,7 +130,7 @@ async function main() {
 try {
   mkdirSync(clientFiles, { recursive: true });
   await main();
-  console.log("upload page: two files chosen and one dropped, all listed and stored");
+  console.log("upload page: chosen and dropped files listed and stored, a refused one shows its failure text");
   rmSync(root, { recursive: true, force: true });
 } catch (error) {
   console.error(error);

@@ -85,6 +85,13 @@ TEST(ServeCommandTest, ServesTheMusicFolderUntilTerminated) {
     EXPECT_EQ(curlRequest(port, "/files").body,
               QByteArray(R"({"files":[{"name":"song.mp3","size":"4096"}]})"));
     EXPECT_TRUE(QFile::exists(testHome() + "/Documents/Downloaded Music/song.mp3"));
+    // One socket serves IPv6 clients too, where the machine has IPv6.
+    if (QFile(QStringLiteral("/proc/net/if_inet6")).open(QIODevice::ReadOnly)) {
+        const ProcessRun overIPv6 = runProcess(
+            "curl", {"-sS", "--max-time", "20", QStringLiteral("http://[::1]:%1/files").arg(port)});
+        EXPECT_EQ(overIPv6.exitCode, 0) << overIPv6.err.toStdString();
+        EXPECT_EQ(overIPv6.out, QStringLiteral(R"({"files":[{"name":"song.mp3","size":"4096"}]})"));
+    }
 
     EXPECT_EQ(serve.terminate(), 0) << serve.err().toStdString();
     EXPECT_FALSE(acceptsConnections(port));

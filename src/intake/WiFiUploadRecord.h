@@ -23,6 +23,10 @@ struct UploadedFile {
 // whole list back. So an upload before the first listing replaces what was
 // stored, which is how the record is meant to behave. Every member takes the
 // one mutex, since request handlers run on several threads at once.
+//
+// The record keeps a handle of its own on the settings file, on a thread of
+// its own: a settings object defers work to events of the thread that made
+// it, so one thread with an event loop must own it, whoever calls the record.
 class WiFiUploadRecord {
 public:
     static const QString key;

@@ -9,6 +9,7 @@
 #include "Log.h"
 #include "PlaybackLog.h"
 #include "SdlAudioOutput.h"
+#include "UserDefaults.h"
 
 namespace {
 
@@ -41,9 +42,14 @@ PlaybackManager& PlaybackManager::shared() {
 }
 
 PlaybackManager::PlaybackManager(std::unique_ptr<AudioOutput> output, QObject* parent)
+    : PlaybackManager(std::move(output), UserDefaults::standard(), parent) {}
+
+PlaybackManager::PlaybackManager(std::unique_ptr<AudioOutput> output, UserDefaults& defaults,
+                                 QObject* parent)
     : QObject(parent),
       m_audioPlayerNode(std::make_unique<AudioPlayerNode>()),
       m_audioEngine(std::make_unique<AudioEngine>(std::move(output))),
+      m_defaults(defaults),
       m_nowPlayingPublisher(std::make_shared<NullNowPlayingPublisher>()),
       m_randomSource([] { return QRandomGenerator::system()->generate64(); }) {
     setupEqualizer();
@@ -74,12 +80,17 @@ std::unique_ptr<AudioUnitEQ> PlaybackManager::makeEqualizerUnit() {
 void PlaybackManager::setupEqualizer() {
     m_equalizer = makeEqualizerUnit();
     m_bands = m_equalizer->bands();
+    m_equalizerState = new EqualizerState(*m_equalizer, m_bassEqualizers, m_defaults, this);
+    connect(m_equalizerState, &EqualizerState::selectedEQPresetChanged, this,
+            &PlaybackManager::selectedEQPresetChanged);
+    m_equalizerState->restoreEqualizer();
 }
 
 void PlaybackManager::setupBassEqualizers(int count) {
     for (int i = 0; i < count; ++i) {
         m_bassEqualizers.push_back(makeEqualizerUnit());
     }
+    m_equalizerState->restoreBassEqualizers();
 }
 
 void PlaybackManager::setupAudioGraph() {

@@ -13,10 +13,13 @@
 #include "AudioOutput.h"
 #include "AudioPlayerNode.h"
 #include "AudioUnitEQ.h"
+#include "EqualizerState.h"
 #include "NowPlayingInfo.h"
 #include "NowPlayingPublisher.h"
 #include "PlaybackManagerDelegate.h"
 #include "Track.h"
+
+class UserDefaults;
 
 // The one object that plays music: the queue, the transport, the audio graph
 // and the one-second clock that measures a track and ends it. Main thread only.
@@ -37,6 +40,9 @@ class PlaybackManager : public QObject {
                    isShuffleEnabledChanged)
     Q_PROPERTY(bool canGoNext READ canGoNext NOTIFY navigationChanged)
     Q_PROPERTY(bool canGoPrevious READ canGoPrevious NOTIFY navigationChanged)
+    Q_PROPERTY(EqualizerState::EqualizerPreset selectedEQPreset READ selectedEQPreset WRITE
+                   setSelectedEQPreset NOTIFY selectedEQPresetChanged)
+    Q_PROPERTY(float bassGain READ bassGain WRITE setBassGain)
 
 public:
     enum class State { playing, paused, stopped };
@@ -46,6 +52,13 @@ public:
     // What a remote command handler reports back to the system.
     enum class RemoteCommandStatus { success = 0, commandFailed = 200 };
     Q_ENUM(RemoteCommandStatus)
+    using EqualizerPreset = EqualizerState::EqualizerPreset;
+
+    static constexpr QLatin1String KEY_EQ_BANDS = EqualizerState::KEY_EQ_BANDS;
+    static constexpr QLatin1String KEY_EQ_BANDS_CUSTOM = EqualizerState::KEY_EQ_BANDS_CUSTOM;
+    static constexpr QLatin1String KEY_EQ_GLOBAL_GAIN = EqualizerState::KEY_EQ_GLOBAL_GAIN;
+    static constexpr QLatin1String KEY_EQ_BASS = EqualizerState::KEY_EQ_BASS;
+    static constexpr QLatin1String KEY_EQ_PRESET = EqualizerState::KEY_EQ_PRESET;
 
     // A uniformly random 64-bit word.
     using RandomSource = std::function<quint64()>;
@@ -54,7 +67,10 @@ public:
     // sound device; made on first use, on the main thread, and never released.
     static PlaybackManager& shared();
 
+    // The equalizer state is restored from, and kept in, UserDefaults::standard().
     explicit PlaybackManager(std::unique_ptr<AudioOutput> output, QObject* parent = nullptr);
+    PlaybackManager(std::unique_ptr<AudioOutput> output, UserDefaults& defaults,
+                    QObject* parent = nullptr);
     ~PlaybackManager() override;
 
     PlaybackManagerDelegate* delegate() const;
@@ -94,6 +110,28 @@ public:
     void notifyCurrentTimeChanged();
     void updateNowPlayingInfo();
 
+    // The equalizer model; see EqualizerState for what each operation does.
+    EqualizerPreset selectedEQPreset() const { return m_equalizerState->selectedEQPreset(); }
+    void setSelectedEQPreset(EqualizerPreset preset) {
+        m_equalizerState->setSelectedEQPreset(preset);
+    }
+    void setEqualizerBand(float frequency, float gain) {
+        m_equalizerState->setEqualizerBand(frequency, gain);
+    }
+    void setCustomEqualizerBand(float frequency, float gain) {
+        m_equalizerState->setCustomEqualizerBand(frequency, gain);
+    }
+    static QMap<float, float> gains(EqualizerPreset preset) {
+        return EqualizerState::gains(preset);
+    }
+    void selectPreset(EqualizerPreset preset) { m_equalizerState->selectPreset(preset); }
+    void setVolumeBoost(int gain) { m_equalizerState->setVolumeBoost(gain); }
+    void loadCustomPreset() { m_equalizerState->loadCustomPreset(); }
+    void saveEqualizerBands() { m_equalizerState->saveEqualizerBands(); }
+    void saveCustomEqualizerBands() { m_equalizerState->saveCustomEqualizerBands(); }
+    float bassGain() const { return m_equalizerState->bassGain(); }
+    void setBassGain(float gain) { m_equalizerState->setBassGain(gain); }
+
     // Remote command handlers (play, pause, next track, previous track).
     RemoteCommandStatus handlePlayCommand();
     RemoteCommandStatus handlePauseCommand();
@@ -130,6 +168,7 @@ signals:
     void repeatModeChanged();
     void isShuffleEnabledChanged();
     void navigationChanged();
+    void selectedEQPresetChanged();
 
 private:
     void setupEqualizer();
@@ -170,6 +209,8 @@ private:
     std::vector<std::unique_ptr<AudioUnitEQ>> m_bassEqualizers;
     std::vector<AudioUnitEQFilterParameters*> m_bands;
     std::unique_ptr<AudioEngine> m_audioEngine;
+    UserDefaults& m_defaults;
+    EqualizerState* m_equalizerState = nullptr;
     QTimer* m_elpasedTimeTimer = nullptr;
     std::shared_ptr<AudioFile> m_audioFile;
 

@@ -8,6 +8,7 @@
 #include "AppDirectories.h"
 #include "CliCommand.h"
 #include "PlaybackManager.h"
+#include "SystemMediaIntegration.h"
 #include "Track.h"
 
 namespace {
@@ -91,6 +92,9 @@ int runPlayCommand(const QStringList& arguments) {
         }
     }
 
+    // Media keys, the desktop's media controls and playerctl drive this player.
+    setupAudioSession();
+    setupRemoteCommands();
     PlaybackManager& manager = PlaybackManager::shared();
     QString error;
     if (!manager.audioEngine().start(&error)) {

@@ -1,0 +1,172 @@
+#include "MprisService.h"
+
+#include <QCoreApplication>
+#include <QCryptographicHash>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDir>
+#include <QUrl>
+#include <algorithm>
+#include <cmath>
+
+#include "AppDirectories.h"
+#include "Log.h"
+#include "PlaybackLog.h"
+#include "PlaybackManager.h"
+
+namespace {
+
+constexpr QLatin1String kPlayerInterface{"org.mpris.MediaPlayer2.Player"};
+constexpr QLatin1String kNoTrack{"/org/mpris/MediaPlayer2/TrackList/NoTrack"};
+
+qint64 microseconds(double seconds) {
+    if (!std::isfinite(seconds) || seconds <= 0.0) {
+        return 0;
+    }
+    return qint64(std::llround(std::min(seconds, 9.0e12) * 1.0e6));
+}
+
+}  // namespace
+
+MprisService::MprisService(PlaybackManager& manager, QObject* parent)
+    : QObject(parent),
+      m_manager(manager),
+      m_connection(QStringLiteral("corvantis-mpris-unconnected")) {
+    new MprisRootAdaptor(this);
+    new MprisPlayerAdaptor(this);
+    m_metadata.insert(QStringLiteral("mpris:trackid"),
+                      QVariant::fromValue(QDBusObjectPath(kNoTrack)));
+}
+
+MprisService::~MprisService() {
+    if (!m_serviceName.isEmpty()) {
+        m_connection.unregisterObject(kObjectPath);
+        m_connection.unregisterService(m_serviceName);
+    }
+}
+
+bool MprisService::registerOn(QDBusConnection connection) {
+    if (!connection.isConnected()) {
+        systemLog(
+            QStringLiteral("No session bus: media keys and desktop media controls are "
+                           "unavailable"));
+        return false;
+    }
+    m_connection = connection;
+    // A second running player takes a name of its own rather than failing.
+    QString name = kServiceName;
+    if (!m_connection.registerService(name)) {
+        name = QStringLiteral("%1.instance%2")
+                   .arg(kServiceName)
+                   .arg(QCoreApplication::applicationPid());
+        if (!m_connection.registerService(name)) {
+            systemLog(QStringLiteral("Cannot take the bus name %1: %2")
+                          .arg(name, m_connection.lastError().message()));
+            return false;
+        }
+    }
+    if (!m_connection.registerObject(kObjectPath, this, QDBusConnection::ExportAdaptors)) {
+        systemLog(QStringLiteral("Cannot export the media player object: %1")
+                      .arg(m_connection.lastError().message()));
+        m_connection.unregisterService(name);
+        return false;
+    }
+    m_serviceName = name;
+    return true;
+}
+
+QString MprisService::trackId() const {
+    const int index = m_manager.currentIndex();
+    const QList<TrackPtr>& queue = m_manager.currentPlaylist();
+    if (index < 0 || index >= queue.size()) {
+        return kNoTrack;
+    }
+    // Stable for the same file across queues and runs.
+    const QByteArray digest =
+        QCryptographicHash::hash(queue.at(index)->url().toUtf8(), QCryptographicHash::Sha1);
+    return QStringLiteral("/org/corvantis/track/") + QString::fromLatin1(digest.toHex().left(16));
+}
+
+QString MprisService::writeArtwork(const NowPlayingArtwork& artwork, const QString& trackId) {
+    if (trackId == m_artTrackId) {
+        return m_artUrl;
+    }
+    m_artTrackId = trackId;
+    m_artUrl.clear();
+    const QImage image = artwork.requestHandler(artwork.boundsSize);
+    if (image.isNull()) {
+        return m_artUrl;
+    }
+    const QDir directory(AppDirectories::cachesDirectory());
+    if (!directory.mkpath(QStringLiteral("mpris"))) {
+        qCWarning(lcPlayback) << "cannot make the cover cache in" << directory.path();
+        return m_artUrl;
+    }
+    const QString path = directory.filePath(
+        QStringLiteral("mpris/%1.png").arg(trackId.section(QLatin1Char('/'), -1)));
+    if (!image.save(path, "PNG")) {
+        qCWarning(lcPlayback) << "cannot write the cover for the media controls to" << path;
+        return m_artUrl;
+    }
+    m_artUrl = QUrl::fromLocalFile(path).toString();
+    return m_artUrl;
+}
+
+void MprisService::publish(const NowPlayingInfo& info) {
+    m_playbackStatus = info.playbackState == NowPlayingInfo::PlaybackState::playing
+                           ? QStringLiteral("Playing")
+                           : QStringLiteral("Paused");
+    // The bus has no -1 for "no position yet".
+    m_position = microseconds(info.elapsedPlaybackTime);
+
+    const QString id = trackId();
+    QVariantMap metadata;
+    metadata.insert(QStringLiteral("mpris:trackid"), QVariant::fromValue(QDBusObjectPath(id)));
+    metadata.insert(QStringLiteral("xesam:title"), info.title);
+    metadata.insert(QStringLiteral("mpris:length"),
+                    QVariant::fromValue(microseconds(info.playbackDuration.toDouble())));
+    if (info.artwork) {
+        const QString url = writeArtwork(*info.artwork, id);
+        if (!url.isEmpty()) {
+            metadata.insert(QStringLiteral("mpris:artUrl"), url);
+        }
+    }
+    m_metadata = metadata;
+
+    if (m_serviceName.isEmpty()) {
+        return;
+    }
+    QDBusMessage signal =
+        QDBusMessage::createSignal(kObjectPath, QStringLiteral("org.freedesktop.DBus.Properties"),
+                                   QStringLiteral("PropertiesChanged"));
+    signal << QString(kPlayerInterface)
+           << QVariantMap{{QStringLiteral("PlaybackStatus"), m_playbackStatus},
+                          {QStringLiteral("Metadata"), m_metadata},
+                          {QStringLiteral("Position"), QVariant::fromValue(m_position)}}
+           << QStringList();
+    m_connection.send(signal);
+}
+
+void MprisService::play() {
+    m_manager.handlePlayCommand();
+}
+
+void MprisService::pause() {
+    m_manager.handlePauseCommand();
+}
+
+void MprisService::playPause() {
+    if (m_manager.audioPlayerNode().isPlaying()) {
+        m_manager.handlePauseCommand();
+    } else {
+        m_manager.handlePlayCommand();
+    }
+}
+
+void MprisService::next() {
+    m_manager.handleNextTrackCommand();
+}
+
+void MprisService::previous() {
+    m_manager.handlePreviousTrackCommand();
+}

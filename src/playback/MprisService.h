@@ -1,0 +1,142 @@
+#pragma once
+
+#include <QDBusAbstractAdaptor>
+#include <QDBusConnection>
+#include <QDBusObjectPath>
+#include <QObject>
+#include <QStringList>
+#include <QVariantMap>
+
+#include "NowPlayingPublisher.h"
+
+class PlaybackManager;
+
+// The player on the desktop's session bus as an MPRIS 2.2 media player: media
+// keys, the shell's media controls and playerctl reach the four remote
+// command handlers through it, and it shows what updateNowPlayingInfo() last
+// published. Main thread only; bus calls arrive on the event loop.
+class MprisService final : public QObject, public NowPlayingPublisher {
+    Q_OBJECT
+
+public:
+    static constexpr QLatin1String kServiceName{"org.mpris.MediaPlayer2.corvantis"};
+    static constexpr QLatin1String kObjectPath{"/org/mpris/MediaPlayer2"};
+
+    explicit MprisService(PlaybackManager& manager, QObject* parent = nullptr);
+    ~MprisService() override;
+
+    // Takes the bus name (with an instance suffix when another player holds
+    // it) and exports the object. False, with one log line, when there is no
+    // bus to be on; the player then plays on without it.
+    bool registerOn(QDBusConnection connection);
+    // The name taken on the bus; empty until registered.
+    QString serviceName() const { return m_serviceName; }
+
+    void publish(const NowPlayingInfo& info) override;
+
+    // What the bus properties read.
+    QString playbackStatus() const { return m_playbackStatus; }
+    QVariantMap metadata() const { return m_metadata; }
+    qint64 position() const { return m_position; }
+
+    // The bus methods.
+    void play();
+    void pause();
+    void playPause();
+    void next();
+    void previous();
+
+private:
+    QString trackId() const;
+    // A file URL of the cover written for the bus, or empty.
+    QString writeArtwork(const NowPlayingArtwork& artwork, const QString& trackId);
+
+    PlaybackManager& m_manager;
+    QDBusConnection m_connection;
+    QString m_serviceName;
+    QString m_playbackStatus = QStringLiteral("Paused");
+    QVariantMap m_metadata;
+    qint64 m_position = 0;
+    QString m_artTrackId;
+    QString m_artUrl;
+};
+
+// org.mpris.MediaPlayer2: who the player is. It can neither raise a window
+// nor be told to quit.
+class MprisRootAdaptor final : public QDBusAbstractAdaptor {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.mpris.MediaPlayer2")
+    Q_PROPERTY(bool CanQuit READ canQuit)
+    Q_PROPERTY(bool CanRaise READ canRaise)
+    Q_PROPERTY(bool HasTrackList READ hasTrackList)
+    Q_PROPERTY(QString Identity READ identity)
+    Q_PROPERTY(QString DesktopEntry READ desktopEntry)
+    Q_PROPERTY(QStringList SupportedUriSchemes READ supportedUriSchemes)
+    Q_PROPERTY(QStringList SupportedMimeTypes READ supportedMimeTypes)
+
+public:
+    explicit MprisRootAdaptor(MprisService* service) : QDBusAbstractAdaptor(service) {}
+
+    bool canQuit() const { return false; }
+    bool canRaise() const { return false; }
+    bool hasTrackList() const { return false; }
+    QString identity() const { return QStringLiteral("Corvantis"); }
+    QString desktopEntry() const { return QStringLiteral("corvantis"); }
+    QStringList supportedUriSchemes() const { return {}; }
+    QStringList supportedMimeTypes() const { return {}; }
+
+public slots:
+    void Raise() {}
+    void Quit() {}
+};
+
+// org.mpris.MediaPlayer2.Player: the transport. There is no seek command on
+// purpose; a client runs its own clock from Position.
+class MprisPlayerAdaptor final : public QDBusAbstractAdaptor {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.mpris.MediaPlayer2.Player")
+    Q_PROPERTY(QString PlaybackStatus READ playbackStatus)
+    Q_PROPERTY(double Rate READ rate)
+    Q_PROPERTY(QVariantMap Metadata READ metadata)
+    Q_PROPERTY(double Volume READ volume)
+    Q_PROPERTY(qlonglong Position READ position)
+    Q_PROPERTY(double MinimumRate READ rate)
+    Q_PROPERTY(double MaximumRate READ rate)
+    Q_PROPERTY(bool CanGoNext READ canControl)
+    Q_PROPERTY(bool CanGoPrevious READ canControl)
+    Q_PROPERTY(bool CanPlay READ canControl)
+    Q_PROPERTY(bool CanPause READ canControl)
+    Q_PROPERTY(bool CanSeek READ canSeek)
+    Q_PROPERTY(bool CanControl READ canControl)
+
+public:
+    explicit MprisPlayerAdaptor(MprisService* service)
+        : QDBusAbstractAdaptor(service), m_service(service) {}
+
+    QString playbackStatus() const { return m_service->playbackStatus(); }
+    double rate() const { return 1.0; }
+    QVariantMap metadata() const { return m_service->metadata(); }
+    double volume() const { return 1.0; }
+    qlonglong position() const { return m_service->position(); }
+    // The commands are never disabled.
+    bool canControl() const { return true; }
+    bool canSeek() const { return false; }
+
+public slots:
+    void Play() { m_service->play(); }
+    void Pause() { m_service->pause(); }
+    void PlayPause() { m_service->playPause(); }
+    // Stopping is pausing: the player knows no other state to show.
+    void Stop() { m_service->pause(); }
+    void Next() { m_service->next(); }
+    void Previous() { m_service->previous(); }
+    void Seek(qlonglong) {}
+    void SetPosition(const QDBusObjectPath&, qlonglong) {}
+    void OpenUri(const QString&) {}
+
+signals:
+    void Seeked(qlonglong position);
+
+private:
+    MprisService* m_service;
+};

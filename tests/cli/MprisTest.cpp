@@ -1,0 +1,136 @@
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QRegularExpression>
+
+#include "AppDirectories.h"
+#include "PatternFile.h"
+#include "TestSupport.h"
+
+namespace {
+
+constexpr double kRate = 8000.0;
+
+// By default long enough that it never ends while a test drives it.
+void putTrack(const QString& name, double seconds = 120.0) {
+    const QString path = writeSineFile(name, kRate, qint64(kRate * seconds), 440.0, 0.2);
+    ASSERT_TRUE(QFile::rename(path, QDir(downloadedMusicDirectory()).filePath(name)));
+}
+
+QProcessEnvironment playerEnvironment() {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("SDL_AUDIODRIVER", "dummy");
+    return environment;
+}
+
+// corvantis-cli play on a private session bus of its own, and playerctl
+// talking to it there.
+class MprisPlayer : public ::testing::Test {
+protected:
+    void SetUp() override {
+        for (const char* name : {"a.wav", "b.wav", "c.wav"}) {
+            putTrack(name);
+        }
+        const QString addressFile = QDir(testHome()).filePath("bus-address");
+        player.setProcessEnvironment(playerEnvironment());
+        // The bus lives as long as the player. The shell hands out its own
+        // process id, which the player takes over, and the bus address.
+        player.start("dbus-run-session",
+                     {"--", "sh", "-c",
+                      "printf '%s\\n%s\\n' $$ \"$DBUS_SESSION_BUS_ADDRESS\" > \"$0.part\" && "
+                      "mv \"$0.part\" \"$0\" && exec \"$1\" play --all",
+                      addressFile, CORVANTIS_CLI});
+        ASSERT_TRUE(player.waitForStarted(5000));
+        ASSERT_TRUE(waitUntil([&] { return QFile::exists(addressFile); }, 10000))
+            << "the private bus did not come up";
+        QFile file(addressFile);
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+        const QStringList lines = QString::fromUtf8(file.readAll()).split('\n');
+        ASSERT_GE(lines.size(), 2);
+        playerPid = lines[0].toLongLong();
+        ASSERT_GT(playerPid, 0);
+        bus = QProcessEnvironment::systemEnvironment();
+        bus.insert("DBUS_SESSION_BUS_ADDRESS", lines[1]);
+        ASSERT_TRUE(waitUntil([&] { return playerctl({"-l"}).contains("corvantis"); }, 10000))
+            << "the player never appeared on the bus";
+    }
+
+    void TearDown() override {
+        if (player.state() != QProcess::NotRunning) {
+            // The bus session ends with the player it runs.
+            if (playerPid > 0) {
+                ::kill(pid_t(playerPid), SIGTERM);
+            }
+            if (!player.waitForFinished(10000)) {
+                ADD_FAILURE() << "the player did not end on SIGTERM";
+                player.kill();
+                player.waitForFinished();
+            }
+        }
+    }
+
+    QString playerctl(const QStringList& arguments) {
+        const ProcessRun run = runProcess("playerctl", arguments, 5000, bus);
+        return run.out.trimmed();
+    }
+    QString command(const QString& name) { return playerctl({"-p", "corvantis", name}); }
+    QString title() { return playerctl({"-p", "corvantis", "metadata", "title"}); }
+    bool becomes(const std::function<QString()>& read, const QString& expected) {
+        return waitUntil([&] { return read() == expected; }, 5000);
+    }
+
+    QProcess player;
+    qint64 playerPid = 0;
+    QProcessEnvironment bus;
+};
+
+}  // namespace
+
+TEST_F(MprisPlayer, PlayerctlDrivesTheTransportAndSeesTheTrack) {
+    const auto status = [&] { return command("status"); };
+    EXPECT_TRUE(becomes(status, "Playing")) << status().toStdString();
+    EXPECT_EQ(title(), "a.wav");
+    EXPECT_EQ(playerctl({"-p", "corvantis", "metadata", "mpris:length"}), "120000000");
+
+    command("pause");
+    EXPECT_TRUE(becomes(status, "Paused")) << status().toStdString();
+    command("play");
+    EXPECT_TRUE(becomes(status, "Playing")) << status().toStdString();
+
+    command("next");
+    EXPECT_TRUE(becomes([&] { return title(); }, "b.wav")) << title().toStdString();
+    command("next");
+    EXPECT_TRUE(becomes([&] { return title(); }, "c.wav")) << title().toStdString();
+    command("previous");
+    EXPECT_TRUE(becomes([&] { return title(); }, "b.wav")) << title().toStdString();
+    EXPECT_EQ(status(), "Playing");
+
+    // Stop is a pause: the player shows no other state.
+    command("stop");
+    EXPECT_TRUE(becomes(status, "Paused")) << status().toStdString();
+    command("play-pause");
+    EXPECT_TRUE(becomes(status, "Playing")) << status().toStdString();
+    EXPECT_EQ(player.state(), QProcess::Running);
+}
+
+TEST(MprisWithoutABus, PlaysOnAndSaysSo) {
+    putTrack("short.wav", 1.0);
+    QProcessEnvironment environment = playerEnvironment();
+    environment.remove("DBUS_SESSION_BUS_ADDRESS");
+    environment.remove("DISPLAY");
+    environment.insert("XDG_RUNTIME_DIR", testHome());
+    // A stream role forced from outside wins over the player's own.
+    environment.insert("SDL_AUDIO_DEVICE_STREAM_ROLE", "game");
+    const ProcessRun run = runProcess(CORVANTIS_CLI, {"play", "--all"}, 20000, environment);
+    EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
+    EXPECT_TRUE(run.out.contains("track: short.wav")) << run.out.toStdString();
+    EXPECT_TRUE(
+        run.err.contains("No session bus: media keys and desktop media controls are unavailable"))
+        << run.err.toStdString();
+    EXPECT_TRUE(run.err.contains("Setting category to AVAudioSessionCategoryPlayback failed."))
+        << run.err.toStdString();
+}

@@ -14,7 +14,8 @@ std::span<const CliCommand> cliCommands() {
         CliCommand{"info", "info FILE...", runInfoCommand},
         CliCommand{"play", "play --all | NAME...", runPlayCommand},
         CliCommand{"render",
-                   "render [--main-gains g60,g230,g910,g3000,g14000] [--bass-gains ...] "
+                   "render [--preset NAME] [--bass dB] [--boost dB] "
+                   "[--main-gains g60,g230,g910,g3000,g14000] [--bass-gains ...] "
                    "[--global-gain dB] [--start SECONDS] [--duration SECONDS] IN OUT.wav",
                    runRenderCommand},
         CliCommand{"serve", "serve [--port N]", runServeCommand},

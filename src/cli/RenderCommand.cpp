@@ -1,4 +1,5 @@
 #include <QFileInfo>
+#include <QTemporaryDir>
 #include <cmath>
 #include <vector>
 
@@ -6,6 +7,7 @@
 #include "CliCommand.h"
 #include "OfflineAudioOutput.h"
 #include "PlaybackManager.h"
+#include "UserDefaults.h"
 #include "WavFileWriter.h"
 
 namespace {
@@ -14,9 +16,14 @@ constexpr int kBandCount = 5;
 constexpr int kRenderBlock = 16384;
 
 struct RenderOptions {
-    std::vector<float> mainGains = std::vector<float>(kBandCount, 0.0f);
-    std::vector<float> bassGains = std::vector<float>(kBandCount, 0.0f);
-    float globalGain = 0.0f;
+    // Through the equalizer model, as the player screen sets them.
+    std::optional<PlaybackManager::EqualizerPreset> preset;
+    std::optional<float> bass;
+    std::optional<int> boost;
+    // Straight onto the units, after the model.
+    std::optional<std::vector<float>> mainGains;
+    std::optional<std::vector<float>> bassGains;
+    std::optional<float> globalGain;
     double start = 0.0;
     std::optional<double> duration;
     QString input;
@@ -70,6 +77,27 @@ std::optional<QString> parse(const QStringList& arguments, RenderOptions& option
             }
             (argument == QLatin1String("--main-gains") ? options.mainGains : options.bassGains) =
                 *gains;
+        } else if (argument == QLatin1String("--preset")) {
+            options.preset = EqualizerState::presetNamed(value);
+            if (!options.preset) {
+                return QStringLiteral(
+                           "--preset takes one of none, pop, rock, edm, hipHop, rb, "
+                           "acoustic, classical, Custom, not \"%1\"")
+                    .arg(value);
+            }
+        } else if (argument == QLatin1String("--bass")) {
+            const auto gain = parseNumber(value);
+            if (!gain) {
+                return QStringLiteral("--bass takes decibels, not \"%1\"").arg(value);
+            }
+            options.bass = float(*gain);
+        } else if (argument == QLatin1String("--boost")) {
+            bool ok = false;
+            const int gain = value.toInt(&ok);
+            if (!ok) {
+                return QStringLiteral("--boost takes whole decibels, not \"%1\"").arg(value);
+            }
+            options.boost = gain;
         } else if (argument == QLatin1String("--global-gain")) {
             const auto gain = parseNumber(value);
             if (!gain) {
@@ -106,6 +134,29 @@ void applyGains(AudioUnitEQ& unit, const std::vector<float>& gains) {
     }
 }
 
+void applySound(PlaybackManager& manager, const RenderOptions& options) {
+    if (options.preset) {
+        manager.selectPreset(*options.preset);
+    }
+    if (options.bass) {
+        manager.setBassGain(*options.bass);
+    }
+    if (options.boost) {
+        manager.setVolumeBoost(*options.boost);
+    }
+    if (options.mainGains) {
+        applyGains(*manager.equalizer(), *options.mainGains);
+    }
+    if (options.globalGain) {
+        manager.equalizer()->setGlobalGain(*options.globalGain);
+    }
+    if (options.bassGains) {
+        for (const auto& bass : manager.bassEqualizers()) {
+            applyGains(*bass, *options.bassGains);
+        }
+    }
+}
+
 }  // namespace
 
 // Renders a file through the same graph and equalizer units that playback
@@ -134,12 +185,21 @@ int runRenderCommand(const QStringList& arguments) {
         frames = std::min(frames, qint64(file->sampleRate() * *options.duration));
     }
 
-    PlaybackManager manager(std::make_unique<OfflineAudioOutput>(file->sampleRate(), 4096));
-    applyGains(*manager.equalizer(), options.mainGains);
-    manager.equalizer()->setGlobalGain(options.globalGain);
-    for (const auto& bass : manager.bassEqualizers()) {
-        applyGains(*bass, options.bassGains);
+    // A render sounds as the player would with the user's own settings; a
+    // run with no home of its own keeps the user's settings out of it.
+    std::unique_ptr<QTemporaryDir> scratch;
+    std::unique_ptr<UserDefaults> scratchDefaults;
+    if (qEnvironmentVariableIsEmpty("CORVANTIS_HOME")) {
+        scratch = std::make_unique<QTemporaryDir>();
+        if (!scratch->isValid()) {
+            return cliFail(QStringLiteral("cannot make a scratch settings store: %1")
+                               .arg(scratch->errorString()));
+        }
+        scratchDefaults = std::make_unique<UserDefaults>(scratch->filePath("settings"));
     }
+    PlaybackManager manager(std::make_unique<OfflineAudioOutput>(file->sampleRate(), 4096),
+                            scratchDefaults ? *scratchDefaults : UserDefaults::standard());
+    applySound(manager, options);
     AudioEngine& engine = manager.audioEngine();
     if (!engine.start(&error)) {
         return cliFail(QStringLiteral("cannot start the audio graph: %1").arg(error));

@@ -1,0 +1,115 @@
+#include <gtest/gtest.h>
+
+#include <QDBusObjectPath>
+#include <QImage>
+#include <QUrl>
+
+#include "AudioFixtures.h"
+#include "Log.h"
+#include "MprisService.h"
+#include "OfflineAudioOutput.h"
+#include "PlaybackManager.h"
+#include "TestSupport.h"
+
+namespace {
+
+constexpr double kRate = 44100.0;
+
+class MprisServiceTest : public ::testing::Test {
+protected:
+    void SetUp() override { manager.setNowPlayingPublisher(service); }
+
+    TrackPtr track(const QString& title, double duration) {
+        auto result = std::make_shared<Track>();
+        result->title = title;
+        result->fileName = title + ".wav";
+        result->duration = duration;
+        AudioFixture fixture;
+        fixture.frames = qint64(kRate);
+        EXPECT_EQ(writeAudioFixture(result->url(), fixture), QString());
+        return result;
+    }
+
+    void startQueue(const QList<TrackPtr>& queue) {
+        manager.setCurrentIndex(0);
+        manager.setCurrentPlaylist(queue);
+        manager.playCurrentTrack();
+    }
+
+    QString trackId() const {
+        return service->metadata().value("mpris:trackid").value<QDBusObjectPath>().path();
+    }
+
+    PlaybackManager manager{std::make_unique<OfflineAudioOutput>(kRate, 512)};
+    std::shared_ptr<MprisService> service = std::make_shared<MprisService>(manager);
+};
+
+}  // namespace
+
+TEST_F(MprisServiceTest, NothingQueuedPublishesAnEmptyPausedEntry) {
+    manager.pause();
+    EXPECT_EQ(service->playbackStatus(), "Paused");
+    const QVariantMap metadata = service->metadata();
+    EXPECT_EQ(metadata.value("xesam:title").toString(), "");
+    EXPECT_EQ(metadata.value("mpris:length").toLongLong(), 0);
+    EXPECT_FALSE(metadata.contains("mpris:artUrl"));
+    EXPECT_EQ(trackId(), "/org/mpris/MediaPlayer2/TrackList/NoTrack");
+    // currentTime is -1.0 here; the bus gets 0.
+    EXPECT_EQ(manager.currentTime(), -1.0);
+    EXPECT_EQ(service->position(), 0);
+}
+
+TEST_F(MprisServiceTest, ATrackPublishesItsTitleLengthIdAndCover) {
+    const TrackPtr first = track("first", 30.25);
+    const TrackPtr second = track("second", 12.0);
+    QImage cover(24, 16, QImage::Format_RGB32);
+    cover.fill(Qt::blue);
+    first->setAlbumArtThumbnail(cover);
+    startQueue({first, second});
+
+    EXPECT_EQ(service->playbackStatus(), "Playing");
+    QVariantMap metadata = service->metadata();
+    EXPECT_EQ(metadata.value("xesam:title").toString(), "first");
+    EXPECT_EQ(metadata.value("mpris:length").typeId(), QMetaType::LongLong);
+    EXPECT_EQ(metadata.value("mpris:length").toLongLong(), 30250000);
+    const QUrl art(metadata.value("mpris:artUrl").toString());
+    ASSERT_TRUE(art.isLocalFile()) << art.toString().toStdString();
+    EXPECT_EQ(QImage(art.toLocalFile()).convertToFormat(QImage::Format_RGB32), cover);
+    const QString firstId = trackId();
+    EXPECT_TRUE(firstId.startsWith("/org/corvantis/track/")) << firstId.toStdString();
+
+    manager.notifyCurrentTimeChanged();
+    manager.notifyCurrentTimeChanged();
+    manager.pause();
+    EXPECT_EQ(service->playbackStatus(), "Paused");
+    // The clock ticked once on starting and twice here.
+    EXPECT_EQ(service->position(), 2000000);
+    EXPECT_EQ(trackId(), firstId);
+
+    // A track without a cover publishes none, not the one before.
+    manager.next();
+    EXPECT_NE(trackId(), firstId);
+    EXPECT_EQ(service->metadata().value("xesam:title").toString(), "second");
+    EXPECT_FALSE(service->metadata().contains("mpris:artUrl"));
+}
+
+TEST_F(MprisServiceTest, PlayPauseFollowsThePlayerNode) {
+    startQueue({track("only", 30.0)});
+    ASSERT_TRUE(manager.audioPlayerNode().isPlaying());
+    service->playPause();
+    EXPECT_FALSE(manager.audioPlayerNode().isPlaying());
+    EXPECT_EQ(manager.state(), PlaybackManager::State::paused);
+    service->playPause();
+    EXPECT_TRUE(manager.audioPlayerNode().isPlaying());
+    EXPECT_EQ(service->playbackStatus(), "Playing");
+}
+
+TEST(MprisServiceBus, WithoutABusItSaysSoAndStaysOff) {
+    LogCapture log;
+    PlaybackManager manager{std::make_unique<OfflineAudioOutput>(kRate, 512)};
+    MprisService service(manager);
+    EXPECT_FALSE(service.registerOn(QDBusConnection(QStringLiteral("not-connected"))));
+    EXPECT_TRUE(service.serviceName().isEmpty());
+    EXPECT_EQ(log.lines(),
+              QStringList{"No session bus: media keys and desktop media controls are unavailable"});
+}

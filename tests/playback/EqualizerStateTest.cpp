@@ -348,3 +348,58 @@ TEST_F(LoudestSettings, LeaveAudioThatFitsUntouchedByTheLimiter) {
     ASSERT_LT(louder, 1.0f);
     EXPECT_NEAR(louder / quiet, 5.0f, 0.05f);
 }
+
+TEST(EqualizerSound, ChangesWhilePlayingGlideWithoutAClick) {
+    const QString path = QDir(testHome()).filePath("sine.wav");
+    AudioFixture fixture;
+    fixture.frames = qint64(kRate);
+    fixture.signal = FixtureSignal::sine(230.0, 0.05);
+    ASSERT_EQ(writeAudioFixture(path, fixture), QString());
+    auto manager = launch();
+    const auto file = AudioFile::openForReading(path);
+    ASSERT_TRUE(file);
+    manager->audioPlayerNode().scheduleFile(file);
+    ASSERT_TRUE(manager->audioEngine().start(nullptr));
+    manager->audioPlayerNode().play();
+
+    const int part = int(kRate / 4);
+    std::vector<float> out(size_t(part) * 2 * 3);
+    // The largest bend between neighbouring frames of one channel: a jump
+    // of the level shows as a spike of it, while a sine bends by a fixed
+    // fraction of its amplitude.
+    const auto largestBend = [&out](size_t from, size_t to) {
+        float bend = 0.0f;
+        for (size_t i = std::max<size_t>(from, 4); i < to; ++i) {
+            bend = std::max(bend, std::abs(out[i] - 2.0f * out[i - 2] + out[i - 4]));
+        }
+        return bend;
+    };
+    const size_t partSamples = size_t(part) * 2;
+    ASSERT_TRUE(manager->audioEngine().renderOffline(out.data(), part));
+    // The loudest settings in one go; the right channel (460 Hz) gains most.
+    manager->selectPreset(Preset::rock);
+    manager->setBassGain(6);
+    manager->setVolumeBoost(10);
+    ASSERT_TRUE(manager->audioEngine().renderOffline(out.data() + partSamples, part));
+    manager->setEqualizerBand(230, -6);
+    ASSERT_TRUE(manager->audioEngine().renderOffline(out.data() + 2 * partSamples, part));
+
+    const size_t settle = size_t(kRate / 10) * 2;
+    const auto peakOf = [&out](size_t from, size_t to) {
+        float peak = 0.0f;
+        for (size_t i = from; i < to; ++i) {
+            peak = std::max(peak, std::abs(out[i]));
+        }
+        return peak;
+    };
+    // A band move: no bend beyond the steady sound's own on either side.
+    const float steady = std::max(largestBend(2 * partSamples - settle, 2 * partSamples),
+                                  largestBend(3 * partSamples - settle, 3 * partSamples));
+    EXPECT_LE(largestBend(2 * partSamples - settle, 3 * partSamples), steady * 1.1f);
+    // Everything at once: a level that jumped would bend the wave by up to
+    // the whole change; the glide keeps it to a small part of that.
+    const float change = peakOf(2 * partSamples - settle, 2 * partSamples) -
+                         peakOf(partSamples - settle, partSamples);
+    ASSERT_GT(change, 0.05f);
+    EXPECT_LT(largestBend(partSamples, 2 * partSamples), change * 0.1f);
+}

@@ -134,3 +134,20 @@ TEST(MprisWithoutABus, PlaysOnAndSaysSo) {
     EXPECT_TRUE(run.err.contains("Setting category to AVAudioSessionCategoryPlayback failed."))
         << run.err.toStdString();
 }
+
+TEST_F(MprisPlayer, ASecondPlayerTakesANameOfItsOwn) {
+    QProcess second;
+    QProcessEnvironment environment = bus;
+    environment.insert("SDL_AUDIODRIVER", "dummy");
+    second.setProcessEnvironment(environment);
+    second.start(CORVANTIS_CLI, {"play", "--all"});
+    ASSERT_TRUE(second.waitForStarted(5000));
+    const QString name = QStringLiteral("corvantis.instance%1").arg(second.processId());
+    EXPECT_TRUE(waitUntil([&] { return playerctl({"-l"}).split('\n').contains(name); }, 10000))
+        << playerctl({"-l"}).toStdString();
+    EXPECT_EQ(playerctl({"-p", name, "status"}), "Playing");
+    second.terminate();
+    EXPECT_TRUE(second.waitForFinished(10000));
+    // The first player still holds the plain name.
+    EXPECT_EQ(command("status"), "Playing");
+}

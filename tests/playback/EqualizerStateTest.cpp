@@ -286,6 +286,15 @@ TEST(EqualizerState, DamagedSettingsStartFlatAndNeverStopTheLaunch) {
               1);
 }
 
+TEST(EqualizerState, AnUnreadableSettingsFileStartsFlat) {
+    writeFile(AppDirectories::settingsFile(), "{\"equalizerPresetKey\": [2, \x01 not json");
+    auto manager = launch();
+    EXPECT_EQ(mainGains(*manager), kFlat);
+    EXPECT_EQ(manager->selectedEQPreset(), Preset::none);
+    manager->selectPreset(Preset::rock);
+    EXPECT_EQ(storedPreset(), 2);
+}
+
 // The largest boosts the model allows: rock, +6 dB bass on three units and
 // +10 dB boost, about +33 dB at 60 Hz all told.
 class LoudestSettings : public ::testing::Test {

@@ -21,6 +21,15 @@ float finiteOrSilence(float sample) {
     return std::isfinite(sample) ? sample : 0.0f;
 }
 
+// False for NaN too.
+bool withinFullScale(const float* samples, int frames) {
+    bool within = true;
+    for (int i = 0; i < 2 * frames; ++i) {
+        within &= std::fabs(samples[i]) <= 1.0f;
+    }
+    return within;
+}
+
 float clampToFullScale(float sample) {
     return std::clamp(sample, -1.0f, 1.0f);
 }
@@ -114,6 +123,29 @@ struct Limiter::State {
         return recentBelowUnity == 0 ? 1.0 : recentSum / window;
     }
 
+    // Nothing is being held down and nothing in the look-ahead needs to be:
+    // the gain is exactly 1 and stays so for a block within full scale.
+    bool idle() const {
+        return envelope == 1.0 && recentBelowUnity == 0 && queueSize == 1 &&
+               queueGain[queueFront] == 1.0;
+    }
+
+    // The gain stage for a block that needs none: only the delay line moves.
+    // Leaves the state as frame-by-frame work on the same block would.
+    void passThrough(float* samples, int frames) {
+        const int delayFrames = static_cast<int>(delay.size() / 2);
+        for (int i = 0; i < frames; ++i) {
+            float* slot = &delay[2 * delayPosition];
+            std::swap(slot[0], samples[2 * i]);
+            std::swap(slot[1], samples[2 * i + 1]);
+            if (++delayPosition == delayFrames) {
+                delayPosition = 0;
+            }
+        }
+        queueFrame[queueFront] = frame + frames - 1;
+        frame += frames;
+    }
+
     void processFrame(float* frameSamples) {
         const float left = finiteOrSilence(frameSamples[0]);
         const float right = finiteOrSilence(frameSamples[1]);
@@ -173,6 +205,11 @@ void Limiter::process(float* interleavedStereo, int frames) noexcept {
         for (int i = 0; i < 2 * frames; ++i) {
             frame[i] = clampToFullScale(finiteOrSilence(frame[i]));
         }
+        return;
+    }
+    // Music mostly stays within full scale: such blocks skip the detector.
+    if (s.idle() && !s.delay.empty() && withinFullScale(interleavedStereo, frames)) {
+        s.passThrough(interleavedStereo, frames);
         return;
     }
     for (int i = 0; i < frames; ++i, frame += 2) {

@@ -33,13 +33,21 @@ WavFileWriter::~WavFileWriter() {
 }
 
 bool WavFileWriter::open() {
-    return m_file.open(QIODevice::WriteOnly | QIODevice::Truncate) && writeHeader();
+    if (!m_file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+        return false;
+    }
+    // A pipe or a device cannot be rewound to fill the sizes in: stream with
+    // the sizes that readers take as "until the end".
+    m_streaming = m_file.isSequential();
+    return writeHeader();
 }
 
 bool WavFileWriter::writeHeader() {
     // RIFF, fmt (18 bytes: float formats carry cbSize), fact, data.
-    const quint32 dataBytes = quint32(std::min<qint64>(
-        m_frames * m_channelCount * qint64(sizeof(float)), qint64(UINT32_MAX - 64)));
+    const quint32 dataBytes =
+        m_streaming ? quint32(UINT32_MAX - 64)
+                    : quint32(std::min<qint64>(m_frames * m_channelCount * qint64(sizeof(float)),
+                                               qint64(UINT32_MAX - 64)));
     QByteArray header;
     putTag(header, "RIFF");
     put32(header, 4 + (8 + 18) + (8 + 4) + 8 + dataBytes);
@@ -58,7 +66,10 @@ bool WavFileWriter::writeHeader() {
     put32(header, quint32(std::min<qint64>(m_frames, UINT32_MAX)));
     putTag(header, "data");
     put32(header, dataBytes);
-    return m_file.seek(0) && m_file.write(header) == header.size();
+    if (!m_streaming && !m_file.seek(0)) {
+        return false;
+    }
+    return m_file.write(header) == header.size();
 }
 
 bool WavFileWriter::write(const float* interleaved, qint64 frames) {
@@ -80,7 +91,7 @@ bool WavFileWriter::write(const float* interleaved, qint64 frames) {
 
 bool WavFileWriter::finish() {
     m_finished = true;
-    const bool ok = writeHeader() && m_file.flush();
+    const bool ok = (m_streaming || writeHeader()) && m_file.flush();
     m_file.close();
     return ok;
 }

@@ -30,4 +30,5 @@ private:
     int m_channelCount;
     qint64 m_frames = 0;
     bool m_finished = false;
+    bool m_streaming = false;
 };

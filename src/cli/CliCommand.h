@@ -10,6 +10,9 @@ struct CliCommand {
     const char* name;
     const char* usage;
     int (*run)(const QStringList& arguments);
+    // Pictures and fonts need the GUI application object; commands that only
+    // move audio or bytes start faster without it.
+    bool needsGui = true;
 };
 
 QTextStream& cliOut();

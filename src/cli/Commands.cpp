@@ -12,14 +12,14 @@ int runVersionCommand(const QStringList& arguments);
 std::span<const CliCommand> cliCommands() {
     static const std::array commands{
         CliCommand{"info", "info FILE...", runInfoCommand},
-        CliCommand{"play", "play --all | NAME...", runPlayCommand},
+        CliCommand{"play", "play --all | NAME...", runPlayCommand, false},
         CliCommand{"render",
                    "render [--preset NAME] [--bass dB] [--boost dB] "
                    "[--main-gains g60,g230,g910,g3000,g14000] [--bass-gains ...] "
                    "[--global-gain dB] [--start SECONDS] [--duration SECONDS] IN OUT.wav",
-                   runRenderCommand},
+                   runRenderCommand, false},
         CliCommand{"serve", "serve [--port N]", runServeCommand},
-        CliCommand{"version", "version", runVersionCommand},
+        CliCommand{"version", "version", runVersionCommand, false},
     };
     return commands;
 }

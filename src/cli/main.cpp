@@ -2,6 +2,7 @@
 #include <QGuiApplication>
 #include <array>
 #include <cstring>
+#include <memory>
 
 #include "CliCommand.h"
 #include "Commands.h"
@@ -36,16 +37,29 @@ int usage(const std::span<const CliCommand> commands) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    // Images (thumbnails, cover art) need a GUI application object; no window is shown.
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-        qputenv("QT_QPA_PLATFORM", "offscreen");
+    const std::span<const CliCommand> commands = cliCommands();
+    const CliCommand* chosen = nullptr;
+    if (argc > 1) {
+        for (const CliCommand& command : commands) {
+            if (std::strcmp(argv[1], command.name) == 0) {
+                chosen = &command;
+            }
+        }
     }
-    QGuiApplication app(argc, argv);
+    std::unique_ptr<QCoreApplication> app;
+    if (!chosen || chosen->needsGui) {
+        // Images (thumbnails, cover art) need a GUI application object; no window is shown.
+        if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+            qputenv("QT_QPA_PLATFORM", "offscreen");
+        }
+        app = std::make_unique<QGuiApplication>(argc, argv);
+    } else {
+        app = std::make_unique<QCoreApplication>(argc, argv);
+    }
     QCoreApplication::setApplicationName("corvantis");
     Localization::install();
 
-    const std::span<const CliCommand> commands = cliCommands();
-    QStringList arguments = app.arguments().mid(1);
+    QStringList arguments = QCoreApplication::arguments().mid(1);
     if (arguments.isEmpty() || arguments.first() == "--help" || arguments.first() == "-h") {
         return usage(commands);
     }

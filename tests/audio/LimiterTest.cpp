@@ -188,3 +188,26 @@ TEST(Limiter, TurnsNaNAndInfinityIntoSilence) {
     unprepared.process(raw.data(), 2);
     EXPECT_EQ(raw, (Stereo{0.0f, 1.0f, 0.0f, 0.25f}));
 }
+
+TEST(Limiter, BlockSizeNeverChangesTheResult) {
+    // Quiet stretches take a shortcut that must leave the limiter exactly as
+    // frame-by-frame work would: bursts at odd places, quiet in between, and
+    // a NaN, through several block sizes.
+    Stereo signal = noise(40000, 0.5f, 11);
+    for (int burst : {3000, 3001, 17777, 30500}) {
+        for (int k = 0; k < 300; ++k) {
+            signal[2 * size_t(burst + k)] *= 4.0f;
+        }
+    }
+    signal[2 * 25000 + 1] = std::numeric_limits<float>::quiet_NaN();
+    Limiter reference;
+    reference.prepare(44100.0, 4096);
+    const Stereo expected = limit(reference, signal, 1);
+    for (int block : {7, 512, 4096}) {
+        Limiter limiter;
+        limiter.prepare(44100.0, 4096);
+        const Stereo output = limit(limiter, signal, block);
+        ASSERT_EQ(std::memcmp(output.data(), expected.data(), output.size() * sizeof(float)), 0)
+            << "block " << block;
+    }
+}

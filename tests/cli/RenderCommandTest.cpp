@@ -85,3 +85,9 @@ TEST(RenderCommand, BadInputGivesOneLineAndAnErrorCode) {
         EXPECT_TRUE(run.err.startsWith("corvantis-cli: ")) << run.err.toStdString();
     }
 }
+
+TEST(RenderCommand, StreamsToAnOutputThatCannotSeek) {
+    const QString in = writePatternFile("in.wav", 44100, 4410);
+    const ProcessRun run = render({in, "/dev/null"});
+    EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
+}

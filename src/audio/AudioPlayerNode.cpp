@@ -65,8 +65,11 @@ struct AudioPlayerNode::Shared {
     std::atomic<std::uint64_t> writeIndex{0};
     // The epoch whose schedule the decoder has finished (all its blocks published).
     std::atomic<std::uint64_t> idleEpoch{0};
-    // Bumped and notified whenever the decoder publishes something, for offline waits.
+    // Bumped whenever the decoder publishes something, for offline waits; it
+    // only wakes anybody (a system call) when someone is waiting.
     std::atomic<std::uint32_t> progress{0};
+    std::atomic<bool> renderWaiting{false};
+    std::atomic<bool> decoderWaiting{false};
     std::vector<Block> ring = std::vector<Block>(kBlockCount);
 
     // --- main thread <-> decoder, under `mutex` ---
@@ -82,9 +85,20 @@ struct AudioPlayerNode::Shared {
 
     std::thread decoder;
 
-    void publishProgress() {
-        progress.fetch_add(1, std::memory_order_release);
-        progress.notify_all();
+    // Both sides of each wait use sequentially consistent order: either the
+    // waker sees the waiting flag, or the waiter sees the new value.
+    // A waiting offline render is woken once the ring is half full (or the
+    // schedule has run out), not for every block: a wake is a system call.
+    void publishProgress(bool urgent) {
+        progress.fetch_add(1, std::memory_order_seq_cst);
+        if (!urgent) {
+            const auto queued = writeIndex.load(std::memory_order_relaxed) -
+                                readIndex.load(std::memory_order_relaxed);
+            urgent = queued >= kBlockCount / 2;
+        }
+        if (urgent && renderWaiting.load(std::memory_order_seq_cst)) {
+            progress.notify_all();
+        }
     }
 };
 
@@ -245,11 +259,14 @@ private:
                 return false;
             }
             const auto written = m_shared.writeIndex.load(std::memory_order_relaxed);
-            const auto read = m_shared.readIndex.load(std::memory_order_acquire);
+            m_shared.decoderWaiting.store(true, std::memory_order_seq_cst);
+            const auto read = m_shared.readIndex.load(std::memory_order_seq_cst);
             if (written - read < kBlockCount) {
+                m_shared.decoderWaiting.store(false, std::memory_order_relaxed);
                 return true;
             }
             m_shared.wake.wait_for(lock, kRingPollInterval);
+            m_shared.decoderWaiting.store(false, std::memory_order_relaxed);
         }
     }
 
@@ -260,7 +277,7 @@ private:
         block.frames = m_fill;
         m_fill = 0;
         m_shared.writeIndex.store(written + 1, std::memory_order_release);
-        m_shared.publishProgress();
+        m_shared.publishProgress(false);
     }
 
     AudioPlayerNode::Shared& m_shared;
@@ -289,7 +306,7 @@ void decoderLoop(AudioPlayerNode::Shared& shared) {
                 if (shared.schedule.empty() &&
                     shared.epoch.load(std::memory_order_acquire) == lastEpoch) {
                     shared.idleEpoch.store(lastEpoch, std::memory_order_release);
-                    shared.publishProgress();
+                    shared.publishProgress(true);
                 }
                 shared.wake.wait(lock, [&] { return shared.quit || !shared.schedule.empty(); });
             }
@@ -377,6 +394,8 @@ void AudioPlayerNode::stop() {
     m_shared->playedFrames.store(0, std::memory_order_release);
     m_shared->playedAtLastRender.store(0, std::memory_order_release);
     m_shared->wake.notify_all();
+    // An offline render waiting on another thread must see the new epoch.
+    m_shared->publishProgress(true);
 }
 
 bool AudioPlayerNode::isPlaying() const {
@@ -466,7 +485,11 @@ void AudioPlayerNode::render(float* interleavedStereo, int frames) noexcept {
                 shared.epoch.load(std::memory_order_acquire) != epoch) {
                 break;
             }
-            shared.progress.wait(progress, std::memory_order_acquire);
+            shared.renderWaiting.store(true, std::memory_order_seq_cst);
+            if (shared.progress.load(std::memory_order_seq_cst) == progress) {
+                shared.progress.wait(progress, std::memory_order_acquire);
+            }
+            shared.renderWaiting.store(false, std::memory_order_relaxed);
             continue;
         }
         const Block& block = shared.ring[read % kBlockCount];
@@ -486,8 +509,8 @@ void AudioPlayerNode::render(float* interleavedStereo, int frames) noexcept {
         shared.readOffset += take;
         if (shared.readOffset == block.frames) {
             shared.readOffset = 0;
-            shared.readIndex.store(read + 1, std::memory_order_release);
-            if (waits) {
+            shared.readIndex.store(read + 1, std::memory_order_seq_cst);
+            if (waits && shared.decoderWaiting.load(std::memory_order_seq_cst)) {
                 shared.wake.notify_one();
             }
         }

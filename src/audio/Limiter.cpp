@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
 namespace {
@@ -51,6 +52,7 @@ struct Limiter::State {
 
     // Frames waiting for their gain: L - 1 of them, interleaved stereo.
     std::vector<float> delay;
+    std::vector<float> incoming;  // room for one delay line's worth of frames
     int delayPosition = 0;
 
     // Monotonic queue for the sliding minimum: frame numbers and their r,
@@ -134,6 +136,21 @@ struct Limiter::State {
     // Leaves the state as frame-by-frame work on the same block would.
     void passThrough(float* samples, int frames) {
         const int delayFrames = static_cast<int>(delay.size() / 2);
+        if (frames >= delayFrames) {
+            // Whole lines at a time: the held frames come out first, the
+            // block moves up behind them, and its tail becomes the new line.
+            const size_t held = 2 * size_t(delayFrames);
+            const size_t ahead = 2 * size_t(delayPosition);
+            std::copy_n(samples + 2 * size_t(frames) - held, held, incoming.begin());
+            std::memmove(samples + held, samples, (2 * size_t(frames) - held) * sizeof(float));
+            std::copy(delay.begin() + ahead, delay.end(), samples);
+            std::copy_n(delay.begin(), ahead, samples + held - ahead);
+            delay.swap(incoming);
+            delayPosition = 0;
+            queueFrame[queueFront] = frame + frames - 1;
+            frame += frames;
+            return;
+        }
         for (int i = 0; i < frames; ++i) {
             float* slot = &delay[2 * delayPosition];
             std::swap(slot[0], samples[2 * i]);
@@ -190,6 +207,7 @@ void Limiter::prepare(double sampleRate, int maximumFrames) {
     s.window = std::max(2, static_cast<int>(std::lround(kLookAheadSeconds * sampleRate)));
     s.releaseCoefficient = 1.0 - std::exp(-1.0 / (kReleaseSeconds * sampleRate));
     s.delay.assign(2 * static_cast<size_t>(s.window - 1), 0.0f);
+    s.incoming.assign(s.delay.size(), 0.0f);
     s.queueFrame.assign(s.window, 0);
     s.queueGain.assign(s.window, 1.0);
     s.recent.assign(s.window, 1.0);

@@ -24,7 +24,7 @@ constexpr double kMaxFrequencyOfRate = 0.45;
 constexpr double kGlideSeconds = 0.020;
 // Frames rendered with one set of coefficients while a band glides; when none
 // glides a whole block runs with one set.
-constexpr int kGlideChunkFrames = 32;
+constexpr int kGlideChunkFrames = 8;
 // A band back at 0 dB keeps running (as an identity filter) until its memory
 // has rung out below this, so leaving the path causes no step worth the
 // name: -180 dB, below what a float sample near full scale resolves. It

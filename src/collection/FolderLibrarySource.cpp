@@ -175,10 +175,16 @@ quint64 FolderLibrarySource::albumID(const QString& albumTitle, const QString& a
     return stableID("album", albumTitle + QChar(0x1F) + albumArtist);
 }
 
-QHash<QString, IndexedFile> FolderLibrarySource::refresh() {
+std::optional<FolderLibrarySource::Snapshot> FolderLibrarySource::refresh() {
+    // Without permission the library reads as nothing at all.
+    if (authorizationStatus() != MediaLibraryAuthorizationStatus::authorized ||
+        !QFileInfo(m_root).isDir()) {
+        return std::nullopt;
+    }
     const std::lock_guard lock(m_mutex);
     QHash<QString, IndexedFile> known = m_index.load();
-    QHash<QString, IndexedFile> current;
+    Snapshot snapshot;
+    QHash<QString, IndexedFile>& current = snapshot.files;
     QList<IndexedFile> toRead;
     const QDir root(m_root);
     QDirIterator it(m_root, QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot,
@@ -186,7 +192,11 @@ QHash<QString, IndexedFile> FolderLibrarySource::refresh() {
     while (it.hasNext()) {
         it.next();
         const QFileInfo info = it.fileInfo();
-        if (!audioSuffixes().contains(info.suffix().toLower())) {
+        const QString suffix = info.suffix().toLower();
+        if (isPlaylistFile(suffix)) {
+            snapshot.playlistPaths.append(root.relativeFilePath(info.filePath()));
+        }
+        if (!audioSuffixes().contains(suffix)) {
             continue;
         }
         IndexedFile file;
@@ -217,7 +227,8 @@ QHash<QString, IndexedFile> FolderLibrarySource::refresh() {
         removed.removeOne(file.path);
     }
     m_index.update(read, removed);
-    return current;
+    snapshot.playlistPaths.sort();
+    return snapshot;
 }
 
 MediaItem FolderLibrarySource::itemFor(const IndexedFile& file) const {
@@ -246,11 +257,11 @@ MediaItem FolderLibrarySource::itemFor(const IndexedFile& file) const {
 }
 
 std::optional<QList<MediaItem>> FolderLibrarySource::songs() {
-    if (authorizationStatus() != MediaLibraryAuthorizationStatus::authorized ||
-        !QFileInfo(m_root).isDir()) {
+    const std::optional<Snapshot> snapshot = refresh();
+    if (!snapshot) {
         return std::nullopt;
     }
-    const QHash<QString, IndexedFile> files = refresh();
+    const QHash<QString, IndexedFile>& files = snapshot->files;
     // By path, so that the library's own order is the same on every run.
     QStringList paths = files.keys();
     paths.sort();
@@ -263,24 +274,14 @@ std::optional<QList<MediaItem>> FolderLibrarySource::songs() {
 }
 
 std::optional<QList<MediaPlaylist>> FolderLibrarySource::playlists() {
-    if (authorizationStatus() != MediaLibraryAuthorizationStatus::authorized ||
-        !QFileInfo(m_root).isDir()) {
+    const std::optional<Snapshot> snapshot = refresh();
+    if (!snapshot) {
         return std::nullopt;
     }
-    const QHash<QString, IndexedFile> files = refresh();
+    const QHash<QString, IndexedFile>& files = snapshot->files;
     const QDir root(m_root);
-    QStringList playlistPaths;
-    QDirIterator it(m_root, QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot,
-                    QDirIterator::Subdirectories | QDirIterator::FollowSymlinks);
-    while (it.hasNext()) {
-        it.next();
-        if (isPlaylistFile(it.fileInfo().suffix().toLower())) {
-            playlistPaths.append(root.relativeFilePath(it.filePath()));
-        }
-    }
-    playlistPaths.sort();
     QList<MediaPlaylist> playlists;
-    for (const QString& relative : playlistPaths) {
+    for (const QString& relative : snapshot->playlistPaths) {
         const QFileInfo info(root.filePath(relative));
         QFile file(info.filePath());
         if (!file.open(QIODevice::ReadOnly)) {

@@ -42,8 +42,12 @@ public:
     static quint64 albumID(const QString& albumTitle, const QString& albumArtist);
 
 private:
-    // Brings the index up to date with the folder; the files by relative path.
-    QHash<QString, IndexedFile> refresh();
+    struct Snapshot {
+        QHash<QString, IndexedFile> files;  // by path below the root
+        QStringList playlistPaths;          // below the root, sorted
+    };
+    // Brings the index up to date with the folder; nothing without permission.
+    std::optional<Snapshot> refresh();
     MediaItem itemFor(const IndexedFile& file) const;
 
     QString m_root;

@@ -4,6 +4,7 @@
 
 // Declarations of the commands' entry points; add a line per command.
 int runInfoCommand(const QStringList& arguments);
+int runLibraryCommand(const QStringList& arguments);
 int runPlayCommand(const QStringList& arguments);
 int runPlaylistsCommand(const QStringList& arguments);
 int runRenderCommand(const QStringList& arguments);
@@ -14,6 +15,8 @@ int runVersionCommand(const QStringList& arguments);
 std::span<const CliCommand> cliCommands() {
     static const std::array commands{
         CliCommand{"info", "info FILE...", runInfoCommand},
+        CliCommand{"library", "library [tracks | playlists | albums | artists] [--grant]",
+                   runLibraryCommand, false},
         CliCommand{"play", "play --all | NAME...", runPlayCommand, false},
         CliCommand{"playlists",
                    "playlists [list | create NAME | add ID FILE | remove ID FILE | "

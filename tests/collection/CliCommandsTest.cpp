@@ -66,3 +66,47 @@ TEST(PlaylistsCommand, CreateChangeShowAndDeleteThroughTheStore) {
         EXPECT_TRUE(run.err.contains("corvantis-cli: ")) << qPrintable(run.err);
     }
 }
+
+TEST(LibraryCommand, NeedsConsentThenListsTracksAlbumsArtistsAndPlaylists) {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    const QString root = testHome() + "/Music";
+    environment.insert("CORVANTIS_LIBRARY_DIR", root);
+    const auto library = [&](const QStringList& arguments) {
+        return runProcess(CORVANTIS_CLI, QStringList{"library"} + arguments, 20000, environment);
+    };
+    const auto add = [&](const QString& relative, const TagSpec& spec) {
+        const QString path = root + "/" + relative;
+        writeFile(path, pcmWav(800));
+        ASSERT_TRUE(writeTag(path, spec));
+    };
+    add("x/one.wav", {.title = "One", .album = "Blue", .artist = "Miles", .albumArtist = "Miles"});
+    add("x/two.wav", {.title = "Two", .album = "Blue", .artist = "Miles", .albumArtist = "Miles"});
+    add("three.wav", {.title = "Three", .album = "Kind", .artist = "Bill"});
+    writeFile(root + "/Best.m3u", "x/two.wav\nthree.wav\nnowhere.wav\n");
+
+    const ProcessRun refused = library({"tracks"});
+    EXPECT_EQ(refused.exitCode, 2);
+    EXPECT_TRUE(refused.err.contains("--grant")) << qPrintable(refused.err);
+
+    const ProcessRun tracks = library({"tracks", "--grant"});
+    ASSERT_EQ(tracks.exitCode, 0) << qPrintable(tracks.err);
+    const QStringList lines = outputLines(tracks);
+    ASSERT_EQ(lines.size(), 3);
+    // High to low by title, artist and album, as loadTracks delivers.
+    EXPECT_TRUE(lines[0].endsWith("\tTwo\tMiles\tBlue\t0.100")) << qPrintable(lines[0]);
+    EXPECT_TRUE(lines[2].contains("\tOne\t"));
+
+    // Access granted once stays granted; IDs are the same on the next run.
+    EXPECT_EQ(library({}).out, tracks.out);
+    const QStringList albums = outputLines(library({"albums"}));
+    ASSERT_EQ(albums.size(), 2);
+    EXPECT_TRUE(albums[0].endsWith("\tBlue\tMiles"));
+    EXPECT_TRUE(albums[1].endsWith("\tKind\tBill"));
+    const QStringList artists = outputLines(library({"artists"}));
+    ASSERT_EQ(artists.size(), 2);
+    EXPECT_TRUE(artists[0].endsWith("\tBill"));
+    const QStringList playlists = outputLines(library({"playlists"}));
+    ASSERT_EQ(playlists.size(), 1);
+    EXPECT_TRUE(playlists[0].endsWith("\tBest\t2")) << qPrintable(playlists[0]);
+    EXPECT_EQ(library({"bogus"}).exitCode, 2);
+}

@@ -83,9 +83,13 @@ bool LibraryIndex::open() {
     }
     for (int attempt = 0; attempt < 2; ++attempt) {
         if (sqlite3_open(QFile::encodeName(m_path).constData(), &m_db) == SQLITE_OK) {
-            Statement version(m_db, "PRAGMA user_version");
-            const bool readable = version && sqlite3_step(version.get()) == SQLITE_ROW;
-            const int stored = readable ? sqlite3_column_int(version.get(), 0) : -1;
+            bool readable = false;
+            int stored = -1;
+            {
+                Statement version(m_db, "PRAGMA user_version");
+                readable = version && sqlite3_step(version.get()) == SQLITE_ROW;
+                stored = readable ? sqlite3_column_int(version.get(), 0) : -1;
+            }
             if (readable && stored != kSchemaVersion) {
                 exec("DROP TABLE IF EXISTS files");
             }

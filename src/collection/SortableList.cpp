@@ -14,10 +14,10 @@ QList<TrackPtr> sortedByFileName(QList<TrackPtr> tracks) {
     QList<std::pair<QString, TrackPtr>> keyed;
     keyed.reserve(tracks.size());
     for (TrackPtr& track : tracks) {
-        keyed.append({track->fileName.toLower(), std::move(track)});
+        keyed.append({normalizedForOrder(track->fileName.toLower()), std::move(track)});
     }
     std::stable_sort(keyed.begin(), keyed.end(), [](const auto& a, const auto& b) {
-        return compareText(a.first, b.first) < 0;
+        return compareNormalized(a.first, b.first) < 0;
     });
     for (qsizetype i = 0; i < keyed.size(); ++i) {
         tracks[i] = std::move(keyed[i].second);

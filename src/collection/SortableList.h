@@ -26,14 +26,15 @@ template <typename T>
 struct SortableTraits {
     static bool equal(const T& a, const T& b) { return a == b; }
     static bool less(const T& a, const T& b) { return a < b; }
-    static bool matches(const T& item, const QString& text) { return item.matches(text); }
+    // The field the element's matches() searches; lists lower-case it once.
+    static const QString& searchField(const T& item) { return item.name; }
 };
 
 template <>
 struct SortableTraits<TrackPtr> {
     static bool equal(const TrackPtr& a, const TrackPtr& b) { return a == b || *a == *b; }
     static bool less(const TrackPtr& a, const TrackPtr& b) { return *a < *b; }
-    static bool matches(const TrackPtr& item, const QString& text) { return item->matches(text); }
+    static const QString& searchField(const TrackPtr& item) { return item->title; }
 };
 
 // The state behind a list screen with a search field and three sort buttons:
@@ -60,11 +61,13 @@ public:
     // Every change of `items` is followed by a refilter.
     void setItems(QList<T> items) {
         m_items = std::move(items);
+        m_searchCache.clear();
         refilter();
     }
     template <typename Change>
     void changeItems(Change&& change) {
         change(m_items);
+        m_searchCache.clear();
         refilter();
     }
 
@@ -85,10 +88,20 @@ public:
 
     virtual void filter(const QString& text) {
         if (!text.isEmpty()) {
+            // What matches() does, with each field lower-cased once per change
+            // of the items instead of once per keystroke.
+            if (m_searchCache.size() != m_items.size()) {
+                m_searchCache.clear();
+                m_searchCache.reserve(m_items.size());
+                for (const T& item : std::as_const(m_items)) {
+                    m_searchCache.append(SortableTraits<T>::searchField(item).toLower());
+                }
+            }
+            const QString lowered = text.toLower();
             QList<T> result;
-            for (const T& item : std::as_const(m_items)) {
-                if (SortableTraits<T>::matches(item, text)) {
-                    result.append(item);
+            for (qsizetype i = 0; i < m_items.size(); ++i) {
+                if (m_searchCache.at(i).contains(lowered)) {
+                    result.append(m_items.at(i));
                 }
             }
             if (sameElements(result, m_filteredItems)) {
@@ -164,7 +177,10 @@ private:
         return std::equal(a.cbegin(), a.cend(), b.cbegin(), b.cend(), SortableTraits<T>::equal);
     }
 
-    void sortItems() { std::stable_sort(m_items.begin(), m_items.end(), SortableTraits<T>::less); }
+    void sortItems() {
+        std::stable_sort(m_items.begin(), m_items.end(), SortableTraits<T>::less);
+        m_searchCache.clear();
+    }
 
     // An active search is thrown away on the screen, though the text stays.
     void showAllItems(SortButton button) {
@@ -179,6 +195,9 @@ private:
     std::optional<QString> m_searchText;
     QList<T> m_items;
     QList<T> m_filteredItems;
+    // The lower-cased search field of each of `items`, by index; emptied by
+    // every change of `items`. Fields of elements do not change in place.
+    QStringList m_searchCache;
 };
 
 // The list of the Tracks screen: under NORMAL it shows library tracks by track

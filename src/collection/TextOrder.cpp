@@ -6,8 +6,14 @@ int compareText(const QString& a, const QString& b) {
     if (a == b) {
         return 0;
     }
-    const QString left = a.normalized(QString::NormalizationForm_C);
-    const QString right = b.normalized(QString::NormalizationForm_C);
+    return compareNormalized(normalizedForOrder(a), normalizedForOrder(b));
+}
+
+QString normalizedForOrder(const QString& text) {
+    return text.normalized(QString::NormalizationForm_C);
+}
+
+int compareNormalized(const QString& left, const QString& right) {
     // UTF-16 order puts the surrogates (characters beyond U+FFFF) before
     // U+E000..U+FFFF; ranking the units moves them back behind.
     const auto scalarRank = [](char16_t unit) -> int {

@@ -70,12 +70,16 @@ std::optional<Playlist> Playlist::fromFile(const QString& fileName, const QStrin
     if (file.error() != QFileDevice::NoError) {
         return std::nullopt;
     }
+    return fromBytes(bytes, fileName);
+}
+
+std::optional<Playlist> Playlist::fromBytes(const QByteArray& bytes, const QString& id) {
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
     const QString text = decoder(bytes);
     if (decoder.hasError()) {
         return std::nullopt;
     }
-    return fromText(text, fileName);
+    return fromText(text, id);
 }
 
 Playlist Playlist::fromText(const QString& text, const QString& id) {

@@ -26,6 +26,9 @@ struct Playlist {
     // Reads the file `fileName` in `directory`; nothing when it is not UTF-8
     // text or cannot be read.
     static std::optional<Playlist> fromFile(const QString& fileName, const QString& directory);
+    // The bytes of a playlist file whose name is `id`; nothing when they are
+    // not UTF-8.
+    static std::optional<Playlist> fromBytes(const QByteArray& bytes, const QString& id);
     // Parses the text of a playlist file whose name is `id`.
     static Playlist fromText(const QString& text, const QString& id);
     static Playlist fromMediaPlaylist(const MediaPlaylist& mediaPlaylist);

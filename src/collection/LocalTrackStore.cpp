@@ -95,6 +95,19 @@ void readTracks(const QString& directory, const QStringList& names,
     });
 }
 
+void readMusicDirectory(std::function<void(std::optional<QList<TrackPtr>>)> done) {
+    const QString directory = downloadedMusicDirectory();
+    const DirectoryListing listing = DirectoryListing::of(directory);
+    if (!listing.ok) {
+        done(std::nullopt);
+        return;
+    }
+    readTracks(directory, listing.names, [done = std::move(done)](QList<TrackPtr> tracks) {
+        tracks.removeAll(nullptr);
+        done(tracks);
+    });
+}
+
 void scanNewTracks(std::weak_ptr<TrackListState> weakState, ScanCompletion completion) {
     MainQueue::async([weakState, completion = std::move(completion)] {
         const std::shared_ptr<TrackListState> state = weakState.lock();

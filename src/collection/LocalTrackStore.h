@@ -4,6 +4,7 @@
 #include <QString>
 #include <functional>
 #include <memory>
+#include <optional>
 
 #include "Track.h"
 #include "TrackListState.h"
@@ -28,6 +29,11 @@ void scanTracksForArtist(std::weak_ptr<TrackListState> state, const QString& art
                          ScanCompletion completion);
 void scanTracksForAlbum(std::weak_ptr<TrackListState> state, const QString& albumName,
                         ScanCompletion completion);
+
+// Every entry of the music folder as a track, in listing order, for the
+// album and artist lists; nothing when the folder cannot be listed. `done`
+// runs on the main thread.
+void readMusicDirectory(std::function<void(std::optional<QList<TrackPtr>>)> done);
 
 // Reads a track of each name of `directory` on the worker pool and hands the
 // results, in the order of `names` (nullptr where none resulted), to `done` on

@@ -1,8 +1,14 @@
 #include <gtest/gtest.h>
 
+#include <QDir>
+
+#include "AppDirectories.h"
 #include "CollectionFixtures.h"
+#include "DirectoryListing.h"
 #include "Grouping.h"
+#include "LocalTrackStore.h"
 #include "Log.h"
+#include "TestSupport.h"
 
 namespace {
 
@@ -78,4 +84,37 @@ TEST(AlbumRecord, EqualityIsIdAndThumbnailAndTheTrackHandsOverItsPicture) {
     artist.takeThumbnail();
     EXPECT_TRUE(artist.albumArtThumbnail.has_value());
     EXPECT_FALSE(artist.track);
+}
+
+TEST(GroupingFromFiles, TheMusicFolderGroupsInListingOrder) {
+    addMusicFile("x.wav", {.album = "Blue", .artist = "Miles"});
+    addMusicFile("y.wav", {.album = "Blue", .artist = "Gil"});
+    addMusicFile("z.wav");
+    std::optional<QList<TrackPtr>> tracks;
+    bool done = false;
+    LocalTrackStore::readMusicDirectory([&](std::optional<QList<TrackPtr>> read) {
+        tracks = read;
+        done = true;
+    });
+    ASSERT_TRUE(waitUntil([&] { return done; }));
+    ASSERT_TRUE(tracks.has_value());
+    const QStringList listing = DirectoryListing::of(downloadedMusicDirectory()).names;
+    ASSERT_EQ(tracks->size(), 3);
+    for (qsizetype i = 0; i < listing.size(); ++i) {
+        EXPECT_EQ(tracks->at(i)->fileName, listing[i]);
+    }
+    const QList<Album> albums = Grouping::albumsFromFiles(*tracks);
+    ASSERT_EQ(albums.size(), 2);
+    const Album& blue = albums[0].name == "Blue" ? albums[0] : albums[1];
+    EXPECT_EQ(blue.artist, listing.indexOf("x.wav") < listing.indexOf("y.wav") ? "Miles" : "Gil");
+
+    // A folder that cannot be listed leaves the caller's list alone.
+    QDir(downloadedMusicDirectory()).removeRecursively();
+    done = false;
+    LocalTrackStore::readMusicDirectory([&](std::optional<QList<TrackPtr>> read) {
+        tracks = read;
+        done = true;
+    });
+    ASSERT_TRUE(waitUntil([&] { return done; }));
+    EXPECT_FALSE(tracks.has_value());
 }

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QThreadPool>
@@ -10,6 +9,7 @@
 #include "DirectoryListing.h"
 #include "LocalTrackStore.h"
 #include "Log.h"
+#include "MainQueue.h"
 #include "PlaylistsManager.h"
 #include "TestSupport.h"
 #include "UploadRecord.h"
@@ -164,12 +164,13 @@ TEST(Scans, DoNothingOnceTheStateIsGone) {
         LocalTrackStore::scanTracksForArtist(state, "A", completion);
     }
     {
-        // Gone while the workers read the tags.
+        // Gone while the workers read the tags: the reset is queued behind the
+        // scans' hops and ahead of anything the workers post.
         auto state = std::make_shared<TrackListState>();
         LocalTrackStore::scanNewTracks(state, completion);
         LocalTrackStore::scanTracksForAlbum(state, "Unknown Album", completion);
-        QCoreApplication::processEvents();
-        state.reset();
+        MainQueue::async([&state] { state.reset(); });
+        EXPECT_TRUE(waitUntil([&] { return !state; }));
     }
     QThreadPool::globalInstance()->waitForDone(5000);
     spinEventLoop(100);

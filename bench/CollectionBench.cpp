@@ -67,12 +67,20 @@ QStringList makeLibrary(const QString& root, int count) {
         wav.ID3v2Tag()->setTrack(3);
         wav.save();
     }
+    QFile tagged(templatePath);
+    if (!tagged.open(QIODevice::ReadOnly)) {
+        qFatal("cannot read %s", qPrintable(templatePath));
+    }
+    const QByteArray bytes = tagged.readAll();
     QStringList paths;
     for (int i = 0; i < count; ++i) {
         const QString dir = QStringLiteral("%1/lib/%2").arg(root).arg(i / 100);
         QDir().mkpath(dir);
         const QString path = QStringLiteral("%1/%2.wav").arg(dir).arg(i);
-        QFile::copy(templatePath, path);
+        QFile copy(path);
+        if (!copy.open(QIODevice::WriteOnly) || copy.write(bytes) != bytes.size()) {
+            qFatal("cannot write %s", qPrintable(path));
+        }
         paths.append(path);
     }
     return paths;

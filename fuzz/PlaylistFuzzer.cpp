@@ -19,7 +19,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::optional<Playlist> again =
         Playlist::fromBytes(playlist->description().toUtf8(), playlist->id);
     const bool plainName = !playlist->name.contains(QLatin1Char('=')) &&
-                           !playlist->name.contains(QLatin1Char(';')) && !playlist->name.isEmpty();
+                           !playlist->name.contains(QLatin1Char(';')) &&
+                           !playlist->name.contains(QLatin1Char('\r')) && !playlist->name.isEmpty();
     if (!again || (plainName && again->name != playlist->name)) {
         std::abort();
     }

@@ -1,10 +1,10 @@
 #include "FolderLibrarySource.h"
 
+#include <dirent.h>
 #include <sys/stat.h>
 
 #include <QCryptographicHash>
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QImage>
@@ -13,6 +13,7 @@
 #include <QUrl>
 #include <QtConcurrent>
 #include <QtEndian>
+#include <cstring>
 
 #include <taglib/fileref.h>
 #include <taglib/tpropertymap.h>
@@ -85,13 +86,41 @@ void readTags(const QString& absolutePath, IndexedFile& file) {
     }
 }
 
-// Nanoseconds, so that a retag within the same second still shows.
-qint64 modifiedNs(const QFileInfo& info) {
-    struct stat status {};
-    if (::stat(QFile::encodeName(info.filePath()).constData(), &status) != 0) {
-        return 0;
+// Every regular file below `absolute`, symbolic links followed, each
+// directory once. One stat per entry: a large library is walked at start-up.
+void walkFiles(const QByteArray& absolute, const QString& relative,
+               QSet<std::pair<dev_t, ino_t>>& seen,
+               const std::function<void(const QString&, const struct stat&)>& visit) {
+    DIR* dir = opendir(absolute.constData());
+    if (dir == nullptr) {
+        return;
     }
-    return qint64(status.st_mtim.tv_sec) * 1000000000 + status.st_mtim.tv_nsec;
+    while (const dirent* entry = readdir(dir)) {
+        if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0) {
+            continue;
+        }
+        struct stat status {};
+        if (fstatat(dirfd(dir), entry->d_name, &status, 0) != 0) {
+            continue;
+        }
+        const QString name = QFile::decodeName(entry->d_name);
+        const QString path = relative.isEmpty() ? name : relative + QLatin1Char('/') + name;
+        if (S_ISDIR(status.st_mode)) {
+            if (!seen.contains({status.st_dev, status.st_ino})) {
+                seen.insert({status.st_dev, status.st_ino});
+                walkFiles(absolute + '/' + entry->d_name, path, seen, visit);
+            }
+        } else if (S_ISREG(status.st_mode)) {
+            visit(path, status);
+        }
+    }
+    closedir(dir);
+}
+
+QString suffixOf(const QString& path) {
+    const qsizetype dot = path.lastIndexOf(QLatin1Char('.'));
+    const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
+    return dot > slash ? path.mid(dot + 1).toLower() : QString();
 }
 
 }  // namespace
@@ -186,30 +215,30 @@ std::optional<FolderLibrarySource::Snapshot> FolderLibrarySource::refresh() {
     Snapshot snapshot;
     QHash<QString, IndexedFile>& current = snapshot.files;
     QList<IndexedFile> toRead;
-    const QDir root(m_root);
-    QDirIterator it(m_root, QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot,
-                    QDirIterator::Subdirectories | QDirIterator::FollowSymlinks);
-    while (it.hasNext()) {
-        it.next();
-        const QFileInfo info = it.fileInfo();
-        const QString suffix = info.suffix().toLower();
-        if (isPlaylistFile(suffix)) {
-            snapshot.playlistPaths.append(root.relativeFilePath(info.filePath()));
-        }
-        if (!audioSuffixes().contains(suffix)) {
-            continue;
-        }
-        IndexedFile file;
-        file.path = root.relativeFilePath(info.filePath());
-        file.size = info.size();
-        file.modified = modifiedNs(info);
-        const auto found = known.constFind(file.path);
-        if (found != known.cend() && found->size == file.size && found->modified == file.modified) {
-            current.insert(file.path, *found);
-        } else {
-            toRead.append(file);
-        }
-    }
+    QSet<std::pair<dev_t, ino_t>> seen;
+    walkFiles(QFile::encodeName(m_root), QString(), seen,
+              [&](const QString& path, const struct stat& status) {
+                  const QString suffix = suffixOf(path);
+                  if (isPlaylistFile(suffix)) {
+                      snapshot.playlistPaths.append(path);
+                  }
+                  if (!audioSuffixes().contains(suffix)) {
+                      return;
+                  }
+                  IndexedFile file;
+                  file.path = path;
+                  file.size = status.st_size;
+                  // Nanoseconds, so that a retag within the same second shows.
+                  file.modified =
+                      qint64(status.st_mtim.tv_sec) * 1000000000 + status.st_mtim.tv_nsec;
+                  const auto found = known.constFind(file.path);
+                  if (found != known.cend() && found->size == file.size &&
+                      found->modified == file.modified) {
+                      current.insert(file.path, *found);
+                  } else {
+                      toRead.append(file);
+                  }
+              });
     const QString rootPath = m_root;
     const QList<IndexedFile> read =
         QtConcurrent::blockingMapped(&m_readers, toRead, [rootPath](IndexedFile file) {

@@ -216,6 +216,9 @@ std::optional<FolderLibrarySource::Snapshot> FolderLibrarySource::refresh() {
     QHash<QString, IndexedFile>& current = snapshot.files;
     QList<IndexedFile> toRead;
     QSet<std::pair<dev_t, ino_t>> seen;
+    if (struct stat status{}; ::stat(QFile::encodeName(m_root).constData(), &status) == 0) {
+        seen.insert({status.st_dev, status.st_ino});
+    }
     walkFiles(QFile::encodeName(m_root), QString(), seen,
               [&](const QString& path, const struct stat& status) {
                   const QString suffix = suffixOf(path);

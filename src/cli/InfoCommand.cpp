@@ -1,28 +1,12 @@
 #include <QFileInfo>
 #include <QImage>
-#include <cmath>
 
 #include "CliCommand.h"
+#include "CliFormat.h"
 #include "TagReader.h"
 #include "Track.h"
 
 namespace {
-
-// One value per line whatever the tag holds: line breaks and the escape
-// character itself are escaped, so a script can split on newlines.
-QString escaped(QString value) {
-    value.replace(QLatin1Char('\\'), QLatin1String("\\\\"));
-    value.replace(QLatin1Char('\n'), QLatin1String("\\n"));
-    value.replace(QLatin1Char('\r'), QLatin1String("\\r"));
-    return value;
-}
-
-QString formattedDuration(double seconds) {
-    if (std::isnan(seconds)) {
-        return QStringLiteral("nan");
-    }
-    return QString::number(seconds, 'f', 3);
-}
 
 // A cover counts when the file carries a front-cover picture that decodes.
 bool hasCover(const QString& path) {
@@ -32,12 +16,12 @@ bool hasCover(const QString& path) {
 
 void printTrack(const Track& track, const QString& path) {
     QTextStream& out = cliOut();
-    out << "fileName: " << escaped(track.fileName) << '\n'
-        << "title: " << escaped(track.title) << '\n'
-        << "album: " << escaped(track.album) << '\n'
-        << "artist: " << escaped(track.artist) << '\n'
-        << "albumArtist: " << escaped(track.albumArtist) << '\n'
-        << "duration: " << formattedDuration(track.duration) << '\n'
+    out << "fileName: " << cliEscaped(track.fileName) << '\n'
+        << "title: " << cliEscaped(track.title) << '\n'
+        << "album: " << cliEscaped(track.album) << '\n'
+        << "artist: " << cliEscaped(track.artist) << '\n'
+        << "albumArtist: " << cliEscaped(track.albumArtist) << '\n'
+        << "duration: " << cliDuration(track.duration) << '\n'
         << "cover: " << (hasCover(path) ? "yes" : "no") << '\n';
 }
 

@@ -1,0 +1,340 @@
+#include "FolderLibrarySource.h"
+
+#include <dirent.h>
+#include <sys/stat.h>
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QImage>
+#include <QSet>
+#include <QStandardPaths>
+#include <QUrl>
+#include <QtConcurrent>
+#include <QtEndian>
+#include <cstring>
+
+#include <taglib/fileref.h>
+#include <taglib/tpropertymap.h>
+
+#include "AppDirectories.h"
+#include "M3uReader.h"
+#include "TagReader.h"
+#include "UserDefaults.h"
+
+namespace {
+
+constexpr auto kAccessFile = "media-library-access";
+
+const QSet<QString>& audioSuffixes() {
+    static const QSet<QString> suffixes{"mp3", "m4a",  "m4b", "mp4", "aac",  "flac", "ogg",
+                                        "oga", "opus", "wav", "aif", "aiff", "aifc", "wma",
+                                        "ape", "wv",   "mpc", "tta", "spx",  "alac"};
+    return suffixes;
+}
+
+bool isPlaylistFile(const QString& suffix) {
+    return suffix == QLatin1String("m3u") || suffix == QLatin1String("m3u8");
+}
+
+quint64 stableID(const char* kind, const QString& text) {
+    QCryptographicHash hash(QCryptographicHash::Sha256);
+    hash.addData(QByteArray(kind));
+    hash.addData(QByteArray(1, '\0'));
+    hash.addData(text.toUtf8());
+    return qFromBigEndian<quint64>(hash.result().constData());
+}
+
+QString toQString(const TagLib::String& text) {
+    return QString::fromUtf8(text.toCString(true));
+}
+
+std::optional<QString> property(const TagLib::PropertyMap& properties, const char* key) {
+    const auto it = properties.find(key);
+    if (it == properties.end() || it->second.isEmpty()) {
+        return std::nullopt;
+    }
+    QStringList values;
+    for (const TagLib::String& value : it->second) {
+        values.append(toQString(value));
+    }
+    return values.join(QStringLiteral(" / "));
+}
+
+// One open per file: the text fields, the track number and the length.
+void readTags(const QString& absolutePath, IndexedFile& file) {
+    const TagLib::FileRef ref(QFile::encodeName(absolutePath).constData(), true,
+                              TagLib::AudioProperties::Average);
+    if (ref.isNull()) {
+        return;
+    }
+    const TagLib::PropertyMap properties = ref.file()->properties();
+    file.title = property(properties, "TITLE");
+    file.album = property(properties, "ALBUM");
+    file.artist = property(properties, "ARTIST");
+    file.albumArtist = property(properties, "ALBUMARTIST");
+    if (const std::optional<QString> number = property(properties, "TRACKNUMBER")) {
+        bool ok = false;
+        const int value = number->section(QLatin1Char('/'), 0, 0).trimmed().toInt(&ok);
+        if (ok) {
+            file.trackNumber = value;
+        }
+    }
+    if (const TagLib::AudioProperties* audio = ref.audioProperties()) {
+        file.duration = audio->lengthInMilliseconds() / 1000.0;
+    }
+}
+
+// Every regular file below `absolute`, symbolic links followed, each
+// directory once. One stat per entry: a large library is walked at start-up.
+void walkFiles(const QByteArray& absolute, const QString& relative,
+               QSet<std::pair<dev_t, ino_t>>& seen,
+               const std::function<void(const QString&, const struct stat&)>& visit) {
+    DIR* dir = opendir(absolute.constData());
+    if (dir == nullptr) {
+        return;
+    }
+    while (const dirent* entry = readdir(dir)) {
+        if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0) {
+            continue;
+        }
+        struct stat status {};
+        if (fstatat(dirfd(dir), entry->d_name, &status, 0) != 0) {
+            continue;
+        }
+        const QString name = QFile::decodeName(entry->d_name);
+        const QString path = relative.isEmpty() ? name : relative + QLatin1Char('/') + name;
+        if (S_ISDIR(status.st_mode)) {
+            if (!seen.contains({status.st_dev, status.st_ino})) {
+                seen.insert({status.st_dev, status.st_ino});
+                walkFiles(absolute + '/' + entry->d_name, path, seen, visit);
+            }
+        } else if (S_ISREG(status.st_mode)) {
+            visit(path, status);
+        }
+    }
+    closedir(dir);
+}
+
+QString suffixOf(const QString& path) {
+    const qsizetype dot = path.lastIndexOf(QLatin1Char('.'));
+    const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
+    return dot > slash ? path.mid(dot + 1).toLower() : QString();
+}
+
+}  // namespace
+
+QString FolderLibrarySource::defaultRoot() {
+    const QString fromEnvironment = qEnvironmentVariable("CORVANTIS_LIBRARY_DIR");
+    if (!fromEnvironment.isEmpty()) {
+        return fromEnvironment;
+    }
+    if (const std::optional<QString> setting =
+            UserDefaults::standard().stringForKey("LibraryDirectory");
+        setting && !setting->isEmpty()) {
+        return *setting;
+    }
+    return QStandardPaths::writableLocation(QStandardPaths::MusicLocation);
+}
+
+FolderLibrarySource::FolderLibrarySource(const QString& root, const QString& indexPath)
+    : m_root(QDir(root).absolutePath()), m_index(indexPath) {}
+
+MediaLibraryAuthorizationStatus FolderLibrarySource::authorizationStatus() const {
+    QFile file(QDir(AppDirectories::configDirectory()).filePath(kAccessFile));
+    if (!file.open(QIODevice::ReadOnly)) {
+        return MediaLibraryAuthorizationStatus::notDetermined;
+    }
+    const QByteArray value = file.readAll().trimmed();
+    if (value == "authorized") {
+        return MediaLibraryAuthorizationStatus::authorized;
+    }
+    return value == "denied" ? MediaLibraryAuthorizationStatus::denied
+                             : MediaLibraryAuthorizationStatus::notDetermined;
+}
+
+void FolderLibrarySource::setAuthorizationStatus(MediaLibraryAuthorizationStatus status) {
+    const QString path = QDir(AppDirectories::configDirectory()).filePath(kAccessFile);
+    if (status == MediaLibraryAuthorizationStatus::notDetermined) {
+        QFile::remove(path);
+        return;
+    }
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+        file.write(status == MediaLibraryAuthorizationStatus::authorized ? "authorized\n"
+                                                                         : "denied\n");
+    }
+}
+
+void FolderLibrarySource::requestAuthorization(
+    std::function<void(MediaLibraryAuthorizationStatus)> completion) {
+    // The user is asked once; later requests learn the answer given then.
+    if (authorizationStatus() != MediaLibraryAuthorizationStatus::notDetermined) {
+        completion(authorizationStatus());
+        return;
+    }
+    if (!consentPrompt) {
+        setAuthorizationStatus(MediaLibraryAuthorizationStatus::denied);
+        completion(MediaLibraryAuthorizationStatus::denied);
+        return;
+    }
+    consentPrompt([this, completion = std::move(completion)](bool granted) {
+        setAuthorizationStatus(granted ? MediaLibraryAuthorizationStatus::authorized
+                                       : MediaLibraryAuthorizationStatus::denied);
+        completion(authorizationStatus());
+    });
+}
+
+void FolderLibrarySource::openSettings() {
+    if (settingsPage) {
+        settingsPage();
+    }
+}
+
+quint64 FolderLibrarySource::itemID(const QString& relativePath) {
+    return stableID("item", relativePath);
+}
+
+quint64 FolderLibrarySource::artistID(const QString& artist) {
+    return stableID("artist", artist);
+}
+
+quint64 FolderLibrarySource::albumID(const QString& albumTitle, const QString& albumArtist) {
+    return stableID("album", albumTitle + QChar(0x1F) + albumArtist);
+}
+
+std::optional<FolderLibrarySource::Snapshot> FolderLibrarySource::refresh() {
+    // Without permission the library reads as nothing at all.
+    if (authorizationStatus() != MediaLibraryAuthorizationStatus::authorized ||
+        !QFileInfo(m_root).isDir()) {
+        return std::nullopt;
+    }
+    const std::lock_guard lock(m_mutex);
+    QHash<QString, IndexedFile> known = m_index.load();
+    Snapshot snapshot;
+    QHash<QString, IndexedFile>& current = snapshot.files;
+    QList<IndexedFile> toRead;
+    QSet<std::pair<dev_t, ino_t>> seen;
+    if (struct stat status{}; ::stat(QFile::encodeName(m_root).constData(), &status) == 0) {
+        seen.insert({status.st_dev, status.st_ino});
+    }
+    walkFiles(QFile::encodeName(m_root), QString(), seen,
+              [&](const QString& path, const struct stat& status) {
+                  const QString suffix = suffixOf(path);
+                  if (isPlaylistFile(suffix)) {
+                      snapshot.playlistPaths.append(path);
+                  }
+                  if (!audioSuffixes().contains(suffix)) {
+                      return;
+                  }
+                  IndexedFile file;
+                  file.path = path;
+                  file.size = status.st_size;
+                  // Nanoseconds, so that a retag within the same second shows.
+                  file.modified =
+                      qint64(status.st_mtim.tv_sec) * 1000000000 + status.st_mtim.tv_nsec;
+                  const auto found = known.constFind(file.path);
+                  if (found != known.cend() && found->size == file.size &&
+                      found->modified == file.modified) {
+                      current.insert(file.path, *found);
+                  } else {
+                      toRead.append(file);
+                  }
+              });
+    const QString rootPath = m_root;
+    const QList<IndexedFile> read =
+        QtConcurrent::blockingMapped(&m_readers, toRead, [rootPath](IndexedFile file) {
+            readTags(QDir(rootPath).filePath(file.path), file);
+            return file;
+        });
+    QStringList removed;
+    for (auto entry = known.cbegin(); entry != known.cend(); ++entry) {
+        if (!current.contains(entry.key())) {
+            removed.append(entry.key());
+        }
+    }
+    for (const IndexedFile& file : read) {
+        current.insert(file.path, file);
+        removed.removeOne(file.path);
+    }
+    m_index.update(read, removed);
+    snapshot.playlistPaths.sort();
+    return snapshot;
+}
+
+MediaItem FolderLibrarySource::itemFor(const IndexedFile& file) const {
+    MediaItem item;
+    item.persistentID = itemID(file.path);
+    item.artistPersistentID = artistID(file.artist.value_or(QString()));
+    item.albumPersistentID =
+        albumID(file.album.value_or(QString()), file.albumArtist.value_or(QString()));
+    item.title = file.title;
+    item.albumTitle = file.album;
+    item.artist = file.artist;
+    item.albumArtist = file.albumArtist;
+    item.playbackDuration = file.duration;
+    item.albumTrackNumber = file.trackNumber;
+    const QString path = QDir(m_root).filePath(file.path);
+    item.assetURL = path;
+    item.artwork = [path](QSize size) {
+        const std::optional<QByteArray> cover = TagReader::readFrontCover(path);
+        QImage image;
+        if (!cover || !image.loadFromData(*cover)) {
+            return QImage();
+        }
+        return image.scaled(size, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    };
+    return item;
+}
+
+std::optional<QList<MediaItem>> FolderLibrarySource::songs() {
+    const std::optional<Snapshot> snapshot = refresh();
+    if (!snapshot) {
+        return std::nullopt;
+    }
+    const QHash<QString, IndexedFile>& files = snapshot->files;
+    // By path, so that the library's own order is the same on every run.
+    QStringList paths = files.keys();
+    paths.sort();
+    QList<MediaItem> items;
+    items.reserve(paths.size());
+    for (const QString& path : paths) {
+        items.append(itemFor(files.value(path)));
+    }
+    return items;
+}
+
+std::optional<QList<MediaPlaylist>> FolderLibrarySource::playlists() {
+    const std::optional<Snapshot> snapshot = refresh();
+    if (!snapshot) {
+        return std::nullopt;
+    }
+    const QHash<QString, IndexedFile>& files = snapshot->files;
+    const QDir root(m_root);
+    QList<MediaPlaylist> playlists;
+    for (const QString& relative : snapshot->playlistPaths) {
+        const QFileInfo info(root.filePath(relative));
+        QFile file(info.filePath());
+        if (!file.open(QIODevice::ReadOnly)) {
+            continue;
+        }
+        const M3uPlaylist m3u =
+            readM3u(file.readAll(), info.suffix().toLower() == QLatin1String("m3u8"));
+        MediaPlaylist playlist;
+        playlist.persistentID = stableID("playlist", relative);
+        playlist.name = m3u.name.value_or(info.completeBaseName());
+        for (const M3uEntry& entry : m3u.entries) {
+            const QUrl url(entry.location);
+            QString location = url.isLocalFile() ? url.toLocalFile() : entry.location;
+            location.replace(QLatin1Char('\\'), QLatin1Char('/'));
+            const QString absolute = QDir::cleanPath(info.dir().absoluteFilePath(location));
+            const QString inLibrary = root.relativeFilePath(absolute);
+            if (files.contains(inLibrary)) {
+                playlist.itemPersistentIDs.append(itemID(inLibrary));
+            }
+        }
+        playlists.append(playlist);
+    }
+    return playlists;
+}

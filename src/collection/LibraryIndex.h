@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QHash>
+#include <QList>
+#include <QString>
+#include <optional>
+
+struct sqlite3;
+
+// What the library source knows of one file: where it is, how it looked when
+// its tags were read, and what they said (absent fields stay absent).
+struct IndexedFile {
+    QString path;  // relative to the library's root
+    qint64 size = 0;
+    qint64 modified = 0;  // ns since the epoch
+    std::optional<QString> title;
+    std::optional<QString> album;
+    std::optional<QString> artist;
+    std::optional<QString> albumArtist;
+    double duration = 0.0;
+    std::optional<int> trackNumber;
+};
+
+// The tags of the library's files, kept in SQLite between runs and keyed by
+// path, size and modification time, so that an unchanged file is not read
+// again. A damaged or unreadable database is replaced by an empty one.
+class LibraryIndex {
+public:
+    explicit LibraryIndex(const QString& databasePath);
+    ~LibraryIndex();
+    LibraryIndex(const LibraryIndex&) = delete;
+    LibraryIndex& operator=(const LibraryIndex&) = delete;
+
+    QHash<QString, IndexedFile> load();
+    // Stores `changed` and forgets `removed`, in one transaction.
+    void update(const QList<IndexedFile>& changed, const QStringList& removed);
+
+private:
+    bool open();
+    bool exec(const char* sql);
+
+    QString m_path;
+    sqlite3* m_db = nullptr;
+};

@@ -1,0 +1,162 @@
+#include "LocalTrackStore.h"
+
+#include <QCoreApplication>
+#include <QFuture>
+#include <QSet>
+#include <QtConcurrent>
+
+#include "AppDirectories.h"
+#include "DirectoryListing.h"
+#include "Log.h"
+#include "MainQueue.h"
+#include "PlaylistsManager.h"
+#include "TextOrder.h"
+
+namespace LocalTrackStore {
+
+namespace {
+
+// The screen's copy of its playlist follows the store, and goes when the
+// store's entry went.
+void refreshPlaylist(TrackListState& state) {
+    if (state.playlist) {
+        state.playlist = PlaylistsManager::shared().playlist(state.playlist->id);
+    }
+}
+
+bool sameText(const QString& a, const QString& b) {
+    return compareText(a, b) == 0;
+}
+
+void scanMatching(std::weak_ptr<TrackListState> weakState, const QString& name,
+                  QString Track::*field, ScanCompletion completion) {
+    MainQueue::async([weakState, name, field, completion = std::move(completion)] {
+        const std::shared_ptr<TrackListState> state = weakState.lock();
+        if (!state) {
+            return;
+        }
+        refreshPlaylist(*state);
+        state->items.clear();
+        const QString directory = downloadedMusicDirectory();
+        const DirectoryListing listing = DirectoryListing::of(directory);
+        if (!listing.ok) {
+            systemLog("Error reading contents of directory: " + listing.error);
+            completion({}, {});
+            return;
+        }
+        // A file is read once to test it and once more for the track handed on,
+        // so the list always holds fresh objects.
+        struct Result {
+            bool kept = false;
+            TrackPtr track;
+        };
+        auto future =
+            QtConcurrent::mapped(listing.names, [directory, name, field](const QString& fileName) {
+                const TrackPtr probe = Track::fromFile(fileName, directory);
+                if (!probe || !sameText((*probe).*field, name)) {
+                    return Result{};
+                }
+                return Result{true, Track::fromFile(fileName, directory)};
+            });
+        future.then(QCoreApplication::instance(),
+                    [weakState, names = listing.names, completion](QFuture<Result> done) {
+                        if (weakState.expired()) {
+                            return;
+                        }
+                        const QList<Result> results = done.results();
+                        QList<TrackPtr> tracks;
+                        for (qsizetype i = 0; i < results.size(); ++i) {
+                            if (!results[i].kept) {
+                                continue;
+                            }
+                            if (!results[i].track) {
+                                systemLog("Failed to initialize Track from file: " + names[i]);
+                                continue;
+                            }
+                            tracks.append(results[i].track);
+                        }
+                        completion(tracks, {});
+                    });
+    });
+}
+
+}  // namespace
+
+void readTracks(const QString& directory, const QStringList& names,
+                std::function<void(QList<TrackPtr>)> done) {
+    if (names.isEmpty()) {
+        done({});
+        return;
+    }
+    QtConcurrent::mapped(names, [directory](const QString& name) {
+        return Track::fromFile(name, directory);
+    }).then(QCoreApplication::instance(), [done = std::move(done)](QFuture<TrackPtr> future) {
+        done(future.results());
+    });
+}
+
+void readMusicDirectory(std::function<void(std::optional<QList<TrackPtr>>)> done) {
+    const QString directory = downloadedMusicDirectory();
+    const DirectoryListing listing = DirectoryListing::of(directory);
+    if (!listing.ok) {
+        done(std::nullopt);
+        return;
+    }
+    readTracks(directory, listing.names, [done = std::move(done)](QList<TrackPtr> tracks) {
+        tracks.removeAll(nullptr);
+        done(tracks);
+    });
+}
+
+void scanNewTracks(std::weak_ptr<TrackListState> weakState, ScanCompletion completion) {
+    MainQueue::async([weakState, completion = std::move(completion)] {
+        const std::shared_ptr<TrackListState> state = weakState.lock();
+        if (!state) {
+            return;
+        }
+        refreshPlaylist(*state);
+        const QString directory = downloadedMusicDirectory();
+        const DirectoryListing listing = DirectoryListing::of(directory);
+        if (!listing.ok) {
+            completion({}, {});
+            return;
+        }
+        const QSet<QString> present(listing.names.cbegin(), listing.names.cend());
+        state->items.removeIf(
+            [&](const TrackPtr& track) { return !present.contains(track->fileName); });
+        QSet<QString> known;
+        for (const TrackPtr& track : std::as_const(state->items)) {
+            known.insert(track->fileName);
+        }
+        QStringList fresh;
+        for (const QString& name : listing.names) {
+            if (known.contains(name)) {
+                continue;
+            }
+            if (state->playlist &&
+                state->playlist->fileNames.contains(name) == state->addToPlaylist) {
+                continue;
+            }
+            fresh.append(name);
+        }
+        readTracks(directory, fresh, [weakState, completion](QList<TrackPtr> tracks) {
+            if (weakState.expired()) {
+                return;
+            }
+            tracks.removeAll(nullptr);
+            completion(tracks, {});
+        });
+    });
+}
+
+void scanTracksForArtist(std::weak_ptr<TrackListState> state, const QString& artistName,
+                         ScanCompletion completion) {
+    scanMatching(std::move(state), artistName, &Track::artist, std::move(completion));
+}
+
+void scanTracksForAlbum(std::weak_ptr<TrackListState> state, const QString& albumName,
+                        ScanCompletion completion) {
+    scanMatching(std::move(state), albumName, &Track::album, std::move(completion));
+}
+
+}  // namespace LocalTrackStore

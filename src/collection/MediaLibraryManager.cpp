@@ -1,0 +1,153 @@
+#include "MediaLibraryManager.h"
+
+#include <QDir>
+#include <QThreadPool>
+#include <algorithm>
+
+#include "AppDirectories.h"
+#include "FolderLibrarySource.h"
+#include "Log.h"
+#include "MainQueue.h"
+#include "UserDefaults.h"
+
+namespace {
+
+QString yesNo(bool value) {
+    return value ? QStringLiteral("true") : QStringLiteral("false");
+}
+
+QList<TrackPtr> tracksFrom(const QList<MediaItem>& items) {
+    QList<TrackPtr> tracks;
+    tracks.reserve(items.size());
+    for (const MediaItem& item : items) {
+        if (TrackPtr track = Track::fromMediaItem(item)) {
+            tracks.append(std::move(track));
+        }
+    }
+    return tracks;
+}
+
+void sortTracks(QList<TrackPtr>& tracks) {
+    std::stable_sort(tracks.begin(), tracks.end(),
+                     [](const TrackPtr& a, const TrackPtr& b) { return *a < *b; });
+}
+
+}  // namespace
+
+MediaLibraryManager& MediaLibraryManager::shared() {
+    static MediaLibraryManager manager(std::make_shared<FolderLibrarySource>(
+        FolderLibrarySource::defaultRoot(),
+        QDir(AppDirectories::cachesDirectory()).filePath("library-index.sqlite")));
+    return manager;
+}
+
+MediaLibraryManager::MediaLibraryManager(std::shared_ptr<MediaLibrarySource> source)
+    : m_source(std::move(source)) {}
+
+void MediaLibraryManager::requestAuthorization(std::function<void(bool)> completion) {
+    UserDefaults& defaults = UserDefaults::standard();
+    if (defaults.boolForKey(MPLibraryAuthorizationAlreadyRequestedKey)) {
+        m_source->openSettings();
+        return;
+    }
+    // Set before the answer, so that a process ended in the prompt goes to the
+    // settings next time.
+    defaults.setBool(true, MPLibraryAuthorizationAlreadyRequestedKey);
+    m_source->requestAuthorization(
+        [completion = std::move(completion)](MediaLibraryAuthorizationStatus status) {
+            completion(status == MediaLibraryAuthorizationStatus::authorized);
+        });
+}
+
+void MediaLibraryManager::loadTracks(bool forceReload, TracksCompletion completion) {
+    QThreadPool::globalInstance()->start([this, forceReload, completion = std::move(completion)] {
+        systemLog("Entering loadTracks");
+        std::unique_lock lock(m_mutex);
+        systemLog("forceReload: " + yesNo(forceReload) +
+                  ", self.tracks.isEmpty: " + yesNo(m_tracks.isEmpty()));
+        if (forceReload) {
+            systemLog("Force reloading tracks...");
+            m_tracks.clear();
+            m_originalTracks.clear();
+        }
+        if (m_tracks.isEmpty()) {
+            systemLog("Loading tracks...");
+            lock.unlock();
+            const std::optional<QList<MediaItem>> items = m_source->songs();
+            systemLog(QStringLiteral("Media items count: %1").arg(items ? items->size() : 0));
+            QList<TrackPtr> original;
+            QList<TrackPtr> sorted;
+            if (items) {
+                original = tracksFrom(*items);
+                sorted = tracksFrom(*items);
+                sortTracks(sorted);
+            }
+            lock.lock();
+            m_originalTracks = std::move(original);
+            m_tracks = std::move(sorted);
+            lock.unlock();
+            deliverTracks(completion);
+            return;
+        }
+        lock.unlock();
+        deliverTracks(completion);
+        systemLog("Tracks already loaded and forceReload is false.");
+    });
+}
+
+void MediaLibraryManager::deliverTracks(TracksCompletion completion) {
+    MainQueue::async([this, completion = std::move(completion)] {
+        QList<TrackPtr> sorted;
+        QList<TrackPtr> original;
+        {
+            const std::lock_guard lock(m_mutex);
+            sorted = m_tracks;
+            original = m_originalTracks;
+        }
+        sortTracks(sorted);
+        completion(sorted, original);
+    });
+}
+
+void MediaLibraryManager::loadPlaylists(bool forceReload, PlaylistsCompletion completion) {
+    QThreadPool::globalInstance()->start([this, forceReload, completion = std::move(completion)] {
+        QList<Playlist> originals;
+        bool query = forceReload;
+        {
+            const std::lock_guard lock(m_mutex);
+            query = query || m_playlists.isEmpty();
+        }
+        if (query) {
+            const std::optional<QList<MediaPlaylist>> collections = m_source->playlists();
+            if (collections) {
+                for (const MediaPlaylist& collection : *collections) {
+                    originals.append(Playlist::fromMediaPlaylist(collection));
+                }
+            }
+            QList<Playlist> sorted = originals;
+            std::stable_sort(sorted.begin(), sorted.end());
+            const std::lock_guard lock(m_mutex);
+            m_playlists = std::move(sorted);
+        }
+        MainQueue::async([this, originals, completion] {
+            QList<Playlist> sorted;
+            {
+                const std::lock_guard lock(m_mutex);
+                sorted = m_playlists;
+            }
+            std::stable_sort(sorted.begin(), sorted.end());
+            completion(sorted, originals);
+        });
+    });
+}
+
+QList<TrackPtr> MediaLibraryManager::tracksOfPlaylist(const Playlist& playlist,
+                                                      const QList<TrackPtr>& tracks) {
+    QList<TrackPtr> members;
+    for (const TrackPtr& track : tracks) {
+        if (playlist.fileNames.contains(QString::number(track->mediaLibraryID.value_or(0)))) {
+            members.append(track);
+        }
+    }
+    return members;
+}

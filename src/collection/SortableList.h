@@ -1,0 +1,215 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <algorithm>
+#include <functional>
+#include <optional>
+#include <type_traits>
+
+#include "Album.h"
+#include "Track.h"
+
+// The last chosen order of a sortable list.
+enum class SORT_TYPE { ASC = 0, DESC = 1, NORMAL = 2 };
+
+enum class SortButton { asc, desc, normal };
+
+// By album track number, an absent number counting as 0; stable.
+QList<TrackPtr> sortedByTrackNumber(QList<TrackPtr> tracks);
+// By lower-cased file name; stable.
+QList<TrackPtr> sortedByFileName(QList<TrackPtr> tracks);
+
+// How a list compares, orders and searches its elements. Tracks are held by
+// shared reference and compared by value.
+template <typename T>
+struct SortableTraits {
+    static bool equal(const T& a, const T& b) { return a == b; }
+    static bool less(const T& a, const T& b) { return a < b; }
+    // The field the element's matches() searches; lists lower-case it once.
+    static const QString& searchField(const T& item) { return item.name; }
+};
+
+template <>
+struct SortableTraits<TrackPtr> {
+    static bool equal(const TrackPtr& a, const TrackPtr& b) { return a == b || *a == *b; }
+    static bool less(const TrackPtr& a, const TrackPtr& b) { return *a < *b; }
+    static const QString& searchField(const TrackPtr& item) { return item->title; }
+};
+
+// The state behind a list screen with a search field and three sort buttons:
+// what there is (`items`), what is shown (`filteredItems`), and how they
+// relate. The element orders run against the natural direction of their keys,
+// so an ascending sort is a sort followed by a reversal. A screen listens to
+// the two reload hooks; without them nothing is reloaded, but the arrays are
+// kept up to date all the same.
+template <typename T>
+class SortableList {
+public:
+    virtual ~SortableList() = default;
+
+    std::function<void()> reloadSection;  // "reload section 0"
+    std::function<void()> reloadData;     // "reload data"
+
+    const QList<T>& items() const { return m_items; }
+    const QList<T>& filteredItems() const { return m_filteredItems; }
+    SORT_TYPE sortType() const { return m_sortType; }
+    bool isActionFromSortingButton() const { return m_isActionFromSortingButton; }
+    // The button drawn as active (light grey); the others are dark grey.
+    std::optional<SortButton> highlightedButton() const { return m_highlightedButton; }
+
+    // Every change of `items` is followed by a refilter.
+    void setItems(QList<T> items) {
+        m_items = std::move(items);
+        m_searchCache.clear();
+        refilter();
+    }
+    template <typename Change>
+    void changeItems(Change&& change) {
+        change(m_items);
+        m_searchCache.clear();
+        refilter();
+    }
+
+    // The text in the search field; absent when there is no field or text.
+    const std::optional<QString>& searchText() const { return m_searchText; }
+    void setSearchText(std::optional<QString> text) { m_searchText = std::move(text); }
+
+    // The field's text changed.
+    void didChange(std::optional<QString> text) {
+        m_searchText = text;
+        filter(text.value_or(QString()));
+    }
+
+    void refilter() { filter(m_searchText.value_or(QString())); }
+
+    // The screen appeared (again).
+    void viewDidAppear() { m_isActionFromSortingButton = false; }
+
+    virtual void filter(const QString& text) {
+        if (!text.isEmpty()) {
+            // What matches() does, with each field lower-cased once per change
+            // of the items instead of once per keystroke.
+            if (m_searchCache.size() != m_items.size()) {
+                m_searchCache.clear();
+                m_searchCache.reserve(m_items.size());
+                for (const T& item : std::as_const(m_items)) {
+                    m_searchCache.append(SortableTraits<T>::searchField(item).toLower());
+                }
+            }
+            const QString lowered = text.toLower();
+            QList<T> result;
+            for (qsizetype i = 0; i < m_items.size(); ++i) {
+                if (m_searchCache.at(i).contains(lowered)) {
+                    result.append(m_items.at(i));
+                }
+            }
+            if (sameElements(result, m_filteredItems)) {
+                return;
+            }
+            m_filteredItems = std::move(result);
+            reloadSection0();
+            return;
+        }
+        if (m_sortType == SORT_TYPE::NORMAL) {
+            m_filteredItems = normalItems();
+            reloadSection0();
+            return;
+        }
+        if (sameElements(m_items, m_filteredItems)) {
+            return;
+        }
+        // After a load `items` runs low to high whatever the button says; only
+        // a list the button itself just sorted already runs high to low.
+        if (!m_isActionFromSortingButton && m_sortType == SORT_TYPE::DESC) {
+            m_filteredItems = reversed(m_items);
+        } else {
+            m_filteredItems = m_items;
+        }
+        reloadSection0();
+    }
+
+    virtual void didClickSort(SortButton button) {
+        m_isActionFromSortingButton = true;
+        switch (button) {
+            case SortButton::asc:
+                sortItems();
+                refilter();
+                std::reverse(m_items.begin(), m_items.end());
+                refilter();
+                m_sortType = SORT_TYPE::ASC;
+                showAllItems(button);
+                break;
+            case SortButton::desc:
+                m_sortType = SORT_TYPE::DESC;
+                sortItems();
+                refilter();
+                showAllItems(button);
+                break;
+            case SortButton::normal:
+                m_sortType = SORT_TYPE::NORMAL;
+                if constexpr (std::is_same_v<T, TrackPtr>) {
+                    m_items = sortedByTrackNumber(m_items);
+                    refilter();
+                }
+                m_highlightedButton = button;
+                break;
+        }
+    }
+
+    // The order shown under NORMAL with no search.
+    virtual QList<T> normalItems() const { return m_items; }
+
+protected:
+    void reloadSection0() {
+        if (reloadSection) {
+            reloadSection();
+        }
+    }
+
+    static QList<T> reversed(QList<T> list) {
+        std::reverse(list.begin(), list.end());
+        return list;
+    }
+
+private:
+    static bool sameElements(const QList<T>& a, const QList<T>& b) {
+        return std::equal(a.cbegin(), a.cend(), b.cbegin(), b.cend(), SortableTraits<T>::equal);
+    }
+
+    void sortItems() {
+        std::stable_sort(m_items.begin(), m_items.end(), SortableTraits<T>::less);
+        m_searchCache.clear();
+    }
+
+    // An active search is thrown away on the screen, though the text stays.
+    void showAllItems(SortButton button) {
+        m_highlightedButton = button;
+        m_filteredItems = m_items;
+        reloadSection0();
+    }
+
+    SORT_TYPE m_sortType = SORT_TYPE::NORMAL;
+    bool m_isActionFromSortingButton = false;
+    std::optional<SortButton> m_highlightedButton;
+    std::optional<QString> m_searchText;
+    QList<T> m_items;
+    QList<T> m_filteredItems;
+    // The lower-cased search field of each of `items`, by index; emptied by
+    // every change of `items`. Fields of elements do not change in place.
+    QStringList m_searchCache;
+};
+
+// The list of the Tracks screen: under NORMAL it shows library tracks by track
+// number and files by lower-cased file name, leaving `items` as it is.
+class TrackSortableList : public SortableList<TrackPtr> {
+public:
+    bool mediaLibrary = false;
+
+    QList<TrackPtr> normalItems() const override {
+        return mediaLibrary ? sortedByTrackNumber(items()) : sortedByFileName(items());
+    }
+};
+
+using AlbumSortableList = SortableList<Album>;
+using ArtistSortableList = SortableList<Artist>;

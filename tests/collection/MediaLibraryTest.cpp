@@ -1,0 +1,298 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <utime.h>
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QThread>
+
+#include <taglib/fileref.h>
+#include <taglib/tpropertymap.h>
+
+#include "CollectionFixtures.h"
+#include "FolderLibrarySource.h"
+#include "Log.h"
+#include "M3uReader.h"
+#include "MediaLibraryManager.h"
+#include "TestSupport.h"
+#include "UserDefaults.h"
+
+namespace {
+
+QString libraryRoot() {
+    return testHome() + "/Music";
+}
+
+QString indexPath() {
+    return testHome() + "/index.sqlite";
+}
+
+void addLibraryFile(const QString& relative, const TagSpec& spec, std::optional<int> number = {}) {
+    const QString path = QDir(libraryRoot()).filePath(relative);
+    writeFile(path, pcmWav(800));
+    ASSERT_TRUE(writeTag(path, spec));
+    if (number) {
+        TagLib::FileRef ref(QFile::encodeName(path).constData());
+        TagLib::PropertyMap properties = ref.file()->properties();
+        properties.replace("TRACKNUMBER", TagLib::String(std::to_string(*number)));
+        ref.file()->setProperties(properties);
+        ASSERT_TRUE(ref.save());
+    }
+}
+
+std::shared_ptr<FolderLibrarySource> grantedSource() {
+    auto source = std::make_shared<FolderLibrarySource>(libraryRoot(), indexPath());
+    source->setAuthorizationStatus(MediaLibraryAuthorizationStatus::authorized);
+    return source;
+}
+
+QHash<QString, MediaItem> itemsByTitle(MediaLibrarySource& source) {
+    QHash<QString, MediaItem> items;
+    for (const MediaItem& item : source.songs().value_or(QList<MediaItem>{})) {
+        items.insert(item.title.value_or("<none>"), item);
+    }
+    return items;
+}
+
+struct Loaded {
+    bool done = false;
+    bool onMainThread = false;
+    QList<TrackPtr> sorted;
+    QList<TrackPtr> original;
+};
+
+Loaded load(MediaLibraryManager& manager, bool forceReload) {
+    auto loaded = std::make_shared<Loaded>();
+    manager.loadTracks(forceReload, [loaded](QList<TrackPtr> sorted, QList<TrackPtr> original) {
+        loaded->onMainThread = QThread::currentThread() == qApp->thread();
+        loaded->sorted = sorted;
+        loaded->original = original;
+        loaded->done = true;
+    });
+    EXPECT_TRUE(waitUntil([&] { return loaded->done; }, 20000));
+    return *loaded;
+}
+
+QStringList titles(const QList<TrackPtr>& tracks) {
+    QStringList result;
+    for (const TrackPtr& track : tracks) {
+        result.append(track->title);
+    }
+    return result;
+}
+
+}  // namespace
+
+TEST(M3uReader, ReadsEntriesWithTheirInfoLines) {
+    const M3uPlaylist playlist = readM3u(
+        "\xEF\xBB\xBF#EXTM3U\r\n#PLAYLIST:Road\r\n#EXTINF:123,Artist - Title\r\nsub/a.mp3\r\n"
+        "\r\n# comment\r\n/abs/b.flac\r\n#EXTINF:-1 tvg=x,\r\nfile:///c%20d.ogg\n#EXTINF:bad",
+        true);
+    EXPECT_EQ(playlist.name, "Road");
+    ASSERT_EQ(playlist.entries.size(), 3);
+    EXPECT_EQ(playlist.entries[0].location, "sub/a.mp3");
+    EXPECT_EQ(playlist.entries[0].duration, 123.0);
+    EXPECT_EQ(playlist.entries[0].title, "Artist - Title");
+    EXPECT_EQ(playlist.entries[1].location, "/abs/b.flac");
+    EXPECT_FALSE(playlist.entries[1].duration.has_value());
+    EXPECT_FALSE(playlist.entries[2].duration.has_value());  // -1: unknown
+    EXPECT_FALSE(playlist.entries[2].title.has_value());
+
+    // Latin-1 only for ".m3u"; ".m3u8" stays UTF-8.
+    EXPECT_EQ(readM3u("caf\xE9.mp3\n", false).entries[0].location, QString::fromUtf8("café.mp3"));
+    EXPECT_NE(readM3u("caf\xE9.mp3\n", true).entries[0].location, QString::fromUtf8("café.mp3"));
+}
+
+TEST(FolderLibrarySource, ItemsCarryTheirTagsWithAbsentFieldsAbsent) {
+    addLibraryFile("Artist/Album/01.wav",
+                   {.title = "One",
+                    .album = "Album",
+                    .artist = "Artist",
+                    .albumArtist = "AA",
+                    .frontCover = pictureBytes({40, 20}, Qt::red)},
+                   1);
+    addLibraryFile("loose.wav", {});
+    writeFile(QDir(libraryRoot()).filePath("cover.jpg"), pictureBytes({4, 4}, Qt::blue, "JPG"));
+    // A link back up the tree is followed once, not for ever.
+    ASSERT_TRUE(QFile::link(libraryRoot(), QDir(libraryRoot()).filePath("Artist/loop")));
+    auto source = grantedSource();
+    EXPECT_EQ(source->songs()->size(), 2);
+    const QHash<QString, MediaItem> items = itemsByTitle(*source);
+    ASSERT_EQ(items.size(), 2);
+
+    const MediaItem one = items.value("One");
+    EXPECT_EQ(one.albumTitle, "Album");
+    EXPECT_EQ(one.artist, "Artist");
+    EXPECT_EQ(one.albumArtist, "AA");
+    EXPECT_EQ(one.albumTrackNumber, 1);
+    EXPECT_NEAR(one.playbackDuration, 0.1, 0.002);
+    EXPECT_EQ(one.assetURL, QDir(libraryRoot()).filePath("Artist/Album/01.wav"));
+    EXPECT_EQ(one.persistentID, FolderLibrarySource::itemID("Artist/Album/01.wav"));
+    EXPECT_EQ(one.artistPersistentID, FolderLibrarySource::artistID("Artist"));
+    const QImage art = one.artwork(QSize(128, 128));
+    EXPECT_EQ(art.size(), QSize(128, 64));
+
+    const MediaItem loose = items.value("<none>");
+    EXPECT_FALSE(loose.title || loose.albumTitle || loose.artist || loose.albumArtist ||
+                 loose.albumTrackNumber);
+    EXPECT_TRUE(loose.artwork(QSize(128, 128)).isNull());
+    const TrackPtr track = Track::fromMediaItem(loose);
+    EXPECT_EQ(track->title, "loose.wav");
+    EXPECT_EQ(track->artist, "N/A");
+}
+
+TEST(FolderLibrarySource, IdsAreStableAndTheIndexSparesUnchangedFiles) {
+    addLibraryFile("a.wav", {.title = "A", .album = "Same", .artist = "X", .albumArtist = "AA"});
+    addLibraryFile("b.wav", {.title = "B", .album = "Same", .artist = "Y", .albumArtist = "AA"});
+    addLibraryFile("c.wav", {.title = "C", .album = "Gone"});
+    QHash<QString, MediaItem> first = itemsByTitle(*grantedSource());
+    EXPECT_EQ(first.value("A").albumPersistentID, first.value("B").albumPersistentID);
+    EXPECT_NE(first.value("A").artistPersistentID, first.value("B").artistPersistentID);
+
+    // Same size, same time, other bytes: an index that reads again would see
+    // a file without tags.
+    const QByteArray aPath = QFile::encodeName(QDir(libraryRoot()).filePath("a.wav"));
+    struct stat before {};
+    ASSERT_EQ(::stat(aPath.constData(), &before), 0);
+    QFile a(aPath);
+    ASSERT_TRUE(a.open(QIODevice::ReadWrite));
+    const QByteArray garbage(a.size(), 'z');
+    a.write(garbage);
+    a.close();
+    const timespec times[2] = {before.st_atim, before.st_mtim};
+    ASSERT_EQ(::utimensat(AT_FDCWD, aPath.constData(), times, 0), 0);
+
+    // Retagged and removed files are picked up by the next start.
+    addLibraryFile("b.wav", {.title = "B2", .album = "Same", .artist = "Y", .albumArtist = "AA"});
+    QFile::remove(QDir(libraryRoot()).filePath("c.wav"));
+    const QHash<QString, MediaItem> second = itemsByTitle(*grantedSource());
+    EXPECT_EQ(QSet<QString>(second.keyBegin(), second.keyEnd()), (QSet<QString>{"A", "B2"}));
+    EXPECT_EQ(second.value("A").persistentID, first.value("A").persistentID);
+    EXPECT_EQ(second.value("B2").persistentID, first.value("B").persistentID);
+
+    // A damaged index is rebuilt, with the same IDs.
+    writeFile(indexPath(), "not a database at all, not at all, not at all");
+    const QHash<QString, MediaItem> rebuilt = itemsByTitle(*grantedSource());
+    EXPECT_EQ(rebuilt.size(), 2);
+    EXPECT_EQ(rebuilt.value("B2").persistentID, first.value("B").persistentID);
+}
+
+TEST(FolderLibrarySource, PlaylistsResolveTheirEntriesToLibraryItems) {
+    addLibraryFile("Rock/a.wav", {.title = "A"});
+    addLibraryFile("Rock/b.wav", {.title = "B"});
+    writeFile(QDir(libraryRoot()).filePath("Lists/Mix.m3u8"),
+              "#EXTM3U\n#EXTINF:1,A\n../Rock/a.wav\nmissing.wav\n" +
+                  QDir(libraryRoot()).filePath("Rock/b.wav").toUtf8() + "\n");
+    writeFile(
+        QDir(libraryRoot()).filePath("Named.m3u"),
+        "#PLAYLIST:My Name\nfile://" + QDir(libraryRoot()).filePath("Rock/a.wav").toUtf8() + "\n");
+    const QList<MediaPlaylist> playlists = grantedSource()->playlists().value();
+    ASSERT_EQ(playlists.size(), 2);
+    EXPECT_EQ(playlists[0].name, "Mix");
+    EXPECT_EQ(playlists[0].itemPersistentIDs,
+              (QList<quint64>{FolderLibrarySource::itemID("Rock/a.wav"),
+                              FolderLibrarySource::itemID("Rock/b.wav")}));
+    EXPECT_EQ(playlists[1].name, "My Name");
+    EXPECT_EQ(playlists[1].itemPersistentIDs.size(), 1);
+    EXPECT_EQ(playlists[0].persistentID, grantedSource()->playlists().value()[0].persistentID);
+}
+
+TEST(MediaLibraryManager, AsksOnceThenSendsToTheSettings) {
+    auto source = std::make_shared<FolderLibrarySource>(libraryRoot(), indexPath());
+    std::function<void(bool)> answer;
+    int settingsOpened = 0;
+    source->consentPrompt = [&](std::function<void(bool)> reply) { answer = reply; };
+    source->settingsPage = [&] { ++settingsOpened; };
+    MediaLibraryManager manager(source);
+
+    std::optional<bool> granted;
+    manager.requestAuthorization([&](bool value) { granted = value; });
+    // The flag is set while the prompt is still open.
+    EXPECT_TRUE(UserDefaults::standard().boolForKey(
+        MediaLibraryManager::MPLibraryAuthorizationAlreadyRequestedKey));
+    ASSERT_TRUE(answer);
+    answer(false);
+    EXPECT_EQ(granted, false);
+    EXPECT_EQ(source->authorizationStatus(), MediaLibraryAuthorizationStatus::denied);
+
+    granted.reset();
+    manager.requestAuthorization([&](bool value) { granted = value; });
+    EXPECT_EQ(settingsOpened, 1);
+    EXPECT_FALSE(granted.has_value());
+}
+
+TEST(MediaLibraryManager, LoadsOnceSortedWithTheLogLinesAndDeliversOnMain) {
+    addLibraryFile("1.wav", {.title = "b"});
+    addLibraryFile("2.wav", {.title = "c"});
+    addLibraryFile("3.wav", {.title = "a"});
+    MediaLibraryManager manager(grantedSource());
+    LogCapture log;
+    const Loaded first = load(manager, false);
+    EXPECT_TRUE(first.onMainThread);
+    EXPECT_EQ(titles(first.sorted), (QStringList{"c", "b", "a"}));
+    EXPECT_EQ(titles(first.original), (QStringList{"b", "c", "a"}));
+    EXPECT_NE(first.sorted[0], first.original[1]);  // separate objects
+    EXPECT_EQ(log.lines(),
+              (QStringList{"Entering loadTracks", "forceReload: false, self.tracks.isEmpty: true",
+                           "Loading tracks...", "Media items count: 3"}));
+
+    addLibraryFile("4.wav", {.title = "d"});
+    log.clear();
+    const Loaded cached = load(manager, false);
+    EXPECT_EQ(cached.sorted, first.sorted);  // the same objects: no query
+    EXPECT_TRUE(waitUntil([&] { return log.lines().size() == 3; }));
+    EXPECT_EQ(log.lines().last(), "Tracks already loaded and forceReload is false.");
+
+    log.clear();
+    const Loaded forced = load(manager, true);
+    EXPECT_EQ(titles(forced.sorted), (QStringList{"d", "c", "b", "a"}));
+    EXPECT_EQ(
+        log.lines(),
+        (QStringList{"Entering loadTracks", "forceReload: true, self.tracks.isEmpty: false",
+                     "Force reloading tracks...", "Loading tracks...", "Media items count: 4"}));
+
+    const Playlist members = Playlist::fromMediaPlaylist(
+        {1, QString("P"), {*forced.sorted[3]->mediaLibraryID, *forced.sorted[0]->mediaLibraryID}});
+    EXPECT_EQ(titles(MediaLibraryManager::tracksOfPlaylist(members, forced.sorted)),
+              (QStringList{"d", "a"}));
+}
+
+TEST(MediaLibraryManager, DeniedLibraryGivesEmptyListsAndQueriesAgain) {
+    addLibraryFile("1.wav", {.title = "b"});
+    MediaLibraryManager manager(std::make_shared<FolderLibrarySource>(libraryRoot(), indexPath()));
+    LogCapture log;
+    EXPECT_TRUE(load(manager, false).sorted.isEmpty());
+    EXPECT_TRUE(load(manager, false).sorted.isEmpty());
+    EXPECT_EQ(log.count("Media items count: 0"), 2);
+
+    bool done = false;
+    manager.loadPlaylists(false, [&](QList<Playlist> sorted, QList<Playlist> original) {
+        EXPECT_TRUE(sorted.isEmpty() && original.isEmpty());
+        done = true;
+    });
+    EXPECT_TRUE(waitUntil([&] { return done; }));
+}
+
+TEST(MediaLibraryManager, PlaylistsSortByNameAndCacheWithoutOriginals) {
+    addLibraryFile("a.wav", {.title = "A"});
+    writeFile(QDir(libraryRoot()).filePath("zeta.m3u"), "a.wav\n");
+    writeFile(QDir(libraryRoot()).filePath("Beta.m3u8"), "a.wav\n");
+    MediaLibraryManager manager(grantedSource());
+    QList<QStringList> calls;
+    const auto record = [&](QList<Playlist> sorted, QList<Playlist> original) {
+        QStringList names;
+        for (const Playlist& p : sorted) {
+            names.append(p.name);
+        }
+        names.append(QString::number(original.size()));
+        calls.append(names);
+    };
+    manager.loadPlaylists(false, record);
+    ASSERT_TRUE(waitUntil([&] { return calls.size() == 1; }));
+    manager.loadPlaylists(false, record);
+    ASSERT_TRUE(waitUntil([&] { return calls.size() == 2; }));
+    EXPECT_EQ(calls[0], (QStringList{"Beta", "zeta", "2"}));
+    EXPECT_EQ(calls[1], (QStringList{"Beta", "zeta", "0"}));
+}

@@ -1,5 +1,6 @@
 #include "Track.h"
 
+
 #include <QBuffer>
 #include <QDir>
 #include <QFileInfo>
@@ -13,6 +14,7 @@
 #include "AudioFile.h"
 #include "PlaybackLog.h"
 #include "TagReader.h"
+#include "TextOrder.h"
 
 namespace {
 
@@ -35,32 +37,6 @@ constexpr qreal kThumbnailScale = 0.5;
 double measuredDuration(const QString& path) {
     const std::shared_ptr<AudioFile> file = AudioFile::openForReading(path);
     return file ? file->durationSeconds() : std::numeric_limits<double>::quiet_NaN();
-}
-
-// Texts compare as the user reads them: canonically equivalent spellings are
-// equal, and order runs by code point (UTF-16 order puts characters beyond
-// U+FFFF before U+E000..U+FFFF; the fix-up below undoes that).
-int compareText(const QString& a, const QString& b) {
-    const QString left = a.normalized(QString::NormalizationForm_C);
-    const QString right = b.normalized(QString::NormalizationForm_C);
-    const auto codePointRank = [](char16_t unit) -> int {
-        if (unit >= 0xE000) {
-            return unit - 0x800;
-        }
-        if (unit >= 0xD800) {
-            return unit + 0x2000;
-        }
-        return unit;
-    };
-    const qsizetype common = std::min(left.size(), right.size());
-    for (qsizetype i = 0; i < common; ++i) {
-        const char16_t x = left.at(i).unicode();
-        const char16_t y = right.at(i).unicode();
-        if (x != y) {
-            return codePointRank(x) < codePointRank(y) ? -1 : 1;
-        }
-    }
-    return left.size() < right.size() ? -1 : (left.size() > right.size() ? 1 : 0);
 }
 
 bool sameText(const QString& a, const QString& b) {

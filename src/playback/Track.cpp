@@ -1,6 +1,5 @@
 #include "Track.h"
 
-
 #include <QBuffer>
 #include <QDir>
 #include <QFileInfo>

@@ -5,9 +5,10 @@
 #include <QJsonObject>
 
 #include "Log.h"
+#include "UploadRecord.h"
 #include "UserDefaults.h"
 
-const QString WiFiUploadRecord::key = QStringLiteral("uploadedFilesWithSize");
+const QString WiFiUploadRecord::key = QString::fromLatin1(kUploadedFilesWithSizeKey);
 
 namespace {
 
@@ -49,40 +50,27 @@ void WiFiUploadRecord::onStoreThread(const std::function<void(UserDefaults&)>& w
         m_storeContext, [this, &work] { work(*m_store); }, Qt::BlockingQueuedConnection);
 }
 
+// The collection reads and trims the same record; one codec serves both.
 QByteArray WiFiUploadRecord::encode(const QList<UploadedFile>& files) {
-    return QJsonDocument(toJsonArray(files)).toJson(QJsonDocument::Compact);
+    QList<UploadEntry> entries;
+    for (const UploadedFile& file : files) {
+        entries.append(
+            UploadEntry{{QStringLiteral("name"), file.name}, {QStringLiteral("size"), file.size}});
+    }
+    return UploadRecord::encode(entries);
 }
 
 bool WiFiUploadRecord::decode(const QByteArray& bytes, QList<UploadedFile>* files, QString* error) {
-    QJsonParseError parseError;
-    const QJsonDocument document = QJsonDocument::fromJson(bytes, &parseError);
-    if (parseError.error != QJsonParseError::NoError) {
-        *error = parseError.errorString() + QStringLiteral(" at offset ") +
-                 QString::number(parseError.offset);
+    auto decoded = UploadRecord::decode(bytes);
+    if (const QString* failure = std::get_if<QString>(&decoded)) {
+        *error = *failure;
         return false;
     }
-    if (!document.isArray()) {
-        *error = QStringLiteral("the top level is not an array");
-        return false;
-    }
-    QList<UploadedFile> decoded;
-    const QJsonArray array = document.array();
-    for (qsizetype index = 0; index < array.size(); ++index) {
-        const QJsonValue item = array.at(index);
-        const QJsonObject object = item.toObject();
-        bool allStrings = item.isObject();
-        for (auto it = object.begin(); allStrings && it != object.end(); ++it) {
-            allStrings = it.value().isString();
-        }
-        if (!allStrings) {
-            *error = QStringLiteral("entry %1 is not an object of strings").arg(index);
-            return false;
-        }
+    files->clear();
+    for (const UploadEntry& entry : std::get<QList<UploadEntry>>(decoded)) {
         // An entry without a member keeps it empty, as a dictionary lookup would.
-        decoded.append({object.value(QStringLiteral("name")).toString(),
-                        object.value(QStringLiteral("size")).toString()});
+        files->append({entry.value(QStringLiteral("name")), entry.value(QStringLiteral("size"))});
     }
-    *files = decoded;
     return true;
 }
 

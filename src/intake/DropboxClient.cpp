@@ -334,7 +334,9 @@ void DropboxDownloadRequest::send() {
         connect(reply, &QNetworkReply::finished, self, &DropboxDownloadRequest::onFinished);
         connect(reply, &QNetworkReply::downloadProgress, self,
                 [self](qint64 received, qint64 total) {
-                    if (!self->m_reply || httpStatus(self->m_reply) != 200) {
+                    // An abort reports progress on its way out; a cancel has no more to tell.
+                    if (self->m_cancelled || self->m_done || !self->m_reply ||
+                        httpStatus(self->m_reply) != 200) {
                         return;
                     }
                     self->m_progress.completedUnitCount = received;
@@ -399,6 +401,22 @@ void DropboxDownloadRequest::onFinished() {
     }
     onReadyRead();
     if (m_done) {
+        return;
+    }
+    // A connection that ends early can look like a clean end to the reply;
+    // the length the service announced tells.
+    bool lengthKnown = false;
+    qint64 expected = reply->header(QNetworkRequest::ContentLengthHeader).toLongLong(&lengthKnown);
+    if (!lengthKnown) {
+        const QJsonObject metadata =
+            QJsonDocument::fromJson(reply->rawHeader("Dropbox-API-Result")).object();
+        lengthKnown = metadata.contains(QLatin1String("size"));
+        expected = metadata.value(QLatin1String("size")).toInteger();
+    }
+    if (lengthKnown && m_partial->size() != expected) {
+        finish(CallError{QStringLiteral("Client error: the connection ended after %1 of %2 bytes")
+                             .arg(m_partial->size())
+                             .arg(expected)});
         return;
     }
     if (!m_partial->flush()) {

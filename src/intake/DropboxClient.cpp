@@ -122,6 +122,8 @@ DropboxClient::DropboxClient(DropboxTokens tokens, DropboxEndpoints endpoints, Q
       m_network(new QNetworkAccessManager(this)) {
     // Never follow a redirect with the bearer token to another host.
     m_network->setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
+    // A peer that stops sending ends the call instead of holding it forever.
+    m_network->setTransferTimeout(dropboxStallTimeoutMs);
 }
 
 DropboxClient::~DropboxClient() = default;

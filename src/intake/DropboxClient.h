@@ -22,6 +22,9 @@ class QNetworkReply;
 // Where the service lives. Tests point all three at a local fake through
 // CORVANTIS_DROPBOX_API_URL, CORVANTIS_DROPBOX_CONTENT_URL and
 // CORVANTIS_DROPBOX_AUTH_URL.
+// How long a call may go without a byte moving before it fails.
+constexpr int dropboxStallTimeoutMs = 60000;
+
 struct DropboxEndpoints {
     QUrl api;
     QUrl content;

@@ -70,6 +70,7 @@ void exchangeCode(const QString& code, const PendingSignIn& signIn,
     State& s = state();
     if (!s.network) {
         s.network = new QNetworkAccessManager(QCoreApplication::instance());
+        s.network->setTransferTimeout(dropboxStallTimeoutMs);
     }
     const DropboxEndpoints endpoints = DropboxEndpoints::fromEnvironment();
     QUrlQuery form;

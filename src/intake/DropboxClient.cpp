@@ -16,7 +16,7 @@ Q_LOGGING_CATEGORY(lcDropbox, "corvantis.intake.cloud")
 
 namespace {
 
-constexpr qint64 readBufferBytes = 512 * 1024;
+constexpr qint64 readBufferBytes = 1024 * 1024;
 // A token this close to its end is refreshed before use rather than after a 401.
 constexpr qint64 refreshMarginSeconds = 60;
 
@@ -330,7 +330,14 @@ void DropboxDownloadRequest::send() {
         // The content routes refuse a form content type; an empty one is what they expect.
         request.setRawHeader("Content-Type", QByteArray());
         QNetworkReply* reply = self->m_client->m_network->post(request, QByteArray());
+        // Holds the reply to about this much ahead of the file. A limit set
+        // before the transfer thread has its side of the reply doesn't reach
+        // that side, and the whole body would pile up in memory; so it is set
+        // again once the headers are in, to another value, since the same
+        // value again is ignored.
         reply->setReadBufferSize(readBufferBytes);
+        connect(reply, &QNetworkReply::metaDataChanged, reply,
+                [reply] { reply->setReadBufferSize(readBufferBytes + 1); });
         self->m_reply = reply;
         connect(reply, &QNetworkReply::readyRead, self, &DropboxDownloadRequest::onReadyRead);
         connect(reply, &QNetworkReply::finished, self, &DropboxDownloadRequest::onFinished);

@@ -83,8 +83,11 @@ void DropboxManager::listFolder(const QString& path, std::optional<std::vector<M
         return;
     }
     const bool continuing = entries.has_value();
-    auto onPage = [this, path, entries = std::move(entries),
-                   callback](const ListFolderResponse& response) mutable {
+    // Shared, not copied: the handler is copied on its way through the
+    // network layer, and the pages read so far can be large.
+    auto previous = std::make_shared<std::vector<Metadata>>(
+        std::move(entries).value_or(std::vector<Metadata>()));
+    auto onPage = [this, path, previous, callback](const ListFolderResponse& response) {
         if (const auto* error = std::get_if<CallError>(&response)) {
             const QString text =
                 error->description.isEmpty() ? unknownErrorText() : error->description;
@@ -95,10 +98,11 @@ void DropboxManager::listFolder(const QString& path, std::optional<std::vector<M
         }
         const ListFolderResult& page = std::get<ListFolderResult>(response);
         // The newest page goes in front of the pages read so far.
-        std::vector<Metadata> collection = page.entries;
-        if (entries) {
-            collection.insert(collection.end(), entries->begin(), entries->end());
-        }
+        std::vector<Metadata> collection;
+        collection.reserve(page.entries.size() + previous->size());
+        collection.insert(collection.end(), page.entries.begin(), page.entries.end());
+        std::move(previous->begin(), previous->end(), std::back_inserter(collection));
+        previous->clear();
         if (page.hasMore) {
             listFolder(path, std::move(collection), page.cursor, callback);
             return;

@@ -15,10 +15,31 @@
 
 #include "DropboxClient.h"
 
+namespace {
+
+// Generated bodies repeat a block of prime length, so that a byte shifted by
+// any power of two lands on a different value; sent by slices, it costs a copy.
+constexpr qint64 patternPeriod = 65521;
+constexpr qint64 sendSlice = 256 * 1024;
+
+const QByteArray& patternBlock() {
+    static const QByteArray block = [] {
+        QByteArray bytes(patternPeriod + sendSlice, Qt::Uninitialized);
+        for (qint64 i = 0; i < bytes.size(); ++i) {
+            const qint64 k = i % patternPeriod;
+            bytes[i] = static_cast<char>((k * 31 + (k >> 7)) & 0xff);
+        }
+        return bytes;
+    }();
+    return block;
+}
+
+}  // namespace
+
 struct FakeDropbox::State {
     mutable std::mutex mutex;
-    QHash<QString, Entry> entries;  // by lower-case path; "" is the root
-    QStringList order;              // insertion order of the lower-case paths
+    QHash<QString, Entry> entries;         // by lower-case path; "" is the root
+    QHash<QString, QStringList> children;  // folder to its entries, in insertion order
     QList<int> pageSizes{1000};
     QHash<QString, QList<QPair<int, Failure>>> failures;
     int slowChunk = 0;
@@ -117,6 +138,9 @@ protected:
     void incomingConnection(qintptr descriptor) override {
         auto* socket = new QTcpSocket(this);
         socket->setSocketDescriptor(descriptor);
+        // Head and body go out as separate writes; without this, each small
+        // answer waits out the peer's delayed acknowledgement.
+        socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
         auto connection = std::make_shared<Connection>();
         connection->socket = socket;
         {
@@ -226,17 +250,13 @@ private:
         }
         const qint64 limit = c.dropAt >= 0 ? std::min(c.dropAt, c.total) : c.total;
         while (c.offset < limit && c.socket->bytesToWrite() < (1 << 20)) {
-            const qint64 n = std::min<qint64>(c.chunk > 0 ? c.chunk : 256 * 1024, limit - c.offset);
-            QByteArray piece;
+            const qint64 n = std::min(
+                {c.chunk > 0 ? std::min<qint64>(c.chunk, sendSlice) : sendSlice, limit - c.offset});
             if (c.generated >= 0) {
-                piece.resize(n);
-                for (qint64 i = 0; i < n; ++i) {
-                    piece[i] = FakeDropbox::patternByte(c.offset + i);
-                }
+                c.socket->write(patternBlock().constData() + c.offset % patternPeriod, n);
             } else {
-                piece = c.content.mid(c.offset, n);
+                c.socket->write(c.content.constData() + c.offset, n);
             }
-            c.socket->write(piece);
             c.offset += n;
             {
                 std::lock_guard lock(m_state.mutex);
@@ -331,24 +351,14 @@ private:
 
     Response listPage(const QString& folder, int offset, int page) {
         const int pageSize = m_state.pageSizes.value(page, m_state.pageSizes.last());
+        const QStringList& children = m_state.children[folder];
         QJsonArray entries;
-        int index = 0;
-        int taken = 0;
-        bool more = false;
-        for (const QString& key : m_state.order) {
-            if (key.isEmpty() || parentOf(key) != folder) {
-                continue;
-            }
-            if (index++ < offset) {
-                continue;
-            }
-            if (taken == pageSize) {
-                more = true;
-                break;
-            }
-            entries.append(metadata(m_state.entries.value(key)));
-            ++taken;
+        const qsizetype end = std::min<qsizetype>(children.size(), offset + pageSize);
+        for (qsizetype i = offset; i < end; ++i) {
+            entries.append(metadata(m_state.entries.value(children[i])));
         }
+        const int taken = int(std::max<qsizetype>(0, end - offset));
+        const bool more = end < children.size();
         const QString cursor = QString::fromLatin1(
             QStringList{folder, QString::number(offset + taken), QString::number(page + 1)}
                 .join('\n')
@@ -554,7 +564,6 @@ private:
 FakeDropbox::FakeDropbox()
     : m_state(std::make_unique<State>()), m_thread(std::make_unique<QThread>()) {
     m_state->entries.insert(QString(), Entry{true, QString(), {}, -1});
-    m_state->order.append(QString());
     m_server = new FakeDropboxServer(*m_state);
     m_server->listen(QHostAddress::LocalHost, 0);
     m_port = m_server->serverPort();
@@ -587,7 +596,7 @@ void FakeDropbox::addFolder(const QString& path) {
         walked += '/' + part;
         if (!m_state->entries.contains(walked.toLower())) {
             m_state->entries.insert(walked.toLower(), Entry{true, walked, {}, -1});
-            m_state->order.append(walked.toLower());
+            m_state->children[parentOf(walked.toLower())].append(walked.toLower());
         }
     }
 }
@@ -596,7 +605,7 @@ void FakeDropbox::addFile(const QString& path, const QByteArray& content) {
     addFolder(path.section('/', 0, -2));
     std::lock_guard lock(m_state->mutex);
     if (!m_state->entries.contains(path.toLower())) {
-        m_state->order.append(path.toLower());
+        m_state->children[parentOf(path.toLower())].append(path.toLower());
     }
     m_state->entries.insert(path.toLower(), Entry{false, path, content, -1});
 }
@@ -608,7 +617,7 @@ void FakeDropbox::addGeneratedFile(const QString& path, qint64 size) {
 }
 
 char FakeDropbox::patternByte(qint64 offset) {
-    return static_cast<char>((offset * 31 + (offset >> 12)) & 0xff);
+    return patternBlock().at(offset % patternPeriod);
 }
 
 QByteArray FakeDropbox::patternBytes(qint64 size) {

@@ -292,3 +292,43 @@ TEST_F(CloudTest, WithoutAValidKeyTheClientIsNotConfigured) {
     ASSERT_FALSE(result->isSuccess());
     EXPECT_EQ(description(result->error()), "Unauthorized");
 }
+
+TEST_F(CloudTest, EntriesNotTheCursorDecideWhichPageIsAskedFor) {
+    signInBeforeLaunch();
+    fake.addFile("/Music/A.mp3", "x");
+    // A cursor without entries: still the first page.
+    std::optional<Result<std::vector<FileProtocol>>> first;
+    DropboxManager::shared().listFolder("/Music", std::nullopt, QString("ignored"),
+                                        [&](const auto& answer) { first = answer; });
+    ASSERT_TRUE(waitUntil([&] { return first.has_value(); }));
+    EXPECT_TRUE(first->isSuccess());
+    EXPECT_EQ(fake.count("/2/files/list_folder"), 1);
+
+    // Entries without a cursor: a continuation, with the empty cursor the service refuses.
+    std::optional<Result<std::vector<FileProtocol>>> next;
+    DropboxManager::shared().listFolder("/Music", std::vector<Metadata>{}, std::nullopt,
+                                        [&](const auto& answer) { next = answer; });
+    ASSERT_TRUE(waitUntil([&] { return next.has_value(); }));
+    EXPECT_FALSE(next->isSuccess());
+    EXPECT_EQ(fake.count("/2/files/list_folder/continue"), 1);
+}
+
+TEST_F(CloudTest, AFileWithoutALowerPathGetsAnEmptyId) {
+    signInBeforeLaunch();
+    fake.addFileWithoutLowerPath("/Shared.mp3", "x");
+    const auto result = list("");
+    ASSERT_TRUE(result && result->isSuccess());
+    ASSERT_EQ(result->value().size(), 1u);
+    EXPECT_EQ(*result->value()[0].cloudFile(), (CloudFile{"", "Shared.mp3", Source::dropbox}));
+}
+
+TEST(CloudErrors, ScreensSeeTheGenericSentenceNotTheCarriedText) {
+    const CloudError auth = AuthError("Unauthorized");
+    EXPECT_EQ(errorText(auth), "Unauthorized");
+    EXPECT_FALSE(localizedDescription(auth).contains("Unauthorized"));
+    EXPECT_TRUE(localizedDescription(auth).contains("Corvantis.AuthError"));
+    const CloudError plain = DescribableError("path/not_found");
+    EXPECT_TRUE(localizedDescription(plain).contains("Corvantis.DescribableError"));
+    const CloudError cancelled = UserCancelledError{"The operation was cancelled by the user"};
+    EXPECT_EQ(localizedDescription(cancelled), "The operation was cancelled by the user");
+}

@@ -338,9 +338,11 @@ private:
         const QString name = entry.displayPath.section('/', -1);
         QJsonObject object{{".tag", entry.isFolder ? "folder" : "file"},
                            {"name", name},
-                           {"path_lower", entry.displayPath.toLower()},
                            {"path_display", entry.displayPath},
                            {"id", "id:" + QString::number(qHash(entry.displayPath.toLower()), 36)}};
+        if (!entry.withoutLowerPath) {
+            object.insert("path_lower", entry.displayPath.toLower());
+        }
         if (!entry.isFolder) {
             object.insert("size", entry.generatedSize >= 0 ? entry.generatedSize
                                                            : qint64(entry.content.size()));
@@ -563,7 +565,7 @@ private:
 
 FakeDropbox::FakeDropbox()
     : m_state(std::make_unique<State>()), m_thread(std::make_unique<QThread>()) {
-    m_state->entries.insert(QString(), Entry{true, QString(), {}, -1});
+    m_state->entries.insert(QString(), Entry{true, QString(), {}, -1, false});
     m_server = new FakeDropboxServer(*m_state);
     m_server->listen(QHostAddress::LocalHost, 0);
     m_port = m_server->serverPort();
@@ -595,7 +597,7 @@ void FakeDropbox::addFolder(const QString& path) {
     for (const QString& part : path.split('/', Qt::SkipEmptyParts)) {
         walked += '/' + part;
         if (!m_state->entries.contains(walked.toLower())) {
-            m_state->entries.insert(walked.toLower(), Entry{true, walked, {}, -1});
+            m_state->entries.insert(walked.toLower(), Entry{true, walked, {}, -1, false});
             m_state->children[parentOf(walked.toLower())].append(walked.toLower());
         }
     }
@@ -607,7 +609,13 @@ void FakeDropbox::addFile(const QString& path, const QByteArray& content) {
     if (!m_state->entries.contains(path.toLower())) {
         m_state->children[parentOf(path.toLower())].append(path.toLower());
     }
-    m_state->entries.insert(path.toLower(), Entry{false, path, content, -1});
+    m_state->entries.insert(path.toLower(), Entry{false, path, content, -1, false});
+}
+
+void FakeDropbox::addFileWithoutLowerPath(const QString& path, const QByteArray& content) {
+    addFile(path, content);
+    std::lock_guard lock(m_state->mutex);
+    m_state->entries[path.toLower()].withoutLowerPath = true;
 }
 
 void FakeDropbox::addGeneratedFile(const QString& path, qint64 size) {

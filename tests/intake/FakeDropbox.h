@@ -36,6 +36,8 @@ public:
     // Content. Paths are display paths such as "/Music/Live"; parents are made.
     void addFolder(const QString& path);
     void addFile(const QString& path, const QByteArray& content);
+    // A file whose listing entry has no path_lower, as for an unmounted one.
+    void addFileWithoutLowerPath(const QString& path, const QByteArray& content);
     // A file of `size` bytes of patternByte(i), made on the fly while sent.
     void addGeneratedFile(const QString& path, qint64 size);
     static char patternByte(qint64 offset);
@@ -86,6 +88,7 @@ private:
         QString displayPath;
         QByteArray content;
         qint64 generatedSize = -1;  // >= 0 for a generated file
+        bool withoutLowerPath = false;
     };
     struct State;
 

@@ -315,7 +315,9 @@ void DropboxDownloadRequest::send() {
             return;
         }
     }
+    // A retry after a refreshed token starts the file over.
     m_partial->resize(0);
+    m_partial->seek(0);
     m_progress = {};
     m_client->withFreshToken([self = QPointer(this)](bool) {
         if (!self || self->m_done) {

@@ -5,6 +5,7 @@
 //     for a 1 GiB file);
 //   - listing a folder of 100 pages x 2,000 entries: total time and peak memory.
 // `--smoke` uses small sizes so that the suite can check the bench still runs.
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -114,6 +115,8 @@ Service startService(qint64 fileBytes, int pages, int pageEntries) {
     }
     const pid_t pid = fork();
     if (pid == 0) {
+        // Ends with the bench, even when the bench itself dies.
+        prctl(PR_SET_PDEATHSIG, SIGTERM);
         close(channel[0]);
         int argc = 1;
         char name[] = "fake-service";

@@ -3,6 +3,8 @@
 #include <array>
 
 // Declarations of the commands' entry points; add a line per command.
+int runDropboxCommand(const QStringList& arguments);
+int runImportCommand(const QStringList& arguments);
 int runInfoCommand(const QStringList& arguments);
 int runLibraryCommand(const QStringList& arguments);
 int runPlayCommand(const QStringList& arguments);
@@ -14,6 +16,9 @@ int runVersionCommand(const QStringList& arguments);
 
 std::span<const CliCommand> cliCommands() {
     static const std::array commands{
+        CliCommand{"dropbox", "dropbox login | ls [PATH] | get PATH | status | logout",
+                   runDropboxCommand},
+        CliCommand{"import", "import FILE...", runImportCommand},
         CliCommand{"info", "info FILE...", runInfoCommand},
         CliCommand{"library", "library [tracks | playlists | albums | artists] [--grant]",
                    runLibraryCommand, false},

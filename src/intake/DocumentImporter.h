@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <QUrl>
+
+// Shows a titled message with one "OK" button. The GUI stacks these as alerts,
+// each new one over the last; the command line prints them.
+class MessagePresenter {
+public:
+    virtual ~MessagePresenter() = default;
+    virtual void presentMessage(const QString& title, const QString& message) = 0;
+};
+
+// Copies picked files into the music folder. A taken name is replaced, not
+// renamed; each failure is told at once, then one "Import Result" message with
+// the counts, in every case. Files are streamed, never held whole in memory.
+void importDocuments(const QList<QUrl>& urls, MessagePresenter& presenter);
+
+// The picker was closed without a choice: one log line, nothing else.
+void documentPickerWasCancelled();

@@ -1,0 +1,477 @@
+#include "DropboxClient.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QLoggingCategory>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QTemporaryFile>
+#include <QUrlQuery>
+
+#include "MainQueue.h"
+
+Q_LOGGING_CATEGORY(lcDropbox, "corvantis.intake.cloud")
+
+namespace {
+
+constexpr qint64 readBufferBytes = 1024 * 1024;
+// A token this close to its end is refreshed before use rather than after a 401.
+constexpr qint64 refreshMarginSeconds = 60;
+
+QUrl endpoint(const QString& variable, const char* fallback) {
+    const QString value = qEnvironmentVariable(variable.toLatin1().constData());
+    return QUrl(value.isEmpty() ? QString::fromLatin1(fallback) : value);
+}
+
+QUrl join(const QUrl& base, const QString& route) {
+    QUrl url = base;
+    QString path = url.path();
+    if (path.endsWith(QLatin1Char('/'))) {
+        path.chop(1);
+    }
+    url.setPath(path + route);
+    return url;
+}
+
+int httpStatus(QNetworkReply* reply) {
+    return reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+}
+
+}  // namespace
+
+DropboxEndpoints DropboxEndpoints::fromEnvironment() {
+    return {
+        endpoint(QStringLiteral("CORVANTIS_DROPBOX_API_URL"), "https://api.dropboxapi.com"),
+        endpoint(QStringLiteral("CORVANTIS_DROPBOX_CONTENT_URL"), "https://content.dropboxapi.com"),
+        endpoint(QStringLiteral("CORVANTIS_DROPBOX_AUTH_URL"), "https://www.dropbox.com")};
+}
+
+QString dropboxWirePath(const QString& path) {
+    QString wire;
+    wire.reserve(path.size());
+    for (const QChar c : path) {
+        if (c == QLatin1Char('/') && wire.endsWith(QLatin1Char('/'))) {
+            continue;
+        }
+        wire.append(c);
+    }
+    if (wire.endsWith(QLatin1Char('/'))) {
+        wire.chop(1);
+    }
+    return wire;
+}
+
+QByteArray dropboxHeaderJson(const QJsonObject& object) {
+    const QString json = QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact));
+    QByteArray ascii;
+    ascii.reserve(json.size());
+    for (const QChar c : json) {
+        if (c.unicode() < 0x7f) {
+            ascii.append(char(c.unicode()));
+        } else {
+            ascii.append(
+                QStringLiteral("\\u%1").arg(c.unicode(), 4, 16, QLatin1Char('0')).toLatin1());
+        }
+    }
+    return ascii;
+}
+
+CallError dropboxCallError(QNetworkReply* reply, const QByteArray& body) {
+    const int status = httpStatus(reply);
+    const QByteArray requestId = reply->rawHeader("X-Dropbox-Request-Id");
+    const QString prefix =
+        requestId.isEmpty() ? QString() : QStringLiteral("[request-id %1] ").arg(requestId);
+    const QJsonObject json = QJsonDocument::fromJson(body).object();
+    const QString summary = json.value(QLatin1String("error_summary")).toString();
+    switch (status) {
+        case 0:
+            return {prefix + QStringLiteral("Client error: ") + reply->errorString()};
+        case 400:
+            return {prefix + QStringLiteral("Bad Input: ") + QString::fromUtf8(body).trimmed()};
+        case 401:
+            return {prefix + QStringLiteral("Authentication error: ") +
+                    (summary.isEmpty() ? QString::fromUtf8(body).trimmed() : summary)};
+        case 403:
+            return {prefix + QStringLiteral("Access error: ") + summary};
+        case 409:
+            return {prefix + QStringLiteral("API route error - ") + summary};
+        case 429: {
+            const QByteArray retryAfter = reply->rawHeader("Retry-After");
+            return {prefix + QStringLiteral("Rate limit error: ") + summary +
+                    (retryAfter.isEmpty() ? QString()
+                                          : QStringLiteral(" (retry after %1 seconds)")
+                                                .arg(QString::fromLatin1(retryAfter)))};
+        }
+        default:
+            if (status >= 500) {
+                return {prefix + QStringLiteral("Internal Server Error %1").arg(status)};
+            }
+            return {prefix + QStringLiteral("HTTP error %1: ").arg(status) +
+                    QString::fromUtf8(body).trimmed()};
+    }
+}
+
+// ---- the client ----
+
+DropboxClient::DropboxClient(DropboxTokens tokens, DropboxEndpoints endpoints, QObject* parent)
+    : QObject(parent),
+      m_tokens(std::move(tokens)),
+      m_endpoints(std::move(endpoints)),
+      m_network(new QNetworkAccessManager(this)) {
+    // Never follow a redirect with the bearer token to another host.
+    m_network->setRedirectPolicy(QNetworkRequest::ManualRedirectPolicy);
+    // A peer that stops sending ends the call instead of holding it forever.
+    m_network->setTransferTimeout(dropboxStallTimeoutMs);
+}
+
+DropboxClient::~DropboxClient() = default;
+
+QByteArray DropboxClient::authorization() const {
+    return QByteArrayLiteral("Bearer ") + m_tokens.accessToken.toUtf8();
+}
+
+namespace {
+
+ListFolderResult parseListFolder(const QJsonObject& object) {
+    ListFolderResult result;
+    for (const QJsonValue& value : object.value(QLatin1String("entries")).toArray()) {
+        const QJsonObject entry = value.toObject();
+        Metadata metadata;
+        metadata.isFolder =
+            entry.value(QLatin1String(".tag")).toString() == QLatin1String("folder");
+        metadata.name = entry.value(QLatin1String("name")).toString();
+        if (entry.contains(QLatin1String("path_lower"))) {
+            metadata.pathLower = entry.value(QLatin1String("path_lower")).toString();
+        }
+        result.entries.push_back(std::move(metadata));
+    }
+    result.cursor = object.value(QLatin1String("cursor")).toString();
+    result.hasMore = object.value(QLatin1String("has_more")).toBool();
+    return result;
+}
+
+auto pageHandler(std::function<void(const ListFolderResponse&)> done) {
+    return [done = std::move(done)](const std::variant<QJsonObject, CallError>& answer) {
+        if (const auto* error = std::get_if<CallError>(&answer)) {
+            done(*error);
+        } else {
+            done(parseListFolder(std::get<QJsonObject>(answer)));
+        }
+    };
+}
+
+}  // namespace
+
+void DropboxClient::listFolder(const QString& path,
+                               std::function<void(const ListFolderResponse&)> done) {
+    const QJsonObject arguments{
+        {QLatin1String("path"), dropboxWirePath(path)},
+        {QLatin1String("recursive"), false},
+        {QLatin1String("include_media_info"), false},
+        {QLatin1String("include_deleted"), false},
+        {QLatin1String("include_has_explicit_shared_members"), false},
+        {QLatin1String("include_mounted_folders"), true},
+        {QLatin1String("include_non_downloadable_files"), true},
+    };
+    rpc(QStringLiteral("/2/files/list_folder"), arguments, pageHandler(std::move(done)));
+}
+
+void DropboxClient::listFolderContinue(const QString& cursor,
+                                       std::function<void(const ListFolderResponse&)> done) {
+    rpc(QStringLiteral("/2/files/list_folder/continue"),
+        QJsonObject{{QLatin1String("cursor"), cursor}}, pageHandler(std::move(done)));
+}
+
+void DropboxClient::rpc(const QString& route, const QJsonObject& arguments, JsonHandler done,
+                        bool retried) {
+    withFreshToken([=, this](bool) {
+        QNetworkRequest request(join(m_endpoints.api, route));
+        request.setRawHeader("Authorization", authorization());
+        request.setHeader(QNetworkRequest::ContentTypeHeader,
+                          QByteArrayLiteral("application/json"));
+        QNetworkReply* reply =
+            m_network->post(request, QJsonDocument(arguments).toJson(QJsonDocument::Compact));
+        connect(reply, &QNetworkReply::finished, this, [=, this] {
+            reply->deleteLater();
+            const QByteArray body = reply->readAll();
+            const int status = httpStatus(reply);
+            if (status == 401 && !retried && !m_tokens.refreshToken.isEmpty()) {
+                qCDebug(lcDropbox) << route << "answered 401; refreshing the token once";
+                const CallError failure = dropboxCallError(reply, body);
+                refresh([=, this](bool ok) {
+                    if (ok) {
+                        rpc(route, arguments, done, true);
+                    } else {
+                        done(failure);
+                    }
+                });
+                return;
+            }
+            if (status == 200 && reply->error() == QNetworkReply::NoError) {
+                QJsonParseError parseError;
+                const QJsonDocument document = QJsonDocument::fromJson(body, &parseError);
+                if (document.isObject()) {
+                    done(document.object());
+                } else {
+                    done(CallError{QStringLiteral("Bad response from the server: ") +
+                                   parseError.errorString()});
+                }
+                return;
+            }
+            done(dropboxCallError(reply, body));
+        });
+    });
+}
+
+void DropboxClient::withFreshToken(std::function<void(bool ok)> then) {
+    const bool expired =
+        m_tokens.expiresAt.isValid() &&
+        QDateTime::currentDateTimeUtc().secsTo(m_tokens.expiresAt) < refreshMarginSeconds;
+    if (expired && !m_tokens.refreshToken.isEmpty()) {
+        refresh(std::move(then));
+    } else {
+        then(true);
+    }
+}
+
+void DropboxClient::refresh(std::function<void(bool ok)> then) {
+    // Every caller that finds the token spent waits for the one refresh.
+    m_refreshWaiters.push_back(std::move(then));
+    if (m_refreshWaiters.size() > 1) {
+        return;
+    }
+    QUrlQuery form;
+    form.addQueryItem(QStringLiteral("grant_type"), QStringLiteral("refresh_token"));
+    form.addQueryItem(QStringLiteral("refresh_token"), m_tokens.refreshToken);
+    form.addQueryItem(QStringLiteral("client_id"), m_tokens.appKey);
+    QNetworkRequest request(join(m_endpoints.api, QStringLiteral("/oauth2/token")));
+    request.setHeader(QNetworkRequest::ContentTypeHeader,
+                      QByteArrayLiteral("application/x-www-form-urlencoded"));
+    QNetworkReply* reply = m_network->post(request, form.query(QUrl::FullyEncoded).toUtf8());
+    connect(reply, &QNetworkReply::finished, this, [this, reply] {
+        reply->deleteLater();
+        const QByteArray body = reply->readAll();
+        const QJsonObject json = QJsonDocument::fromJson(body).object();
+        const QString accessToken = json.value(QLatin1String("access_token")).toString();
+        const bool ok = httpStatus(reply) == 200 && !accessToken.isEmpty();
+        if (ok) {
+            m_tokens.accessToken = accessToken;
+            const qint64 lifetime = json.value(QLatin1String("expires_in")).toInteger(-1);
+            m_tokens.expiresAt =
+                lifetime >= 0 ? QDateTime::currentDateTimeUtc().addSecs(lifetime) : QDateTime();
+            DropboxTokenStore::save(m_tokens);
+        } else {
+            qCWarning(lcDropbox) << "token refresh failed:"
+                                 << dropboxCallError(reply, body).description;
+        }
+        const auto waiters = std::exchange(m_refreshWaiters, {});
+        for (const auto& waiter : waiters) {
+            waiter(ok);
+        }
+    });
+}
+
+void DropboxClient::revoke(std::function<void()> done) {
+    QNetworkRequest request(join(m_endpoints.api, QStringLiteral("/2/auth/token/revoke")));
+    request.setRawHeader("Authorization", authorization());
+    QNetworkReply* reply = m_network->post(request, QByteArray());
+    connect(reply, &QNetworkReply::finished, this, [reply, done = std::move(done)] {
+        reply->deleteLater();
+        if (httpStatus(reply) != 200) {
+            qCWarning(lcDropbox) << "token revocation failed:"
+                                 << dropboxCallError(reply, reply->readAll()).description;
+        }
+        if (done) {
+            done();
+        }
+    });
+}
+
+DropboxDownloadRequest* DropboxClient::download(const QString& path, const QString& destination) {
+    auto* request = new DropboxDownloadRequest(this, path, destination);
+    request->send();
+    return request;
+}
+
+// ---- one transfer ----
+
+DropboxDownloadRequest::DropboxDownloadRequest(DropboxClient* client, QString path,
+                                               QString destination)
+    : QObject(client),
+      m_client(client),
+      m_path(std::move(path)),
+      m_destination(std::move(destination)) {}
+
+void DropboxDownloadRequest::send() {
+    if (!m_partial) {
+        const QFileInfo target(m_destination);
+        m_partial = std::make_unique<QTemporaryFile>(
+            target.dir().filePath(QStringLiteral(".%1.XXXXXX.part").arg(target.fileName())));
+        if (!m_partial->open()) {
+            finish(CallError{QStringLiteral("Client error: cannot write ") + m_destination +
+                             QStringLiteral(": ") + m_partial->errorString()});
+            return;
+        }
+    }
+    // A retry after a refreshed token starts the file over.
+    m_partial->resize(0);
+    m_partial->seek(0);
+    m_progress = {};
+    m_client->withFreshToken([self = QPointer(this)](bool) {
+        if (!self || self->m_done) {
+            return;
+        }
+        QNetworkRequest request(
+            join(self->m_client->m_endpoints.content, QStringLiteral("/2/files/download")));
+        request.setRawHeader("Authorization", self->m_client->authorization());
+        request.setRawHeader(
+            "Dropbox-API-Arg",
+            dropboxHeaderJson(QJsonObject{{QLatin1String("path"), dropboxWirePath(self->m_path)}}));
+        // The content routes refuse a form content type; an empty one is what they expect.
+        request.setRawHeader("Content-Type", QByteArray());
+        QNetworkReply* reply = self->m_client->m_network->post(request, QByteArray());
+        // Holds the reply to about this much ahead of the file. A limit set
+        // before the transfer thread has its side of the reply doesn't reach
+        // that side, and the whole body would pile up in memory; so it is set
+        // again once the headers are in, to another value, since the same
+        // value again is ignored.
+        reply->setReadBufferSize(readBufferBytes);
+        connect(reply, &QNetworkReply::metaDataChanged, reply,
+                [reply] { reply->setReadBufferSize(readBufferBytes + 1); });
+        self->m_reply = reply;
+        connect(reply, &QNetworkReply::readyRead, self, &DropboxDownloadRequest::onReadyRead);
+        connect(reply, &QNetworkReply::finished, self, &DropboxDownloadRequest::onFinished);
+        connect(reply, &QNetworkReply::downloadProgress, self,
+                [self](qint64 received, qint64 total) {
+                    // An abort reports progress on its way out; a cancel has no more to tell.
+                    if (self->m_cancelled || self->m_done || !self->m_reply ||
+                        httpStatus(self->m_reply) != 200) {
+                        return;
+                    }
+                    self->m_progress.completedUnitCount = received;
+                    if (total > 0) {
+                        self->m_progress.totalUnitCount = total;
+                    }
+                    if (self->m_onProgress) {
+                        self->m_onProgress(self->m_progress);
+                    }
+                });
+    });
+}
+
+void DropboxDownloadRequest::onReadyRead() {
+    if (m_done || httpStatus(m_reply) != 200) {
+        return;  // an error body is read whole when the reply ends
+    }
+    if (m_progress.totalUnitCount == 0) {
+        // Without a length, the metadata's size tells the total.
+        const QJsonObject metadata =
+            QJsonDocument::fromJson(m_reply->rawHeader("Dropbox-API-Result")).object();
+        m_progress.totalUnitCount = metadata.value(QLatin1String("size")).toInteger(0);
+    }
+    const QByteArray chunk = m_reply->readAll();
+    if (m_partial->write(chunk) != chunk.size()) {
+        const QString reason = m_partial->errorString();
+        finish(CallError{QStringLiteral("Client error: cannot write ") + m_destination +
+                         QStringLiteral(": ") + reason});
+        m_reply->abort();
+    }
+}
+
+void DropboxDownloadRequest::onFinished() {
+    QNetworkReply* reply = m_reply;
+    reply->deleteLater();
+    if (m_done) {
+        return;
+    }
+    if (m_cancelled) {
+        finish(CallError{QStringLiteral("Client error: cancelled")});
+        return;
+    }
+    const int status = httpStatus(reply);
+    if (status == 401 && !m_retried && !m_client->m_tokens.refreshToken.isEmpty()) {
+        m_retried = true;
+        const CallError failure = dropboxCallError(reply, reply->readAll());
+        m_client->refresh([self = QPointer(this), failure](bool ok) {
+            if (!self || self->m_done) {
+                return;
+            }
+            if (ok) {
+                self->send();
+            } else {
+                self->finish(failure);
+            }
+        });
+        return;
+    }
+    if (status != 200 || reply->error() != QNetworkReply::NoError) {
+        finish(dropboxCallError(reply, status == 200 ? QByteArray() : reply->readAll()));
+        return;
+    }
+    onReadyRead();
+    if (m_done) {
+        return;
+    }
+    // A connection that ends early can look like a clean end to the reply;
+    // the length the service announced tells.
+    bool lengthKnown = false;
+    qint64 expected = reply->header(QNetworkRequest::ContentLengthHeader).toLongLong(&lengthKnown);
+    if (!lengthKnown) {
+        const QJsonObject metadata =
+            QJsonDocument::fromJson(reply->rawHeader("Dropbox-API-Result")).object();
+        lengthKnown = metadata.contains(QLatin1String("size"));
+        expected = metadata.value(QLatin1String("size")).toInteger();
+    }
+    if (lengthKnown && m_partial->size() != expected) {
+        finish(CallError{QStringLiteral("Client error: the connection ended after %1 of %2 bytes")
+                             .arg(m_partial->size())
+                             .arg(expected)});
+        return;
+    }
+    if (!m_partial->flush()) {
+        finish(CallError{QStringLiteral("Client error: ") + m_partial->errorString()});
+        return;
+    }
+    // No overwrite: a file that took the name meanwhile is kept, and this transfer fails.
+    if (QFileInfo::exists(m_destination) || !m_partial->rename(m_destination)) {
+        finish(CallError{QStringLiteral("Client error: cannot move the file to ") + m_destination});
+        return;
+    }
+    m_partial->setAutoRemove(false);
+    finish(std::nullopt);
+}
+
+void DropboxDownloadRequest::cancel() {
+    if (m_done || m_cancelled) {
+        return;
+    }
+    m_cancelled = true;
+    if (m_reply) {
+        m_reply->abort();  // ends the reply, and with it the request, in onFinished
+    } else {
+        finish(CallError{QStringLiteral("Client error: cancelled")});
+    }
+}
+
+void DropboxDownloadRequest::finish(std::optional<CallError> error) {
+    if (m_done) {
+        return;
+    }
+    m_done = true;
+    if (error) {
+        m_partial.reset();  // removes the partial file
+    }
+    // Answers arrive later on the main thread, never inside the caller's call:
+    // a cancel must return before its request's failure is heard.
+    MainQueue::async([self = QPointer(this), error = std::move(error)] {
+        if (!self) {
+            return;
+        }
+        if (self->m_onResponse) {
+            self->m_onResponse(error);
+        }
+        self->deleteLater();
+    });
+}

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <functional>
+
+class MessagePresenter;
+
+// The side menu's sign-out, with no confirmation step. Signed out already: the
+// "No User Logged In" message and the "Sign Out Failed" one, asked for as a pair.
+// Otherwise the sign-in is dropped (which can't fail) and "Sign Out" follows.
+// `revoked` runs once the service has heard of it, or at once when nobody was
+// signed in.
+void signOutOfDropbox(MessagePresenter& presenter, std::function<void()> revoked = {});

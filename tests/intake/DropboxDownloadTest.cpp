@@ -1,0 +1,112 @@
+#include <QFile>
+
+#include "CloudTestSupport.h"
+
+namespace {
+
+struct Transfer {
+    std::optional<Result<QString>> result;
+    QList<TransferProgress> progress;
+};
+
+void startTransfer(Transfer& transfer, const CloudFile& file, const QString& destination) {
+    DropboxManager::shared().downloadFile(
+        file, destination,
+        [&transfer](const TransferProgress& progress) { transfer.progress.append(progress); },
+        [&transfer](const Result<QString>& result) { transfer.result = result; });
+}
+
+QByteArray contents(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+}  // namespace
+
+TEST_F(CloudTest, DownloadStreamsTheBodyToTheDestinationWithProgress) {
+    signInBeforeLaunch();
+    const qint64 size = 3 * 1024 * 1024 + 17;
+    fake.addGeneratedFile(QString::fromUtf8("/Música/Ça va.mp3"), size);
+    const QString destination = downloadedMusicDirectory() + "/Ça va.mp3";
+    Transfer transfer;
+    startTransfer(transfer, {QString::fromUtf8("/música/ça va.mp3"), "Ça va.mp3", Source::dropbox},
+                  destination);
+    EXPECT_EQ(DropboxManager::shared().downloadTasks.size(), 1);
+    ASSERT_TRUE(waitUntil([&] { return transfer.result.has_value(); }, 20000));
+    ASSERT_TRUE(transfer.result->isSuccess()) << errorText(transfer.result->error()).toStdString();
+    EXPECT_EQ(transfer.result->value(), destination);
+    EXPECT_EQ(contents(destination), FakeDropbox::patternBytes(size));
+    EXPECT_EQ(musicFolderContents(), QStringList{"Ça va.mp3"});
+    EXPECT_TRUE(DropboxManager::shared().downloadTasks.isEmpty());
+
+    ASSERT_FALSE(transfer.progress.isEmpty());
+    EXPECT_EQ(transfer.progress.last().completedUnitCount, size);
+    EXPECT_EQ(transfer.progress.last().fractionCompleted(), 1.0);
+    // The header carries the path as ASCII JSON, and the body no form content type.
+    const FakeDropbox::Request request = fake.requests("/2/files/download").value(0);
+    EXPECT_EQ(request.headers.value("dropbox-api-arg"),
+              QByteArray(R"({"path":"/m\u00fasica/\u00e7a va.mp3"})"));
+    EXPECT_TRUE(request.headers.value("content-type").isEmpty());
+}
+
+TEST_F(CloudTest, ADroppedConnectionFailsAndLeavesNoFileBehind) {
+    signInBeforeLaunch();
+    fake.addGeneratedFile("/Big.mp3", 4 * 1024 * 1024);
+    fake.dropNextDownloadAfter(300 * 1024);
+    Transfer transfer;
+    startTransfer(transfer, {"/big.mp3", "Big.mp3", Source::dropbox},
+                  downloadedMusicDirectory() + "/Big.mp3");
+    ASSERT_TRUE(waitUntil([&] { return transfer.result.has_value(); }, 20000));
+    ASSERT_FALSE(transfer.result->isSuccess());
+    EXPECT_TRUE(std::holds_alternative<DescribableError>(transfer.result->error()));
+    EXPECT_TRUE(musicFolderContents().isEmpty()) << musicFolderContents().join(",").toStdString();
+    EXPECT_TRUE(DropboxManager::shared().downloadTasks.isEmpty());
+}
+
+TEST_F(CloudTest, ACancelledDownloadEndsLaterAndLeavesNoFile) {
+    signInBeforeLaunch();
+    fake.addGeneratedFile("/Slow.mp3", 2 * 1024 * 1024);
+    fake.setSlowTransfer(16 * 1024, 20);
+    Transfer transfer;
+    startTransfer(transfer, {"/slow.mp3", "Slow.mp3", Source::dropbox},
+                  downloadedMusicDirectory() + "/Slow.mp3");
+    ASSERT_TRUE(waitUntil([&] { return !transfer.progress.isEmpty(); }));
+    DropboxManager::shared().cancelFile("/slow.mp3");
+    EXPECT_TRUE(DropboxManager::shared().downloadTasks.isEmpty());
+    EXPECT_FALSE(transfer.result.has_value());  // heard later, never inside the cancel
+    ASSERT_TRUE(waitUntil([&] { return transfer.result.has_value(); }));
+    EXPECT_FALSE(transfer.result->isSuccess());
+    EXPECT_TRUE(musicFolderContents().isEmpty());
+}
+
+TEST_F(CloudTest, DownloadFailuresCarryTheServicesWords) {
+    signInBeforeLaunch();
+    Transfer missing;
+    startTransfer(missing, {"/gone.mp3", "gone.mp3", Source::dropbox},
+                  downloadedMusicDirectory() + "/gone.mp3");
+    ASSERT_TRUE(waitUntil([&] { return missing.result.has_value(); }));
+    ASSERT_FALSE(missing.result->isSuccess());
+    EXPECT_TRUE(errorText(missing.result->error()).contains("path/not_found"));
+
+    // A name taken while the transfer ran is kept, not overwritten.
+    fake.addFile("/Taken.mp3", "remote");
+    writeFile(downloadedMusicDirectory() + "/Taken.mp3", "local");
+    Transfer taken;
+    startTransfer(taken, {"/taken.mp3", "Taken.mp3", Source::dropbox},
+                  downloadedMusicDirectory() + "/Taken.mp3");
+    ASSERT_TRUE(waitUntil([&] { return taken.result.has_value(); }));
+    EXPECT_FALSE(taken.result->isSuccess());
+    EXPECT_EQ(contents(downloadedMusicDirectory() + "/Taken.mp3"), "local");
+    EXPECT_EQ(musicFolderContents(), QStringList{"Taken.mp3"});
+}
+
+TEST_F(CloudTest, DownloadSignedOutCallsNeitherHandler) {
+    fake.addFile("/A.mp3", "x");
+    Transfer transfer;
+    startTransfer(transfer, {"/a.mp3", "A.mp3", Source::dropbox},
+                  downloadedMusicDirectory() + "/A.mp3");
+    spinEventLoop(200);
+    EXPECT_FALSE(transfer.result.has_value());
+    EXPECT_TRUE(transfer.progress.isEmpty());
+    EXPECT_EQ(fake.count("/2/files/download"), 0);
+}

@@ -1,0 +1,334 @@
+#include <sys/stat.h>
+
+#include <QFile>
+#include <QJsonDocument>
+#include <QLoggingCategory>
+#include <QUrlQuery>
+
+#include "CloudTestSupport.h"
+#include "Localization.h"
+#include "Log.h"
+
+namespace {
+
+const QString unsupported = QStringLiteral("/2/files/list_folder");
+
+QString description(const CloudError& error) {
+    return errorText(error);
+}
+
+template <typename T>
+bool holds(const CloudError& error) {
+    return std::holds_alternative<T>(error);
+}
+
+}  // namespace
+
+TEST(DropboxWire, PathsAreNormalisedAndHeaderJsonIsAscii) {
+    EXPECT_EQ(dropboxWirePath("/"), "");
+    EXPECT_EQ(dropboxWirePath("//"), "");
+    EXPECT_EQ(dropboxWirePath(""), "");
+    EXPECT_EQ(dropboxWirePath("/Music//Live/"), "/Music/Live");
+    EXPECT_EQ(dropboxWirePath("/a///b"), "/a/b");
+    EXPECT_EQ(
+        dropboxHeaderJson(QJsonObject{{"path", QString::fromUtf8("/Ça/日本\xF0\x9F\x8E\xB5")}}),
+        QByteArray(R"({"path":"/\u00c7a/\u65e5\u672c\ud83c\udfb5"})"));
+}
+
+TEST_F(CloudTest, PagesArriveNewestFirstWithTheirOwnOrderKept) {
+    signInBeforeLaunch();
+    for (const char* name : {"A.mp3", "B.mp3", "C.mp3", "D.mp3", "E.mp3"}) {
+        fake.addFile(QStringLiteral("/Music/") + name, "x");
+    }
+    fake.setPageSizes({3, 1, 1});
+    const auto result = list("/Music");
+    ASSERT_TRUE(result && result->isSuccess());
+    EXPECT_EQ(names(result->value()), (QStringList{"E.mp3", "D.mp3", "A.mp3", "B.mp3", "C.mp3"}));
+    EXPECT_EQ(fake.count("/2/files/list_folder/continue"), 2);
+
+    // The first call carries exactly the listing options, and nothing more.
+    const QJsonObject options =
+        QJsonDocument::fromJson(fake.requests("/2/files/list_folder").value(0).body).object();
+    EXPECT_EQ(options, (QJsonObject{{"path", "/Music"},
+                                    {"recursive", false},
+                                    {"include_media_info", false},
+                                    {"include_deleted", false},
+                                    {"include_has_explicit_shared_members", false},
+                                    {"include_mounted_folders", true},
+                                    {"include_non_downloadable_files", true}}));
+}
+
+TEST_F(CloudTest, ListingSignedOutFailsUnauthorizedLater) {
+    bool called = false;
+    std::optional<Result<std::vector<FileProtocol>>> result;
+    DropboxManager::shared().listFolder("", std::nullopt, std::nullopt, [&](const auto& answer) {
+        called = true;
+        result = answer;
+    });
+    EXPECT_FALSE(called);  // not inside the caller's call
+    ASSERT_TRUE(waitUntil([&] { return called; }));
+    ASSERT_FALSE(result->isSuccess());
+    EXPECT_TRUE(holds<AuthError>(result->error()));
+    EXPECT_EQ(description(result->error()), "Unauthorized");
+    EXPECT_EQ(fake.count(unsupported), 0);
+}
+
+TEST_F(CloudTest, OnlyFoldersAndMusicByExtensionAreKept) {
+    signInBeforeLaunch();
+    fake.addFolder("/Music/Live");
+    for (const char* name : {"Song.MP3", "Song.wav", "Song.mp4", "README", "Tune.ogg", "x.m3u8"}) {
+        fake.addFile(QStringLiteral("/Music/") + name, "x");
+    }
+    const auto result = list("/Music");
+    ASSERT_TRUE(result && result->isSuccess());
+    const std::vector<FileProtocol>& entries = result->value();
+    ASSERT_EQ(names(entries), (QStringList{"Live", "Song.MP3", "Tune.ogg"}));
+    ASSERT_NE(entries[0].folder(), nullptr);
+    EXPECT_EQ(*entries[0].folder(), (Folder{QString(), "Live", folderMimeType()}));
+    ASSERT_NE(entries[1].cloudFile(), nullptr);
+    EXPECT_EQ(*entries[1].cloudFile(), (CloudFile{"/music/song.mp3", "Song.MP3", Source::dropbox}));
+}
+
+TEST_F(CloudTest, CallersPathFormsReachTheServiceNormalised) {
+    signInBeforeLaunch();
+    fake.addFile("/Music/Live/Show.mp3", "x");
+    fake.addFile("/Top.mp3", "x");
+    const auto nested = list("/Music//Live/");
+    ASSERT_TRUE(nested && nested->isSuccess()) << description(nested->error()).toStdString();
+    EXPECT_EQ(names(nested->value()), QStringList{"Show.mp3"});
+    for (const QString root : {"//", "/", ""}) {
+        const auto top = list(root);
+        ASSERT_TRUE(top && top->isSuccess()) << root.toStdString();
+        EXPECT_EQ(names(top->value()), (QStringList{"Music", "Top.mp3"}));
+    }
+}
+
+TEST_F(CloudTest, AFailedPageDropsThePagesBeforeIt) {
+    signInBeforeLaunch();
+    for (const char* name : {"A.mp3", "B.mp3", "C.mp3"}) {
+        fake.addFile(QStringLiteral("/Music/") + name, "x");
+    }
+    fake.setPageSizes({2, 1});
+    fake.failOnce("/2/files/list_folder/continue", {500, "oops", {}});
+    int calls = 0;
+    std::optional<Result<std::vector<FileProtocol>>> result;
+    DropboxManager::shared().listFolder("/Music", std::nullopt, std::nullopt,
+                                        [&](const auto& answer) {
+                                            ++calls;
+                                            result = answer;
+                                        });
+    ASSERT_TRUE(waitUntil([&] { return calls > 0; }));
+    spinEventLoop(100);
+    EXPECT_EQ(calls, 1);
+    ASSERT_FALSE(result->isSuccess());
+    EXPECT_TRUE(holds<DescribableError>(result->error()));
+    EXPECT_TRUE(description(result->error()).contains("500"));
+}
+
+TEST_F(CloudTest, ServiceErrorsBecomeDescribableErrorsWithTheirWords) {
+    signInBeforeLaunch();
+    fake.addFolder("/Music");
+    const auto missing = list("/Nowhere");
+    ASSERT_FALSE(missing->isSuccess());
+    EXPECT_TRUE(description(missing->error()).contains("path/not_found"))
+        << description(missing->error()).toStdString();
+
+    fake.failOnce(
+        "/2/files/list_folder",
+        {429, R"({"error_summary":"too_many_requests/..","error":{".tag":"too_many_requests"}})",
+         "7"});
+    const auto limited = list("/Music");
+    ASSERT_FALSE(limited->isSuccess());
+    EXPECT_TRUE(description(limited->error()).contains("too_many_requests"));
+    EXPECT_TRUE(description(limited->error()).contains("7 seconds"));
+}
+
+TEST_F(CloudTest, AnExpiredTokenIsRefreshedOnceAndKept) {
+    const DropboxTokens stored = signInBeforeLaunch();
+    fake.addFile("/A.mp3", "x");
+    ASSERT_TRUE(list("")->isSuccess());
+    fake.expireAccessTokens();
+    const auto again = list("");
+    ASSERT_TRUE(again && again->isSuccess());
+    EXPECT_EQ(fake.count("/oauth2/token"), 1);
+    const auto kept = DropboxTokenStore::load();
+    ASSERT_TRUE(kept);
+    EXPECT_NE(kept->accessToken, stored.accessToken);
+    EXPECT_EQ(kept->refreshToken, stored.refreshToken);
+
+    // A refresh that the service refuses ends in the call's own failure.
+    fake.expireAccessTokens();
+    fake.failOnce("/oauth2/token", {400, R"({"error":"invalid_grant"})", {}});
+    const auto refused = list("");
+    ASSERT_FALSE(refused->isSuccess());
+    EXPECT_TRUE(description(refused->error()).contains("expired_access_token"));
+}
+
+namespace {
+
+struct SignIn {
+    std::optional<VoidResult> result;
+    int calls = 0;
+};
+
+void startSignIn(SignIn& signIn, QUrl& authorizeUrl) {
+    DropboxManager::shared().completion = [&signIn](const VoidResult& result) {
+        ++signIn.calls;
+        signIn.result = result;
+    };
+    ASSERT_TRUE(DropboxClientsManager::authorizeFromController(
+        [&authorizeUrl](const QUrl& url) { authorizeUrl = url; }));
+}
+
+}  // namespace
+
+TEST_F(CloudTest, SignInWithPkceStoresTokensForTheUserAlone) {
+    // Tokens must never reach a log, diagnostics included.
+    QLoggingCategory::setFilterRules("corvantis.*=true");
+    static QStringList messages;
+    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& message) {
+        messages.append(message);
+    });
+    LogCapture log;
+    SignIn signIn;
+    QUrl authorizeUrl;
+    startSignIn(signIn, authorizeUrl);
+    const QUrlQuery query(authorizeUrl);
+    EXPECT_EQ(query.queryItemValue("code_challenge_method"), "S256");
+    EXPECT_EQ(query.queryItemValue("token_access_type"), "offline");
+    EXPECT_EQ(query.queryItemValue("redirect_uri", QUrl::FullyDecoded),
+              "db-fakeappkey12345://2/token");
+
+    const QString redirect = fake.visitAuthorizePage(authorizeUrl);
+    ASSERT_TRUE(redirect.startsWith("db-fakeappkey12345://2/token?code="))
+        << redirect.toStdString();
+    EXPECT_TRUE(DropboxManager::shared().openURL(QUrl(redirect)));
+    ASSERT_TRUE(waitUntil([&] { return signIn.calls > 0; }));
+    EXPECT_EQ(signIn.calls, 1);
+    EXPECT_TRUE(signIn.result->isSuccess());
+    EXPECT_FALSE(DropboxManager::shared().completion);
+    EXPECT_TRUE(log.contains("Success! User is logged into Dropbox."));
+    ASSERT_NE(DropboxClientsManager::authorizedClient(), nullptr);
+
+    struct stat info {};
+    ASSERT_EQ(::stat(QFile::encodeName(DropboxTokenStore::filePath()).constData(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777, 0600u);
+
+    // A later launch finds the sign-in.
+    DropboxClientsManager::setupWithAppKey(FakeDropbox::appKey);
+    ASSERT_NE(DropboxClientsManager::authorizedClient(), nullptr);
+    fake.addFile("/A.mp3", "x");
+    EXPECT_TRUE(list("")->isSuccess());
+
+    const DropboxTokens tokens = DropboxClientsManager::authorizedClient()->tokens();
+    qInstallMessageHandler(nullptr);
+    for (const QString& line : messages + log.lines()) {
+        EXPECT_FALSE(line.contains(tokens.accessToken) || line.contains(tokens.refreshToken))
+            << line.toStdString();
+    }
+}
+
+TEST_F(CloudTest, CancelledSignInCallsCompletionOnceAndForgetsIt) {
+    LogCapture log;
+    fake.setDenyAuthorization(true);
+    SignIn signIn;
+    QUrl authorizeUrl;
+    startSignIn(signIn, authorizeUrl);
+    const QString redirect = fake.visitAuthorizePage(authorizeUrl);
+    DropboxManager::shared().openURL(QUrl(redirect));
+    ASSERT_TRUE(waitUntil([&] { return signIn.calls > 0; }));
+    ASSERT_FALSE(signIn.result->isSuccess());
+    ASSERT_TRUE(holds<UserCancelledError>(signIn.result->error()));
+    EXPECT_EQ(description(signIn.result->error()), "The operation was cancelled by the user");
+    EXPECT_FALSE(DropboxManager::shared().completion);
+    EXPECT_EQ(DropboxClientsManager::authorizedClient(), nullptr);
+
+    // A second redirect finds nobody waiting: only the log line again.
+    DropboxManager::shared().openURL(QUrl(redirect));
+    ASSERT_TRUE(waitUntil(
+        [&] { return log.count("Authorization flow was manually canceled by user!") == 2; }));
+    EXPECT_EQ(signIn.calls, 1);
+}
+
+TEST_F(CloudTest, RedirectsThatAreNoAnswerOrFailGiveAuthErrors) {
+    LogCapture log;
+    SignIn signIn;
+    QUrl authorizeUrl;
+    startSignIn(signIn, authorizeUrl);
+    DropboxManager::shared().openURL(QUrl("https://example.invalid/elsewhere"));
+    ASSERT_TRUE(waitUntil([&] { return signIn.calls == 1; }));
+    ASSERT_TRUE(holds<AuthError>(signIn.result->error()));
+    EXPECT_EQ(description(signIn.result->error()), "None");
+    EXPECT_TRUE(log.lines().isEmpty());
+
+    // A code the service never issued: the exchange fails with its words.
+    startSignIn(signIn, authorizeUrl);
+    const QString state = QUrlQuery(authorizeUrl).queryItemValue("state");
+    DropboxManager::shared().openURL(
+        QUrl("db-fakeappkey12345://2/token?code=forged&state=" + state));
+    ASSERT_TRUE(waitUntil([&] { return signIn.calls == 2; }));
+    ASSERT_TRUE(holds<AuthError>(signIn.result->error()));
+    EXPECT_EQ(description(signIn.result->error()), "code doesn't exist or has expired");
+    EXPECT_TRUE(log.contains("Error: code doesn't exist or has expired"));
+
+    // An error without a description: the localised unknown-error text, and a bare log line.
+    startSignIn(signIn, authorizeUrl);
+    DropboxManager::shared().openURL(QUrl("db-fakeappkey12345://2/token?error=server_error"));
+    ASSERT_TRUE(waitUntil([&] { return signIn.calls == 3; }));
+    EXPECT_EQ(description(signIn.result->error()), Localization::text("error_unkown"));
+    EXPECT_NE(description(signIn.result->error()), "error_unkown");
+    EXPECT_TRUE(log.contains("Error: "));
+}
+
+TEST_F(CloudTest, WithoutAValidKeyTheClientIsNotConfigured) {
+    qputenv("CORVANTIS_DROPBOX_APP_KEY", "Not-A-Key");
+    DropboxManager::shared();
+    EXPECT_FALSE(DropboxClientsManager::isConfigured());
+    bool opened = false;
+    EXPECT_FALSE(
+        DropboxClientsManager::authorizeFromController([&](const QUrl&) { opened = true; }));
+    EXPECT_FALSE(opened);
+    const auto result = list("");
+    ASSERT_FALSE(result->isSuccess());
+    EXPECT_EQ(description(result->error()), "Unauthorized");
+}
+
+TEST_F(CloudTest, EntriesNotTheCursorDecideWhichPageIsAskedFor) {
+    signInBeforeLaunch();
+    fake.addFile("/Music/A.mp3", "x");
+    // A cursor without entries: still the first page.
+    std::optional<Result<std::vector<FileProtocol>>> first;
+    DropboxManager::shared().listFolder("/Music", std::nullopt, QString("ignored"),
+                                        [&](const auto& answer) { first = answer; });
+    ASSERT_TRUE(waitUntil([&] { return first.has_value(); }));
+    EXPECT_TRUE(first->isSuccess());
+    EXPECT_EQ(fake.count("/2/files/list_folder"), 1);
+
+    // Entries without a cursor: a continuation, with the empty cursor the service refuses.
+    std::optional<Result<std::vector<FileProtocol>>> next;
+    DropboxManager::shared().listFolder("/Music", std::vector<Metadata>{}, std::nullopt,
+                                        [&](const auto& answer) { next = answer; });
+    ASSERT_TRUE(waitUntil([&] { return next.has_value(); }));
+    EXPECT_FALSE(next->isSuccess());
+    EXPECT_EQ(fake.count("/2/files/list_folder/continue"), 1);
+}
+
+TEST_F(CloudTest, AFileWithoutALowerPathGetsAnEmptyId) {
+    signInBeforeLaunch();
+    fake.addFileWithoutLowerPath("/Shared.mp3", "x");
+    const auto result = list("");
+    ASSERT_TRUE(result && result->isSuccess());
+    ASSERT_EQ(result->value().size(), 1u);
+    EXPECT_EQ(*result->value()[0].cloudFile(), (CloudFile{"", "Shared.mp3", Source::dropbox}));
+}
+
+TEST(CloudErrors, ScreensSeeTheGenericSentenceNotTheCarriedText) {
+    const CloudError auth = AuthError("Unauthorized");
+    EXPECT_EQ(errorText(auth), "Unauthorized");
+    EXPECT_FALSE(localizedDescription(auth).contains("Unauthorized"));
+    EXPECT_TRUE(localizedDescription(auth).contains("Corvantis.AuthError"));
+    const CloudError plain = DescribableError("path/not_found");
+    EXPECT_TRUE(localizedDescription(plain).contains("Corvantis.DescribableError"));
+    const CloudError cancelled = UserCancelledError{"The operation was cancelled by the user"};
+    EXPECT_EQ(localizedDescription(cancelled), "The operation was cancelled by the user");
+}

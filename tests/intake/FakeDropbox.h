@@ -1,0 +1,99 @@
+#pragma once
+
+#include <QByteArray>
+#include <QHash>
+#include <QJsonObject>
+#include <QList>
+#include <QMap>
+#include <QString>
+#include <QUrl>
+#include <memory>
+#include <mutex>
+
+#include "DropboxTokenStore.h"
+
+class QThread;
+class FakeDropboxServer;
+
+// A local stand-in for the cloud service's HTTP API, built from its public
+// documentation: sign-in (authorize, token exchange and refresh, revoke), paged
+// folder listings and downloads, with the documented errors. It listens on
+// 127.0.0.1 on a thread of its own, so a client on the main thread and a peer
+// such as curl see the same server.
+class FakeDropbox {
+public:
+    static constexpr const char* appKey = "fakeappkey12345";
+
+    FakeDropbox();
+    ~FakeDropbox();
+    FakeDropbox(const FakeDropbox&) = delete;
+    FakeDropbox& operator=(const FakeDropbox&) = delete;
+
+    QUrl url() const;
+    // Points the client's three base URLs and its application key here.
+    void useFromClient() const;
+
+    // Content. Paths are display paths such as "/Music/Live"; parents are made.
+    void addFolder(const QString& path);
+    void addFile(const QString& path, const QByteArray& content);
+    // A file whose listing entry has no path_lower, as for an unmounted one.
+    void addFileWithoutLowerPath(const QString& path, const QByteArray& content);
+    // A file of `size` bytes of patternByte(i), made on the fly while sent.
+    void addGeneratedFile(const QString& path, qint64 size);
+    static char patternByte(qint64 offset);
+    static QByteArray patternBytes(qint64 size);
+    // Entries per listing page: the first page, the second, ...; the last
+    // size repeats (the default is 1000).
+    void setPageSizes(const QList<int>& entries);
+
+    // Behaviour.
+    struct Failure {
+        int status = 500;
+        QByteArray body;        // JSON text or plain text
+        QByteArray retryAfter;  // the Retry-After header, for 429
+    };
+    // The call to `route` after `successesFirst` good ones answers `failure`, once.
+    void failOnce(const QString& route, const Failure& failure, int successesFirst = 0);
+    // Download bodies go out in `chunkBytes` pieces every `intervalMs`.
+    void setSlowTransfer(int chunkBytes, int intervalMs);
+    // The next download sends its headers and `bytes` of its body, then drops the connection.
+    void dropNextDownloadAfter(qint64 bytes);
+    // The sign-in page answers "access_denied", as when the user declines.
+    void setDenyAuthorization(bool deny);
+    // Every access token issued so far is reported as expired from now on.
+    void expireAccessTokens();
+
+    // Sign-in without the browser: tokens the service accepts, for a test's store.
+    DropboxTokens issueTokens();
+    // What a user's browser does with the authorize address: the Location of the
+    // redirect, or the page's text (the code) when no redirect URI was given.
+    QString visitAuthorizePage(const QUrl& authorizeUrl);
+
+    // Observation.
+    struct Request {
+        QByteArray method;
+        QString path;
+        QMap<QByteArray, QByteArray> headers;  // lower-case names
+        QByteArray body;
+    };
+    QList<Request> requests(const QString& route) const;
+    int count(const QString& route) const;
+    int openConnections() const;
+    qint64 bytesSent() const;
+
+private:
+    friend class FakeDropboxServer;
+    struct Entry {
+        bool isFolder = false;
+        QString displayPath;
+        QByteArray content;
+        qint64 generatedSize = -1;  // >= 0 for a generated file
+        bool withoutLowerPath = false;
+    };
+    struct State;
+
+    std::unique_ptr<State> m_state;
+    std::unique_ptr<QThread> m_thread;
+    FakeDropboxServer* m_server = nullptr;
+    quint16 m_port = 0;
+};

@@ -109,8 +109,8 @@ template <int N>
         s1[k] = sections[k]->s1;
         s2[k] = sections[k]->s2;
     }
-    // Memory is scrubbed this often: a section can barely decay from 1e-30
-    // into subnormals in fewer frames.
+    // Memory is scrubbed this often. Falling from 1e-30 into subnormals within
+    // 64 frames takes poles near zero; the bells here ring far longer.
     constexpr int kScrubFrames = 64;
     float* frame = interleavedStereo;
     for (int done = 0; done < frames; done += kScrubFrames) {

@@ -404,6 +404,40 @@ TEST(Equalizer, GainJumpsGlideWithoutAClick) {
     }
 }
 
+TEST(Equalizer, FrequencyAndBandwidthChangesGlideAndKeepTheFilterSane) {
+    constexpr double kTone = kRate / 40.0;
+    AudioUnitEQ unit(1);
+    unit.bands()[0]->setFrequency(3000.0f);
+    unit.bands()[0]->setGain(10.0f);
+    unit.prepare(kRate, 256);
+    Stereo signal = tones({kTone}, 0.2, kSecond / 2);
+    Stereo before(signal.begin(), signal.begin() + 2 * 4000);
+    renderThrough({&unit}, before, 256);
+    unit.bands()[0]->setFrequency(static_cast<float>(kTone));
+    unit.bands()[0]->setBandwidth(1.0f);
+    Stereo after(signal.begin() + 2 * 4000, signal.end());
+    renderThrough({&unit}, after, 256);
+    auto levelAt = [&](int frame) {
+        return decibels(amplitudeAt(after, 0, kTone, frame, 40) / 0.2);
+    };
+    EXPECT_LT(levelAt(40), 3.0);  // moving, not jumped
+    EXPECT_NEAR(levelAt(kSecond / 4), 10.0, 0.05);
+
+    // Bands thrown about every few milliseconds, across the whole range, on
+    // loud noise: the output stays finite and near what +10 dB can make.
+    Stereo loud = noise(kSecond, 0.5f, 31);
+    for (int start = 0; start < kSecond; start += 128) {
+        const bool high = (start / 128) % 2;
+        unit.bands()[0]->setFrequency(high ? 20000.0f : 20.0f);
+        unit.bands()[0]->setBandwidth(high ? 0.05f : 5.0f);
+        unit.render(loud.data() + 2 * start, std::min(128, kSecond - start));
+    }
+    for (float sample : loud) {
+        ASSERT_TRUE(std::isfinite(sample));
+        ASSERT_LT(std::fabs(sample), 4.0f);
+    }
+}
+
 TEST(Equalizer, BadParametersAreClampedOrIgnoredAndNeverYieldNaN) {
     AudioUnitEQ unit(6);
     auto bands = unit.bands();

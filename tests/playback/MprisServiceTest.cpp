@@ -10,6 +10,7 @@
 #include "OfflineAudioOutput.h"
 #include "PlaybackManager.h"
 #include "TestSupport.h"
+#include "TrackFixtures.h"
 
 namespace {
 
@@ -19,14 +20,11 @@ class MprisServiceTest : public ::testing::Test {
 protected:
     void SetUp() override { manager.setNowPlayingPublisher(service); }
 
+    // A second of sine in the music folder, which the queue believes lasts `duration`.
     TrackPtr track(const QString& title, double duration) {
-        auto result = std::make_shared<Track>();
-        result->title = title;
-        result->fileName = title + ".wav";
+        TrackPtr result = makeTrack(title);
         result->duration = duration;
-        AudioFixture fixture;
-        fixture.frames = qint64(kRate);
-        EXPECT_EQ(writeAudioFixture(result->url(), fixture), QString());
+        EXPECT_EQ(writeAudioFixture(result->url(), AudioFixture{}), QString());
         return result;
     }
 

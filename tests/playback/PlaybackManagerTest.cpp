@@ -12,6 +12,7 @@
 #include "OfflineAudioOutput.h"
 #include "PlaybackManager.h"
 #include "TestSupport.h"
+#include "TrackFixtures.h"
 
 namespace {
 
@@ -21,13 +22,19 @@ constexpr int kBlock = 512;
 using State = PlaybackManager::State;
 using RepeatMode = PlaybackManager::RepeatMode;
 
-// A stereo WAV at kRate whose every frame tells its own index.
-void writePatternFile(const QString& path, double seconds) {
-    AudioFixture fixture;
-    fixture.frames = qint64(seconds * kRate);
-    fixture.sampleRate = int(kRate);
-    fixture.signal = FixtureSignal::framePattern();
-    ASSERT_EQ(writeAudioFixture(path, fixture), QString());
+// A track the queue believes lasts `duration`, whose file in the music folder
+// holds `audioSeconds` of a stereo WAV whose every frame tells its own index
+// (no file for 0).
+TrackPtr track(const QString& title, double duration, double audioSeconds = 1.0) {
+    TrackPtr result = makeTrack(title);
+    result->duration = duration;
+    if (audioSeconds > 0) {
+        AudioFixture fixture;
+        fixture.frames = qint64(audioSeconds * kRate);
+        fixture.signal = FixtureSignal::framePattern();
+        EXPECT_EQ(writeAudioFixture(result->url(), fixture), QString());
+    }
+    return result;
 }
 
 // A word the multiply-and-reject pick maps to `pick` out of `count`, well
@@ -89,12 +96,10 @@ private:
     bool m_startSucceeds;
 };
 
-TrackPtr trackAt(const QString& title, double duration) {
-    auto track = std::make_shared<Track>();
-    track->title = title;
-    track->fileName = title + ".wav";
-    track->duration = duration;
-    return track;
+void startQueue(PlaybackManager& manager, const QList<TrackPtr>& queue, int index = 0) {
+    manager.setCurrentIndex(index);
+    manager.setCurrentPlaylist(queue);
+    manager.playCurrentTrack();
 }
 
 class PlaybackManagerTest : public ::testing::Test {
@@ -104,24 +109,14 @@ protected:
         manager.setNowPlayingPublisher(publisher);
     }
 
-    // A track in the music folder with `audioSeconds` of audio; `duration`
-    // is what the queue believes, which need not match.
-    TrackPtr track(const QString& title, double duration, double audioSeconds = 1.0) {
-        TrackPtr result = trackAt(title, duration);
-        writePatternFile(result->url(), audioSeconds);
-        return result;
-    }
-
     TrackPtr unreadableTrack(const QString& title) {
-        TrackPtr result = trackAt(title, 10.0);
+        TrackPtr result = track(title, 10.0, 0);
         writeFile(result->url(), "this is no audio file, whatever its name says");
         return result;
     }
 
     void startQueue(const QList<TrackPtr>& queue, int index = 0) {
-        manager.setCurrentIndex(index);
-        manager.setCurrentPlaylist(queue);
-        manager.playCurrentTrack();
+        ::startQueue(manager, queue, index);
     }
 
     std::vector<float> render(int frames) {
@@ -289,7 +284,7 @@ TEST_F(PlaybackManagerTest, NavigationAvailability) {
     manager.setShuffleEnabled(false);
     manager.setRepeatMode(RepeatMode::off);
     manager.setCurrentIndex(0);
-    manager.setCurrentPlaylist({trackAt("only", 1.0)});
+    manager.setCurrentPlaylist({track("only", 1.0, 0)});
     EXPECT_FALSE(manager.canGoNext());
     EXPECT_FALSE(manager.canGoPrevious());
     manager.setRepeatMode(RepeatMode::one);
@@ -501,7 +496,7 @@ TEST_F(PlaybackManagerTest, SeeksThatCannotBeRepresentedAreRefused) {
 
 TEST_F(PlaybackManagerTest, UnreadableTracksLeaveTheQueue) {
     const TrackPtr good = track("good", 4.0);
-    const TrackPtr missing = trackAt("missing", 4.0);
+    const TrackPtr missing = track("missing", 4.0, 0);
     // A null entry is a caller's slip; it is left out of the queue.
     startQueue({unreadableTrack("bad"), nullptr, missing, good});
     EXPECT_EQ(manager.currentPlaylist(), QList<TrackPtr>{good});
@@ -512,7 +507,7 @@ TEST_F(PlaybackManagerTest, UnreadableTracksLeaveTheQueue) {
 }
 
 TEST_F(PlaybackManagerTest, AQueueOfUnreadableTracksEndsEmptyAndSilent) {
-    startQueue({unreadableTrack("bad"), trackAt("missing", 4.0)}, 1);
+    startQueue({unreadableTrack("bad"), track("missing", 4.0, 0)}, 1);
     EXPECT_TRUE(manager.currentPlaylist().isEmpty());
     EXPECT_EQ(manager.state(), State::stopped);
     EXPECT_TRUE(delegate.events.isEmpty());
@@ -521,41 +516,32 @@ TEST_F(PlaybackManagerTest, AQueueOfUnreadableTracksEndsEmptyAndSilent) {
     EXPECT_FALSE(timerActive());
 }
 
-TEST(PlaybackManagerEngine, AnEngineThatWillNotStartStopsPlayback) {
-    PlaybackManager manager(std::make_unique<DeadOutput>());
-    RecordingDelegate delegate;
-    manager.setDelegate(&delegate);
-    const TrackPtr song = trackAt("song", 3.0);
-    writePatternFile(song->url(), 0.1);
-    manager.setCurrentIndex(0);
-    manager.setCurrentPlaylist({song});
-    manager.playCurrentTrack();
-    EXPECT_EQ(manager.state(), State::stopped);
-    EXPECT_EQ(delegate.events, QStringList{"stop"});
-    EXPECT_EQ(manager.currentPlaylist().size(), 1);
-
-    // The same from a remote play command, which reports its failure.
-    delegate.events.clear();
-    EXPECT_EQ(manager.handlePlayCommand(), PlaybackManager::RemoteCommandStatus::commandFailed);
-    EXPECT_EQ(delegate.events, (QStringList{"stop", "start"}));
-    EXPECT_EQ(manager.state(), State::stopped);
-}
-
-TEST(PlaybackManagerEngine, AnEngineThatDiesOnStartLeavesTheTrackScheduledAndTheStateAlone) {
-    PlaybackManager manager(std::make_unique<DeadOutput>(true));
-    RecordingDelegate delegate;
-    manager.setDelegate(&delegate);
+TEST(PlaybackManagerEngine, AnEngineThatWillNotRunStopsPlaybackOrLeavesTheStateAlone) {
     LogCapture log;
-    const TrackPtr song = trackAt("song", 3.0);
-    writePatternFile(song->url(), 0.1);
-    manager.setCurrentIndex(0);
-    manager.setCurrentPlaylist({song});
-    manager.playCurrentTrack();
-    EXPECT_EQ(log.lines(), QStringList{"Error: Audio engine is not running"});
-    EXPECT_EQ(manager.state(), State::stopped);
-    ASSERT_NE(manager.audioFile(), nullptr);
-    EXPECT_TRUE(delegate.events.isEmpty());
-    EXPECT_FALSE(manager.elpasedTimeTimer());
+    for (const bool startSucceeds : {false, true}) {
+        SCOPED_TRACE(startSucceeds ? "dies on start" : "will not start");
+        PlaybackManager manager(std::make_unique<DeadOutput>(startSucceeds));
+        RecordingDelegate delegate;
+        manager.setDelegate(&delegate);
+        log.clear();
+        startQueue(manager, {track("song", 3.0, 0.1)});
+        EXPECT_EQ(manager.state(), State::stopped);
+        if (startSucceeds) {
+            // The track stays scheduled, and no clock runs.
+            EXPECT_EQ(log.lines(), QStringList{"Error: Audio engine is not running"});
+            ASSERT_NE(manager.audioFile(), nullptr);
+            EXPECT_TRUE(delegate.events.isEmpty());
+            EXPECT_FALSE(manager.elpasedTimeTimer());
+            continue;
+        }
+        EXPECT_EQ(delegate.events, QStringList{"stop"});
+        EXPECT_EQ(manager.currentPlaylist().size(), 1);
+        // The same from a remote play command, which reports its failure.
+        delegate.events.clear();
+        EXPECT_EQ(manager.handlePlayCommand(), PlaybackManager::RemoteCommandStatus::commandFailed);
+        EXPECT_EQ(delegate.events, (QStringList{"stop", "start"}));
+        EXPECT_EQ(manager.state(), State::stopped);
+    }
 }
 
 TEST_F(PlaybackManagerTest, AnEngineStoppedBehindOurBackIsRestartedByTheTick) {

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QColor>
+#include <QImage>
 #include <QSize>
 #include <QString>
 #include <optional>
@@ -25,6 +26,11 @@ QByteArray pcmAiff(int frames);
 // without any header that would tell a decoder the length.
 QByteArray silentMp3(int frames);
 
+// One FLAC metadata block: its header, then `data`.
+QByteArray flacBlock(int type, bool last, const QByteArray& data);
+
+// `image` encoded in `format`.
+QByteArray encoded(const QImage& image, const char* format = "PNG");
 // An encoded picture of one colour.
 QByteArray pictureBytes(const QSize& size, const QColor& color, const char* format = "PNG");
 

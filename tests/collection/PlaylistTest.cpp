@@ -41,13 +41,21 @@ TEST(PlaylistFile, WritesHeaderNameAndMembersWithoutTrailingLineFeed) {
     EXPECT_EQ(empty.description(), "#EXTM3U\n#EXTINF:name=Empty\n");
 }
 
-TEST(PlaylistFile, ReadsBackWhatWasWritten) {
+TEST(PlaylistFile, ReadsBackWhatWasWrittenAndAnEmptyNameWithOneLogLine) {
     const Playlist original{"X.m3u8", "Évening mix", {"a b.mp3", "ü.flac", "c.m4a"}, false};
     const Playlist read = parsed(original.description().toUtf8());
     EXPECT_EQ(read.id, "P.m3u8");
     EXPECT_EQ(read.name, original.name);
     EXPECT_EQ(read.fileNames, original.fileNames);
     EXPECT_FALSE(read.mediaLibraryItem);
+
+    LogCapture log;
+    const Playlist renamed{"E.m3u8", "", {"a.mp3", "b.mp3"}, false};
+    const Playlist empty = parsed(renamed.description().toUtf8());
+    EXPECT_EQ(empty.name, "");
+    EXPECT_EQ(empty.fileNames, renamed.fileNames);
+    ASSERT_EQ(log.lines().size(), 1);
+    EXPECT_TRUE(log.lines().first().contains("P.m3u8")) << qPrintable(log.lines().first());
 }
 
 TEST(PlaylistFile, ReaderQuirks) {
@@ -68,24 +76,12 @@ TEST(PlaylistFile, ReaderQuirks) {
     const Playlist foreign = parsed("#EXTM3U\n#EXTINF:123,Artist - Title\n../Music/x.mp3\n");
     EXPECT_EQ(foreign.name, "Playlist");
     EXPECT_EQ(foreign.fileNames, (Names{"../Music/x.mp3"}));
-}
-
-TEST(PlaylistFile, CarriageReturnLineFeedDoesNotSplit) {
+    // CR LF does not split a line.
     const Playlist crlf = parsed("#EXTM3U\r\n#EXTINF:name=Road\r\na.mp3\r\nb.mp3\r\n");
     EXPECT_EQ(crlf.name, "Playlist");
     EXPECT_TRUE(crlf.fileNames.isEmpty());
     // A bare carriage return is an ordinary character of the line.
     EXPECT_EQ(parsed("#EXTINF:name=R\na.mp3\r\rb.mp3\n").fileNames, (Names{"a.mp3\r\rb.mp3"}));
-}
-
-TEST(PlaylistFile, EmptyNameReadsEmptyWithOneLogLine) {
-    LogCapture log;
-    const Playlist renamed{"E.m3u8", "", {"a.mp3", "b.mp3"}, false};
-    const Playlist read = parsed(renamed.description().toUtf8());
-    EXPECT_EQ(read.name, "");
-    EXPECT_EQ(read.fileNames, renamed.fileNames);
-    ASSERT_EQ(log.lines().size(), 1);
-    EXPECT_TRUE(log.lines().first().contains("P.m3u8")) << qPrintable(log.lines().first());
 }
 
 TEST(PlaylistFile, UnreadableOrNonUtf8FileGivesNoPlaylist) {

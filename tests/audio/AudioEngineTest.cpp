@@ -11,6 +11,13 @@
 
 namespace {
 
+std::shared_ptr<AudioFile> open(const QString& path) {
+    QString error;
+    auto file = AudioFile::openForReading(path, &error);
+    EXPECT_TRUE(file) << error.toStdString();
+    return file;
+}
+
 // A player wired straight to the output of an offline engine. The output
 // stage delays everything by its look-ahead; played() takes that delay off, so
 // that its frame k is what the player produced k frames after the start.
@@ -39,19 +46,22 @@ public:
         return out;
     }
 
+    // Schedules the whole file at `path` and starts the player.
+    std::shared_ptr<AudioFile> play(const QString& path) {
+        auto file = open(path);
+        if (file) {
+            player.scheduleFile(file);
+        }
+        player.play();
+        return file;
+    }
+
     AudioPlayerNode player;
     AudioEngine engine;
 
 private:
     std::vector<float> m_output;
 };
-
-std::shared_ptr<AudioFile> open(const QString& path) {
-    QString error;
-    auto file = AudioFile::openForReading(path, &error);
-    EXPECT_TRUE(file) << error.toStdString();
-    return file;
-}
 
 // The source frames a render shows on the left channel (-1 for silence).
 std::vector<qint64> framesOf(const std::vector<float>& render) {
@@ -100,10 +110,8 @@ TEST(AudioPlayerNode, SegmentsPlaySampleExactlyOneAfterTheOther) {
 
 TEST(AudioPlayerNode, StopDropsWhatWasScheduledAndDecodedAhead) {
     PlayerRig rig;
-    const auto file = open(writePatternFile("pattern.wav", 44100, 100000));
+    const auto file = rig.play(writePatternFile("pattern.wav", 44100, 100000));
     ASSERT_TRUE(file);
-    rig.player.scheduleFile(file);
-    rig.player.play();
     rig.render(1000);
     rig.player.stop();
     EXPECT_FALSE(rig.player.isPlaying());
@@ -121,10 +129,7 @@ TEST(AudioPlayerNode, StopDropsWhatWasScheduledAndDecodedAhead) {
 
 TEST(AudioPlayerNode, PauseHoldsThePositionAndPlayGoesOn) {
     PlayerRig rig;
-    const auto file = open(writePatternFile("pattern.wav", 44100, 10000));
-    ASSERT_TRUE(file);
-    rig.player.scheduleFile(file);
-    rig.player.play();
+    ASSERT_TRUE(rig.play(writePatternFile("pattern.wav", 44100, 10000)));
     rig.render(777);
     rig.player.pause();
     rig.render(500);
@@ -136,10 +141,7 @@ TEST(AudioPlayerNode, PauseHoldsThePositionAndPlayGoesOn) {
 
 TEST(AudioPlayerNode, MonoPlaysAtFullLevelOnBothChannels) {
     PlayerRig rig;
-    const auto file = open(writePatternFile("mono.wav", 44100, 4000, 1));
-    ASSERT_TRUE(file);
-    rig.player.scheduleFile(file);
-    rig.player.play();
+    ASSERT_TRUE(rig.play(writePatternFile("mono.wav", 44100, 4000, 1)));
     rig.render(4000);
     const auto out = rig.played();
     for (qint64 k = 0; k < 4000; ++k) {
@@ -151,10 +153,7 @@ TEST(AudioPlayerNode, MonoPlaysAtFullLevelOnBothChannels) {
 TEST(AudioPlayerNode, ConvertsAFileToTheOutputRateKeepingPitchAndLength) {
     PlayerRig rig(48000.0);
     const double hertz = 1000.0;
-    const auto file = open(writeSineFile("sine.wav", 44100, 44100, hertz, 0.5));
-    ASSERT_TRUE(file);
-    rig.player.scheduleFile(file);
-    rig.player.play();
+    ASSERT_TRUE(rig.play(writeSineFile("sine.wav", 44100, 44100, hertz, 0.5)));
     rig.render(50000);
     const auto out = rig.played();
     int last = -1;
@@ -212,12 +211,9 @@ TEST(AudioPlayerNode, TimesFollowTheEngineClockAndTheFileRate) {
 
 TEST(AudioEngine, OutputNeverPassesFullScaleAndKeepsQuietAudioBitExact) {
     PlayerRig rig;
-    const auto loud = open(writeSineFile("loud.wav", 44100, 8000, 440.0, 3.0));
     const auto quiet = open(writePatternFile("quiet.wav", 44100, 60000));
-    ASSERT_TRUE(loud && quiet);
-    rig.player.scheduleFile(loud);
+    ASSERT_TRUE(rig.play(writeSineFile("loud.wav", 44100, 8000, 440.0, 3.0)) && quiet);
     rig.player.scheduleFile(quiet);
-    rig.player.play();
     rig.render(70000);
     const auto out = rig.played();
     for (float sample : out) {

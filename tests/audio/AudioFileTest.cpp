@@ -39,6 +39,30 @@ QString makeFixture(FixtureFormat format, qint64 frames, int channels = 2,
     return path;
 }
 
+// `size` bytes of noise, the same for the same seed.
+QByteArray randomBytes(qsizetype size, quint32 seed) {
+    QRandomGenerator generator(seed);
+    QByteArray bytes(size, Qt::Uninitialized);
+    for (char& byte : bytes) {
+        byte = char(generator.bounded(256));
+    }
+    return bytes;
+}
+
+// `bytes` with `count` bytes at random places overwritten at random.
+QByteArray mangled(QByteArray bytes, int count, QRandomGenerator& generator) {
+    for (int i = 0; i < count; ++i) {
+        bytes[generator.bounded(int(bytes.size()))] = char(generator.bounded(256));
+    }
+    return bytes;
+}
+
+QByteArray contents(const QString& path) {
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
+    return file.readAll();
+}
+
 // Everything a reader yields from where it stands, in chunks of an odd size
 // so that chunk and packet edges rarely meet.
 std::vector<float> readToEnd(AudioFileReader& reader, int channels, qint64 limit = -1) {
@@ -103,9 +127,9 @@ std::string formatName(const testing::TestParamInfo<FixtureFormat>& info) {
 
 }  // namespace
 
-TEST_P(EveryFormat, LengthIsWhatTheReaderYieldsAndWhatWasEncoded) {
+TEST_P(EveryFormat, LengthIsWhatWasEncodedAndSeeksAreSampleExact) {
     const FixtureFormat format = GetParam();
-    constexpr qint64 kFrames = 100'000;
+    constexpr qint64 kFrames = 150'000;
     const QString path = makeFixture(format, kFrames);
     QString error;
     const auto file = AudioFile::openForReading(path, &error);
@@ -146,17 +170,7 @@ TEST_P(EveryFormat, LengthIsWhatTheReaderYieldsAndWhatWasEncoded) {
             EXPECT_EQ(decoded[frame * 2 + 1], patternSample(frame, 1)) << frame;
         }
     }
-}
 
-TEST_P(EveryFormat, SeeksAreSampleExact) {
-    const FixtureFormat format = GetParam();
-    const QString path = makeFixture(format, 150'000);
-    const auto file = AudioFile::openForReading(path);
-    ASSERT_NE(file, nullptr);
-    const std::optional<DecodedAudio> reference = referenceDecode(path);
-    ASSERT_TRUE(reference);
-    const auto reader = file->createReader();
-    ASSERT_NE(reader, nullptr);
     const qint64 length = file->length();
     // Packet edges of every format in the set, both sides of each; far jumps
     // back and forth between them so that the container seek is used.
@@ -266,9 +280,7 @@ TEST(Mp3InfoTag, ReadsWholeHeadersOnly) {
     EXPECT_FALSE(counted->delay);
 
     // The same bytes cut short or shifted about never read past their end.
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    const QByteArray bytes = file.readAll();
+    const QByteArray bytes = contents(path);
     const qsizetype frameStart = bytes.indexOf("\xFF\xFB");
     ASSERT_GE(frameStart, 0);
     const QByteArray audio = bytes.mid(frameStart);
@@ -278,12 +290,8 @@ TEST(Mp3InfoTag, ReadsWholeHeadersOnly) {
     }
     QRandomGenerator generator(3);
     for (int round = 0; round < 200; ++round) {
-        QByteArray mangled = audio.left(generator.bounded(300, 2000));
-        for (int i = 0; i < 8; ++i) {
-            mangled[generator.bounded(int(mangled.size()))] = char(generator.bounded(256));
-        }
         // Under the sanitizers this is where a read past the end would show.
-        parseMp3InfoTag(mangled);
+        parseMp3InfoTag(mangled(audio.left(generator.bounded(300, 2000)), 8, generator));
     }
 }
 
@@ -294,17 +302,10 @@ TEST(AudioFile, FilesThatAreNotAudioFailWithOneLine) {
     QByteArray png("\x89PNG\r\n\x1a\n\0\0\0\rIHDR", 16);
     png.append(QByteArray(2000, '\x42'));
     writeFile(home + "/cover.mp3", png);
-    QByteArray noise(64 * 1024, Qt::Uninitialized);
-    QRandomGenerator generator(7);
-    for (char& byte : noise) {
-        byte = char(generator.bounded(256));
-    }
-    writeFile(home + "/noise.flac", noise);
-    const QString flac = makeFixture(FixtureFormat::flac, 44100, 2, "whole");
-    QFile whole(flac);
-    ASSERT_TRUE(whole.open(QIODevice::ReadOnly));
+    writeFile(home + "/noise.flac", randomBytes(64 * 1024, 7));
     // Cut inside the stream header: nothing playable is left.
-    writeFile(home + "/cut.flac", whole.read(30));
+    writeFile(home + "/cut.flac",
+              contents(makeFixture(FixtureFormat::flac, 44100, 2, "whole")).left(30));
     QDir().mkpath(home + "/folder.mp3");
 
     for (const QString name : {"missing.mp3", "empty.mp3", "notes.mp3", "cover.mp3", "noise.flac",
@@ -356,12 +357,7 @@ TEST(AudioFile, DamageInsideAFileIsPlayedOver) {
         ASSERT_TRUE(file.open(QIODevice::ReadWrite));
         // Garbage over a stretch in the middle of the audio.
         file.seek(file.size() / 2);
-        QRandomGenerator generator(11);
-        QByteArray garbage(700, Qt::Uninitialized);
-        for (char& byte : garbage) {
-            byte = char(generator.bounded(256));
-        }
-        file.write(garbage);
+        file.write(randomBytes(700, 11));
         file.close();
         const auto audio = AudioFile::openForReading(path);
         ASSERT_NE(audio, nullptr);
@@ -386,17 +382,10 @@ TEST(AudioFile, MangledFilesNeverBreakTheReader) {
     QRandomGenerator generator(5);
     for (const FixtureFormat format : kAllFormats) {
         SCOPED_TRACE(fixtureName(format));
-        const QString path = makeFixture(format, 20'000, 2, "intact");
-        QFile intact(path);
-        ASSERT_TRUE(intact.open(QIODevice::ReadOnly));
-        const QByteArray bytes = intact.readAll();
+        const QByteArray bytes = contents(makeFixture(format, 20'000, 2, "intact"));
         for (int round = 0; round < 12; ++round) {
-            QByteArray mangled = bytes;
-            for (int i = 0; i < 1 + round; ++i) {
-                mangled[generator.bounded(int(mangled.size()))] = char(generator.bounded(256));
-            }
             const QString copy = testHome() + "/mangled" + fixtureExtension(format);
-            writeFile(copy, mangled);
+            writeFile(copy, mangled(bytes, 1 + round, generator));
             const auto file = AudioFile::openForReading(copy);
             if (!file) {
                 continue;

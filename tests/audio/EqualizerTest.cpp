@@ -239,9 +239,6 @@ TEST(Equalizer, AllGainsZeroIsBitTransparent) {
     renderThrough({&unit}, ringOut);
     Stereo output = input;
     renderThrough({&unit}, output);
-    for (size_t i = 0; i < input.size(); ++i) {
-        ASSERT_EQ(output[i], input[i]) << i;
-    }
     EXPECT_EQ(std::memcmp(output.data(), input.data(), input.size() * sizeof(float)), 0);
 }
 

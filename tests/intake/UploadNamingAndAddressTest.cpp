@@ -89,10 +89,7 @@ TEST(WiFiAddressTest, LabelShowsThePortOnlyWhenItIsNotTheDefault) {
 }
 
 TEST(WiFiViewControllerTest, ServesFromLoadUntilBack) {
-    WiFiUploadServer::Options options;
-    options.loopbackOnly = true;
-    options.announce = false;
-    WiFiViewController controller(options, 0);
+    WiFiViewController controller(loopbackOptions(), 0);
     int labelChanges = 0;
     int dismissals = 0;
     QObject::connect(&controller, &WiFiViewController::ipAddressTextChanged,

@@ -22,24 +22,16 @@
 
 namespace {
 
-const QString kText = QStringLiteral("text/plain; charset=utf-8");
-
 class UploadServerTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        WiFiUploadServer::Options options = serverOptions();
-        server = std::make_unique<WiFiUploadServer>(options);
+        server = std::make_unique<WiFiUploadServer>(serverOptions());
         ASSERT_TRUE(server->startWithPort(0, QStringLiteral("WiFi Sync Server")));
         port = server->port();
         music = QDir(downloadedMusicDirectory());
     }
 
-    virtual WiFiUploadServer::Options serverOptions() {
-        WiFiUploadServer::Options options;
-        options.loopbackOnly = true;
-        options.announce = false;
-        return options;
-    }
+    virtual WiFiUploadServer::Options serverOptions() { return loopbackOptions(); }
 
     // A local file of `size` bytes of a recognisable pattern.
     QString localFile(const QString& name, qsizetype size) {
@@ -91,41 +83,27 @@ TEST_F(UploadServerTest, ServesThePageByteForByteAsHtml) {
     QFile resource(QStringLiteral(":/index.html"));
     ASSERT_TRUE(resource.open(QIODevice::ReadOnly));
     const QByteArray page = resource.readAll();
-    const HttpAnswer answer = curlRequest(port, QStringLiteral("/"));
-    EXPECT_EQ(answer.status, 200);
-    EXPECT_EQ(answer.contentType, QStringLiteral("text/html"));
-    EXPECT_EQ(answer.body, page);
+    EXPECT_EQ(curlRequest(port, QStringLiteral("/")), (HttpAnswer{200, "text/html", page}));
     EXPECT_TRUE(page.contains("/files"));
 }
 
 TEST(UploadServerPageTest, MissingOrUnreadablePageIsATextAnswer) {
-    WiFiUploadServer::Options options;
-    options.loopbackOnly = true;
-    options.announce = false;
-    options.pagePath = testHome() + QStringLiteral("/nowhere/index.html");
-    WiFiUploadServer missing(options);
-    ASSERT_TRUE(missing.startWithPort(0, QString()));
-    HttpAnswer answer = curlRequest(missing.port(), QStringLiteral("/"));
-    EXPECT_EQ(answer.status, 200);
-    EXPECT_EQ(answer.contentType, kText);
-    EXPECT_EQ(answer.body, QByteArray("HTML file not found"));
-
     // A directory where the page should be exists but cannot be read as a file.
-    options.pagePath = testHome();
-    WiFiUploadServer unreadable(options);
-    ASSERT_TRUE(unreadable.startWithPort(0, QString()));
-    answer = curlRequest(unreadable.port(), QStringLiteral("/"));
-    EXPECT_EQ(answer.status, 200);
-    EXPECT_EQ(answer.contentType, kText);
-    EXPECT_EQ(answer.body, QByteArray("Failed to read HTML file"));
+    for (const auto& [page, text] :
+         {std::pair{testHome() + "/nowhere/index.html", "HTML file not found"},
+          std::pair{testHome(), "Failed to read HTML file"}}) {
+        WiFiUploadServer::Options options = loopbackOptions();
+        options.pagePath = page;
+        WiFiUploadServer server(options);
+        ASSERT_TRUE(server.startWithPort(0, QString()));
+        EXPECT_EQ(curlRequest(server.port(), QStringLiteral("/")), textAnswer(text));
+    }
 }
 
 TEST_F(UploadServerTest, ListingWithNothingOrGarbageStoredIsEmpty) {
     LogCapture log;
-    HttpAnswer answer = curlRequest(port, QStringLiteral("/files"));
-    EXPECT_EQ(answer.status, 200);
-    EXPECT_EQ(answer.contentType, QStringLiteral("application/json"));
-    EXPECT_EQ(answer.body, QByteArray(R"({"files":[]})"));
+    const HttpAnswer empty{200, "application/json", R"({"files":[]})"};
+    EXPECT_EQ(curlRequest(port, QStringLiteral("/files")), empty);
     EXPECT_TRUE(log.contains(QStringLiteral("No uploaded files found in UserDefaults")));
 
     // Not JSON, and JSON of the wrong shape (a number where a string belongs).
@@ -133,9 +111,7 @@ TEST_F(UploadServerTest, ListingWithNothingOrGarbageStoredIsEmpty) {
          {QByteArray("{not json"), QByteArray(R"([{"name":"a","size":3}])")}) {
         UserDefaults::standard().setData(bad, QStringLiteral("uploadedFilesWithSize"));
         log.clear();
-        answer = curlRequest(port, QStringLiteral("/files"));
-        EXPECT_EQ(answer.status, 200);
-        EXPECT_EQ(answer.body, QByteArray(R"({"files":[]})"));
+        EXPECT_EQ(curlRequest(port, QStringLiteral("/files")), empty);
         EXPECT_EQ(log.lines()
                       .filter(QStringLiteral("Error decoding uploadedFilesWithSize data: "))
                       .size(),
@@ -159,9 +135,7 @@ TEST_F(UploadServerTest, EveryFilePartIsStoredUnderTheCollisionRuleAndRecorded) 
                         filePart(song, QStringLiteral("Song.mp3"), QStringLiteral("second")) +
                         QStringList{QStringLiteral("-F"), QStringLiteral("comment=hello")} +
                         filePart(notes, QStringLiteral("notes.txt"), QStringLiteral("third")));
-    EXPECT_EQ(answer.status, 200);
-    EXPECT_EQ(answer.contentType, kText);
-    EXPECT_EQ(answer.body, QByteArray());
+    EXPECT_EQ(answer, textAnswer(""));
 
     EXPECT_EQ(musicFiles(), (QStringList{"Song (1).mp3", "Song.mp3", "notes.txt"}));
     QFile stored(music.filePath(QStringLiteral("Song (1).mp3")));
@@ -222,19 +196,14 @@ TEST_F(UploadServerTest, OnlyAListingReadsTheStoredRecord) {
 
 TEST_F(UploadServerTest, RequestsWithoutFilesAreAnsweredInText) {
     LogCapture log;
-    HttpAnswer answer = curlRequest(port, "/", {"-F", "field=value"});
-    EXPECT_EQ(answer.status, 200);
-    EXPECT_EQ(answer.contentType, kText);
-    EXPECT_EQ(answer.body, QByteArray("No files found in request"));
+    EXPECT_EQ(curlRequest(port, "/", {"-F", "field=value"}),
+              textAnswer("No files found in request"));
     EXPECT_TRUE(log.contains(QStringLiteral("Files: 0")));
-
-    answer = curlRequest(port, "/", {"--data", "field=value"});
-    EXPECT_EQ(answer.status, 200);
-    EXPECT_EQ(answer.contentType, kText);
-    EXPECT_EQ(answer.body, QByteArray("Invalid request"));
+    EXPECT_EQ(curlRequest(port, "/", {"--data", "field=value"}), textAnswer("Invalid request"));
 
     // A multipart type without a boundary cannot be parsed.
-    answer = curlRequest(port, "/", {"-H", "Content-Type: multipart/form-data", "--data", "x"});
+    HttpAnswer answer =
+        curlRequest(port, "/", {"-H", "Content-Type: multipart/form-data", "--data", "x"});
     EXPECT_EQ(answer.body, QByteArray("Invalid request"));
 
     // A whole request whose body ends before the closing boundary.
@@ -433,16 +402,13 @@ TEST(UploadServerStagingTest, AStartSweepsAwayWhatACrashedServerLeft) {
     ASSERT_GE(held, 0);
     ASSERT_EQ(::flock(held, LOCK_EX), 0);
 
-    WiFiUploadServer::Options options;
-    options.loopbackOnly = true;
-    options.announce = false;
-    WiFiUploadServer server(options);
+    WiFiUploadServer server(loopbackOptions());
     ASSERT_TRUE(server.startWithPort(0, QString()));
     EXPECT_FALSE(QFileInfo::exists(root + "/dead01"));
     EXPECT_TRUE(QFileInfo::exists(root + "/live01/upload-def"));
     ::close(held);
     server.stop();
-    WiFiUploadServer next(options);
+    WiFiUploadServer next(loopbackOptions());
     ASSERT_TRUE(next.startWithPort(0, QString()));
     EXPECT_FALSE(QFileInfo::exists(root + "/live01"));
 }
@@ -452,8 +418,8 @@ TEST(UploadServerAnnounceTest, RunsOnWithoutAnAvahiDaemon) {
         GTEST_SKIP() << "an Avahi daemon runs here";
     }
     LogCapture log;
-    WiFiUploadServer::Options options;
-    options.loopbackOnly = true;
+    WiFiUploadServer::Options options = loopbackOptions();
+    options.announce = true;
     WiFiUploadServer server(options);
     ASSERT_TRUE(server.startWithPort(0, QStringLiteral("WiFi Sync Server")));
     EXPECT_EQ(log.lines().filter(QRegularExpression("^Bonjour announcement skipped: .+")).size(), 1)

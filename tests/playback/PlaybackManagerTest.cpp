@@ -65,6 +65,10 @@ struct RecordingPublisher : NowPlayingPublisher {
 struct ScriptedRandom {
     std::vector<quint64> words;
     size_t draws = 0;
+    void script(std::vector<quint64> next) {
+        words = std::move(next);
+        draws = 0;
+    }
     PlaybackManager::RandomSource source() {
         return [this]() -> quint64 {
             if (draws >= words.size()) {
@@ -261,18 +265,7 @@ TEST_F(PlaybackManagerTest, RepeatModes) {
     EXPECT_EQ(delegate.events.last(), "start");
 }
 
-TEST_F(PlaybackManagerTest, PreviousAtTheFirstTrackWithRepeatOffStops) {
-    startQueue({track("a", 2.0), track("b", 2.0)});
-    EXPECT_FALSE(manager.canGoPrevious());
-    EXPECT_TRUE(manager.canGoNext());
-    manager.previous();
-    EXPECT_EQ(manager.state(), State::stopped);
-    EXPECT_EQ(manager.currentIndex(), 0);
-    EXPECT_EQ(delegate.events.last(), "stop");
-    EXPECT_FALSE(manager.audioPlayerNode().isPlaying());
-}
-
-TEST_F(PlaybackManagerTest, NavigationAvailability) {
+TEST_F(PlaybackManagerTest, NavigationAvailabilityAndPreviousAtTheFirstTrack) {
     EXPECT_FALSE(manager.canGoNext());
     EXPECT_FALSE(manager.canGoPrevious());
     manager.setShuffleEnabled(true);
@@ -294,6 +287,17 @@ TEST_F(PlaybackManagerTest, NavigationAvailability) {
     manager.setShuffleEnabled(true);
     EXPECT_TRUE(manager.canGoNext());
     EXPECT_TRUE(manager.canGoPrevious());
+
+    // Previous at the first track with repeat off stops.
+    manager.setShuffleEnabled(false);
+    startQueue({track("a", 2.0), track("b", 2.0)});
+    EXPECT_FALSE(manager.canGoPrevious());
+    EXPECT_TRUE(manager.canGoNext());
+    manager.previous();
+    EXPECT_EQ(manager.state(), State::stopped);
+    EXPECT_EQ(manager.currentIndex(), 0);
+    EXPECT_EQ(delegate.events.last(), "stop");
+    EXPECT_FALSE(manager.audioPlayerNode().isPlaying());
 }
 
 TEST_F(PlaybackManagerTest, ShufflePicksAndSidestepsTheCurrentTrack) {
@@ -341,17 +345,6 @@ TEST_F(PlaybackManagerTest, ShuffleOnOneTrackOrAtTheFirstTrackComesBackToIndexZe
     EXPECT_EQ(manager.currentIndex(), 2);
 }
 
-TEST_F(PlaybackManagerTest, ShuffleWithAnEmptyQueueStopsInsteadOfCrashing) {
-    manager.setShuffleEnabled(true);
-    manager.next();
-    EXPECT_EQ(manager.state(), State::stopped);
-    EXPECT_EQ(delegate.events, QStringList{"stop"});
-    manager.previous();
-    EXPECT_EQ(delegate.events, (QStringList{"stop", "stop"}));
-    EXPECT_EQ(manager.handleNextTrackCommand(),
-              PlaybackManager::RemoteCommandStatus::commandFailed);
-}
-
 TEST(PlaybackManagerRandom, MultiplyAndRejectIsExactAtTheEdges) {
     PlaybackManager manager(std::make_unique<OfflineAudioOutput>());
     ScriptedRandom random;
@@ -362,19 +355,16 @@ TEST(PlaybackManagerRandom, MultiplyAndRejectIsExactAtTheEdges) {
     EXPECT_EQ(manager.randomIndex(3), 2);
     EXPECT_EQ(random.draws, 2u);
     // The smallest word that is kept.
-    random.words = {1};
-    random.draws = 0;
+    random.script({1});
     EXPECT_EQ(manager.randomIndex(3), 0);
     EXPECT_EQ(random.draws, 1u);
     // Powers of two never redraw.
-    random.words = {0, 1ull << 62, 3ull << 62};
-    random.draws = 0;
+    random.script({0, 1ull << 62, 3ull << 62});
     EXPECT_EQ(manager.randomIndex(4), 0);
     EXPECT_EQ(manager.randomIndex(4), 1);
     EXPECT_EQ(manager.randomIndex(4), 3);
     EXPECT_EQ(random.draws, 3u);
-    random.words = {12345};
-    random.draws = 0;
+    random.script({12345});
     EXPECT_EQ(manager.randomIndex(1), 0);
 }
 
@@ -611,7 +601,7 @@ TEST_F(PlaybackManagerTest, NowPlayingInfoAtTrackChangeCarriesTheTimeOfTheTrackB
     EXPECT_EQ(publisher->published.last().elapsedPlaybackTime, -1.0);
 }
 
-TEST_F(PlaybackManagerTest, NowPlayingInfoWithAnEmptyQueue) {
+TEST_F(PlaybackManagerTest, AnEmptyQueuePublishesAnEmptyEntryAndStopsOnNext) {
     manager.pause();
     ASSERT_EQ(publisher->published.size(), 1);
     const NowPlayingInfo info = publisher->published.last();
@@ -627,6 +617,16 @@ TEST_F(PlaybackManagerTest, NowPlayingInfoWithAnEmptyQueue) {
     EXPECT_EQ(publisher->published.size(), 2);
     EXPECT_TRUE(delegate.events.isEmpty());
     EXPECT_EQ(manager.state(), State::stopped);
+
+    // Shuffle with an empty queue stops instead of crashing.
+    manager.setShuffleEnabled(true);
+    manager.next();
+    EXPECT_EQ(manager.state(), State::stopped);
+    EXPECT_EQ(delegate.events, QStringList{"stop"});
+    manager.previous();
+    EXPECT_EQ(delegate.events, (QStringList{"stop", "stop"}));
+    EXPECT_EQ(manager.handleNextTrackCommand(),
+              PlaybackManager::RemoteCommandStatus::commandFailed);
 }
 
 TEST_F(PlaybackManagerTest, RemoteCommandsReportWhetherTheNodeEndedUpAsAsked) {

@@ -46,15 +46,17 @@ TEST(TrackFromFile, NoFileMeansNoTrack) {
     EXPECT_EQ(Track::fromFile("", testHome() + "/no such directory"), nullptr);
 }
 
-TEST(TrackFromFile, UntaggedAndUnreadableFilesGetTheDefaults) {
+TEST(TrackFromFile, UntaggedAndUnreadableFilesGetTheDefaultsAndTheMusicFolder) {
     const QString directory = testHome() + "/elsewhere";
-    writeFile(directory + "/plain.wav", pcmWav(800));
+    writeFile(directory + "/plain a.wav", pcmWav(800));
     writeFile(directory + "/notes.mp3", "these are not audio bytes");
-    for (const QString& name : {QString("plain.wav"), QString("notes.mp3")}) {
+    for (const QString& name : {QString("plain a.wav"), QString("notes.mp3")}) {
         SCOPED_TRACE(name.toStdString());
         const TrackPtr track = Track::fromFile(name, directory);
         ASSERT_NE(track, nullptr);
         EXPECT_EQ(track->fileName, name);
+        // Whatever folder it was read from, a file track lives in the music folder.
+        EXPECT_EQ(track->url(), downloadedMusicDirectory() + "/" + name);
         EXPECT_EQ(fieldsOf(*track), (QStringList{name, "Unknown Album", "Unknown Artist", "N/A"}));
         EXPECT_FALSE(track->mediaLibraryItem);
         EXPECT_FALSE(track->mediaLibaryLocalPath || track->mediaItem || track->mediaLibraryID);
@@ -62,7 +64,7 @@ TEST(TrackFromFile, UntaggedAndUnreadableFilesGetTheDefaults) {
     }
     // Bytes nothing can decode have no length: the invalid time.
     EXPECT_TRUE(std::isnan(Track::fromFile("notes.mp3", directory)->duration));
-    EXPECT_DOUBLE_EQ(Track::fromFile("plain.wav", directory)->duration, 0.1);
+    EXPECT_DOUBLE_EQ(Track::fromFile("plain a.wav", directory)->duration, 0.1);
 }
 
 TEST(TrackFromFile, DurationIsTheLengthOfTheAudio) {
@@ -115,14 +117,6 @@ TEST(TrackFromMediaItem, MissingTextsAndAssets) {
 
     item.assetURL.reset();
     EXPECT_EQ(Track::fromMediaItem(item), nullptr);
-}
-
-TEST(TrackUrl, FileTracksLiveInTheMusicFolder) {
-    const QString directory = testHome() + "/elsewhere";
-    writeFile(directory + "/a b.wav", pcmWav(10));
-    const TrackPtr track = Track::fromFile("a b.wav", directory);
-    ASSERT_NE(track, nullptr);
-    EXPECT_EQ(track->url(), downloadedMusicDirectory() + "/a b.wav");
 }
 
 TEST(TrackUrlDeathTest, LibraryTrackWithoutAssetPathIsAProgrammingError) {

@@ -171,35 +171,6 @@ TEST(Equalizer, BandFollowsThePeakingResponseAtItsCentreAndItsEdges) {
     }
 }
 
-TEST(Equalizer, UnitsInSeriesAddUpInDecibels) {
-    const std::vector<double> probes{60, 150, 230, 910, 2000, 3000, 14000};
-    std::vector<std::unique_ptr<AudioUnitEQ>> units;
-    const std::vector<std::vector<float>> shapes{
-        {5, 3, -1, 3, 5}, {6, -4, 0, 2, 4}, {-3, 2, 7, -6, 1}};
-    for (const auto& gains : shapes) {
-        units.push_back(std::make_unique<AudioUnitEQ>(5));
-        configure(*units.back(), standardBands(gains));
-        units.back()->setGlobalGain(-2.0f);
-        units.back()->prepare(kRate, 512);
-    }
-    std::vector<double> expected(probes.size(), 0.0);
-    for (auto& unit : units) {
-        const std::vector<double> alone = measureGains({unit.get()}, probes);
-        unit->reset();
-        for (size_t i = 0; i < probes.size(); ++i) {
-            expected[i] += alone[i];
-        }
-    }
-    const std::vector<double> chain =
-        measureGains({units[0].get(), units[1].get(), units[2].get()}, probes);
-    for (size_t i = 0; i < probes.size(); ++i) {
-        EXPECT_NEAR(chain[i], expected[i], 0.02) << probes[i] << " Hz";
-    }
-    // The sum is far from flat, so the comparison above means something.
-    const auto [lowest, highest] = std::minmax_element(expected.begin(), expected.end());
-    EXPECT_GT(*highest - *lowest, 10.0);
-}
-
 TEST(Equalizer, AllGainsZeroIsBitTransparent) {
     // Below full scale in every form: loud, quiet, tiny, subnormal, signed zero.
     Stereo input = noise(2 * kSecond, 0.999f, 7);

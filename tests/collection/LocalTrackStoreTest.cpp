@@ -40,6 +40,18 @@ ScanResult scanNew(const std::shared_ptr<TrackListState>& state) {
     return runScan(state, LocalTrackStore::scanNewTracks);
 }
 
+ScanResult scanArtist(const std::shared_ptr<TrackListState>& state, const QString& name) {
+    return runScan(state, [name](auto weak, auto done) {
+        LocalTrackStore::scanTracksForArtist(weak, name, done);
+    });
+}
+
+ScanResult scanAlbum(const std::shared_ptr<TrackListState>& state, const QString& name) {
+    return runScan(state, [name](auto weak, auto done) {
+        LocalTrackStore::scanTracksForAlbum(weak, name, done);
+    });
+}
+
 QStringList fileNamesOf(const QList<TrackPtr>& tracks) {
     QStringList names;
     for (const TrackPtr& track : tracks) {
@@ -145,9 +157,7 @@ TEST(IncrementalScan, UnlistableFolderGivesNothingAndLeavesItems) {
     EXPECT_EQ(state->items.size(), 1);
     EXPECT_TRUE(log.lines().isEmpty());
 
-    const ScanResult artist = runScan(
-        state, [](auto weak, auto done) { LocalTrackStore::scanTracksForArtist(weak, "A", done); });
-    EXPECT_TRUE(artist.tracks.isEmpty());
+    EXPECT_TRUE(scanArtist(state, "A").tracks.isEmpty());
     EXPECT_TRUE(state->items.isEmpty());
     ASSERT_EQ(log.lines().size(), 1);
     EXPECT_TRUE(log.lines().first().startsWith("Error reading contents of directory: "));
@@ -186,27 +196,17 @@ TEST(Scans, ArtistAndAlbumMatchTheTagTextExactlyWithFreshObjects) {
     state->items = scanNew(state).tracks;
     const QList<TrackPtr> before = state->items;
 
-    const auto artist = [&](const QString& name) {
-        return runScan(state, [name](auto weak, auto done) {
-            LocalTrackStore::scanTracksForArtist(weak, name, done);
-        });
-    };
-    const auto album = [&](const QString& name) {
-        return runScan(state, [name](auto weak, auto done) {
-            LocalTrackStore::scanTracksForAlbum(weak, name, done);
-        });
-    };
-    const ScanResult miles = artist("Miles");
+    const ScanResult miles = scanArtist(state, "Miles");
     EXPECT_EQ(fileNamesOf(miles.tracks), QStringList{"1.wav"});
     EXPECT_TRUE(state->items.isEmpty());
     EXPECT_FALSE(before.contains(miles.tracks.first()));
-    EXPECT_NE(miles.tracks.first(), artist("Miles").tracks.first());
+    EXPECT_NE(miles.tracks.first(), scanArtist(state, "Miles").tracks.first());
 
-    QStringList blue = fileNamesOf(album("Blue").tracks);
+    QStringList blue = fileNamesOf(scanAlbum(state, "Blue").tracks);
     EXPECT_EQ(blue.size(), 2);
     EXPECT_TRUE(blue.contains("1.wav") && blue.contains("3.wav"));
-    EXPECT_EQ(fileNamesOf(artist("Unknown Artist").tracks), QStringList{"4.wav"});
-    EXPECT_TRUE(album("Nothing").tracks.isEmpty());
+    EXPECT_EQ(fileNamesOf(scanArtist(state, "Unknown Artist").tracks), QStringList{"4.wav"});
+    EXPECT_TRUE(scanAlbum(state, "Nothing").tracks.isEmpty());
 }
 
 TEST(UploadRecord, RemovesOnlyTheFirstEntryOfTheName) {

@@ -29,17 +29,6 @@ void appendLE32(QByteArray& out, quint32 value) {
     out.append(bytes, 4);
 }
 
-// The bytes of a short 16-bit mono file at 8 kHz, without any tag.
-QByteArray pcmFile(FixtureFormat format, int frames) {
-    const QString path = testHome() + "/untagged" + fixtureExtension(format);
-    EXPECT_EQ(writeAudioFixture(path, {format, frames, 8000, 1, FixtureSignal::sine(440, 0.25)}),
-              "");
-    QFile file(path);
-    const QByteArray bytes = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    file.remove();
-    return bytes;
-}
-
 TagLib::String toTagLib(const QString& text) {
     return TagLib::String(text.toStdString(), TagLib::String::UTF8);
 }
@@ -215,12 +204,23 @@ bool writeMp4(const QString& path, const TagSpec& spec) {
 
 }  // namespace
 
+QByteArray untaggedAudio(FixtureFormat format, int frames) {
+    const int rate = format == FixtureFormat::opus ? 48000 : 8000;
+    const QString path = testHome() + "/untagged" + fixtureExtension(format);
+    EXPECT_EQ(writeAudioFixture(path, {format, frames, rate, 1, FixtureSignal::sine(440, 0.25)}),
+              "");
+    QFile file(path);
+    const QByteArray bytes = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    file.remove();
+    return bytes;
+}
+
 QByteArray pcmWav(int frames) {
-    return pcmFile(FixtureFormat::wav, frames);
+    return untaggedAudio(FixtureFormat::wav, frames);
 }
 
 QByteArray pcmAiff(int frames) {
-    return pcmFile(FixtureFormat::aiff, frames);
+    return untaggedAudio(FixtureFormat::aiff, frames);
 }
 
 QByteArray flacBlock(int type, bool last, const QByteArray& data) {

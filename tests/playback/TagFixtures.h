@@ -7,6 +7,8 @@
 #include <QString>
 #include <optional>
 
+#include "AudioFixtures.h"
+
 // What a test wants a file's tag to say. Absent fields are not written at
 // all; an empty string is written as a present, empty field.
 struct TagSpec {
@@ -19,7 +21,10 @@ struct TagSpec {
     std::optional<QByteArray> backCover = std::nullopt;
 };
 
-// Short 16-bit mono PCM at 8 kHz, without any tag.
+// The bytes of a short mono file of `format` (at 8 kHz, Opus at 48 kHz),
+// without any tag.
+QByteArray untaggedAudio(FixtureFormat format, int frames);
+// The same for 16-bit PCM.
 QByteArray pcmWav(int frames);
 QByteArray pcmAiff(int frames);
 // MPEG-1 Layer III frames of silence (mono, 44.1 kHz, 1152 samples each),

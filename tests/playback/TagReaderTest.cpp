@@ -69,11 +69,16 @@ TEST_P(TagReaderFormat, ReadsFieldsAndTheFrontCoverOnly) {
     EXPECT_FALSE(TagReader::readFrontCover(path));
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, TagReaderFormat,
-                         ::testing::Values(Format{"wav", [] { return pcmWav(400); }},
-                                           Format{"aif", [] { return pcmAiff(400); }},
-                                           Format{"mp3", [] { return silentMp3(4); }}),
-                         [](const auto& info) { return std::string(info.param.suffix); });
+INSTANTIATE_TEST_SUITE_P(
+    Formats, TagReaderFormat,
+    ::testing::Values(Format{"wav", [] { return pcmWav(400); }},
+                      Format{"aif", [] { return pcmAiff(400); }},
+                      Format{"mp3", [] { return silentMp3(4); }},
+                      Format{"flac", [] { return untaggedAudio(FixtureFormat::flac, 4000); }},
+                      Format{"ogg", [] { return untaggedAudio(FixtureFormat::oggVorbis, 4000); }},
+                      Format{"opus", [] { return untaggedAudio(FixtureFormat::opus, 4000); }},
+                      Format{"m4a", [] { return untaggedAudio(FixtureFormat::m4aAac, 4000); }}),
+    [](const auto& info) { return std::string(info.param.suffix); });
 
 TEST(TagReader, WavInfoChunkBacksUpId3) {
     const QString path = testHome() + "/info.wav";

@@ -109,14 +109,7 @@ float maxDifference(const std::vector<float>& actual, const DecodedAudio& refere
 // substitution draws from a generator whose state a jump resets, and Opus
 // carries energy and pitch state a long way.
 float seekTolerance(FixtureFormat format) {
-    switch (format) {
-        case FixtureFormat::m4aAac:
-            return 1e-3f;
-        case FixtureFormat::opus:
-            return 1e-3f;
-        default:
-            return 0.0f;
-    }
+    return format == FixtureFormat::m4aAac || format == FixtureFormat::opus ? 1e-3f : 0.0f;
 }
 
 class EveryFormat : public testing::TestWithParam<FixtureFormat> {};

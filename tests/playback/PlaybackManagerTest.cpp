@@ -428,32 +428,23 @@ TEST_F(PlaybackManagerTest, SeekArithmetic) {
     EXPECT_EQ(manager.currentTime(), 0.0);
 
     render(kBlock);
-    log.clear();
-    manager.seekTo(10.0);
-    EXPECT_EQ(manager.currentTime(), 10.0);
-    EXPECT_EQ(log.lines(),
-              QStringList{"Scheduling segment: startingFrame: 441000, frameCount: 8379000"});
-    EXPECT_EQ(delegate.times.last(), 10.0);
-
-    log.clear();
-    manager.seekTo(-5.0);
-    EXPECT_EQ(manager.currentTime(), 0.0);
-    EXPECT_EQ(log.lines(),
-              QStringList{"Scheduling segment: startingFrame: 0, frameCount: 8820000"});
-
-    // Past the end of the audio in the file, the time still moves.
-    song->duration = 100.0;
-    log.clear();
-    manager.seekTo(1000.0);
-    EXPECT_EQ(manager.currentTime(), 99.99);
-    EXPECT_EQ(log.lines(),
-              QStringList{"Invalid newSampleTime: 4409559 for audio file length: 463050"});
-
-    song->duration = 0.0;
-    log.clear();
-    manager.seekTo(3.0);
-    EXPECT_EQ(manager.currentTime(), 0.0);
-    EXPECT_EQ(log.lines(), QStringList{"No frames to play or invalid values"});
+    // The track's duration, where to, the time that results and the log line.
+    const std::tuple<double, double, double, QString> seeks[] = {
+        {200.0, 10.0, 10.0, "Scheduling segment: startingFrame: 441000, frameCount: 8379000"},
+        {200.0, -5.0, 0.0, "Scheduling segment: startingFrame: 0, frameCount: 8820000"},
+        // Past the end of the audio in the file, the time still moves.
+        {100.0, 1000.0, 99.99, "Invalid newSampleTime: 4409559 for audio file length: 463050"},
+        {0.0, 3.0, 0.0, "No frames to play or invalid values"}};
+    for (const auto& [duration, to, time, line] : seeks) {
+        song->duration = duration;
+        log.clear();
+        manager.seekTo(to);
+        EXPECT_EQ(manager.currentTime(), time) << to;
+        EXPECT_EQ(log.lines(), QStringList{line});
+        if (line.startsWith("Scheduling")) {
+            EXPECT_EQ(delegate.times.last(), time);
+        }
+    }
 }
 
 TEST_F(PlaybackManagerTest, SeeksThatCannotBeRepresentedAreRefused) {

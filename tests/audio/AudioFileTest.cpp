@@ -57,12 +57,6 @@ QByteArray mangled(QByteArray bytes, int count, QRandomGenerator& generator) {
     return bytes;
 }
 
-QByteArray contents(const QString& path) {
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
-    return file.readAll();
-}
-
 // Everything a reader yields from where it stands, in chunks of an odd size
 // so that chunk and packet edges rarely meet.
 std::vector<float> readToEnd(AudioFileReader& reader, int channels, qint64 limit = -1) {
@@ -273,7 +267,7 @@ TEST(Mp3InfoTag, ReadsWholeHeadersOnly) {
     EXPECT_FALSE(counted->delay);
 
     // The same bytes cut short or shifted about never read past their end.
-    const QByteArray bytes = contents(path);
+    const QByteArray bytes = readFile(path);
     const qsizetype frameStart = bytes.indexOf("\xFF\xFB");
     ASSERT_GE(frameStart, 0);
     const QByteArray audio = bytes.mid(frameStart);
@@ -298,7 +292,7 @@ TEST(AudioFile, FilesThatAreNotAudioFailWithOneLine) {
     writeFile(home + "/noise.flac", randomBytes(64 * 1024, 7));
     // Cut inside the stream header: nothing playable is left.
     writeFile(home + "/cut.flac",
-              contents(makeFixture(FixtureFormat::flac, 44100, 2, "whole")).left(30));
+              readFile(makeFixture(FixtureFormat::flac, 44100, 2, "whole")).left(30));
     QDir().mkpath(home + "/folder.mp3");
 
     for (const QString name : {"missing.mp3", "empty.mp3", "notes.mp3", "cover.mp3", "noise.flac",
@@ -375,7 +369,7 @@ TEST(AudioFile, MangledFilesNeverBreakTheReader) {
     QRandomGenerator generator(5);
     for (const FixtureFormat format : kAllFormats) {
         SCOPED_TRACE(fixtureName(format));
-        const QByteArray bytes = contents(makeFixture(format, 20'000, 2, "intact"));
+        const QByteArray bytes = readFile(makeFixture(format, 20'000, 2, "intact"));
         for (int round = 0; round < 12; ++round) {
             const QString copy = testHome() + "/mangled" + fixtureExtension(format);
             writeFile(copy, mangled(bytes, 1 + round, generator));

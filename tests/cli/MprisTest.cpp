@@ -42,9 +42,7 @@ protected:
         ASSERT_TRUE(player.waitForStarted(5000));
         ASSERT_TRUE(waitUntil([&] { return QFile::exists(addressFile); }, 10000))
             << "the private bus did not come up";
-        QFile file(addressFile);
-        ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-        const QStringList lines = QString::fromUtf8(file.readAll()).split('\n');
+        const QStringList lines = QString::fromUtf8(readFile(addressFile)).split('\n');
         ASSERT_GE(lines.size(), 2);
         playerPid = lines[0].toLongLong();
         ASSERT_GT(playerPid, 0);

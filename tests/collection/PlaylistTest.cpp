@@ -13,12 +13,6 @@
 
 namespace {
 
-QByteArray fileBytes(const QString& path) {
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << qPrintable(path);
-    return file.readAll();
-}
-
 Playlist parsed(const QByteArray& text) {
     writeFile(QDir(playlistsDirectory()).filePath("P.m3u8"), text);
     const std::optional<Playlist> playlist = Playlist::fromFile("P.m3u8", playlistsDirectory());
@@ -135,7 +129,7 @@ TEST(PlaylistsManager, SaveWritesRecordsAndNotifiesOnlyWhenAsked) {
 
     Playlist playlist{Playlist::newId(), "Road", {}, false};
     EXPECT_TRUE(manager.savePlaylist(playlist, true));
-    EXPECT_EQ(fileBytes(QDir(playlistsDirectory()).filePath(playlist.id)),
+    EXPECT_EQ(readFile(QDir(playlistsDirectory()).filePath(playlist.id)),
               "#EXTM3U\n#EXTINF:name=Road\n");
     ASSERT_EQ(posted.size(), 1);
     EXPECT_EQ(posted.first().name, "Road");

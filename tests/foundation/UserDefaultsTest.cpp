@@ -84,9 +84,7 @@ TEST(UserDefaults, DamagedFileIsKeptAsideAndDefaultsApply) {
     UserDefaults defaults(storePath());
     EXPECT_FALSE(defaults.objectForKey("anything"));
     EXPECT_EQ(log.lines().size(), 1);
-    QFile aside(storePath() + ".damaged");
-    ASSERT_TRUE(aside.open(QIODevice::ReadOnly));
-    EXPECT_EQ(aside.readAll(), "{ this is not json");
+    EXPECT_EQ(readFile(storePath() + ".damaged"), "{ this is not json");
     defaults.setBool(true, "fresh");
     EXPECT_TRUE(UserDefaults(storePath()).boolForKey("fresh"));
 }

@@ -80,9 +80,7 @@ protected:
 };
 
 TEST_F(UploadServerTest, ServesThePageByteForByteAsHtml) {
-    QFile resource(QStringLiteral(":/index.html"));
-    ASSERT_TRUE(resource.open(QIODevice::ReadOnly));
-    const QByteArray page = resource.readAll();
+    const QByteArray page = readFile(QStringLiteral(":/index.html"));
     EXPECT_EQ(curlRequest(port, QStringLiteral("/")), (HttpAnswer{200, "text/html", page}));
     EXPECT_TRUE(page.contains("/files"));
 }
@@ -138,11 +136,7 @@ TEST_F(UploadServerTest, EveryFilePartIsStoredUnderTheCollisionRuleAndRecorded) 
     EXPECT_EQ(answer, textAnswer(""));
 
     EXPECT_EQ(musicFiles(), (QStringList{"Song (1).mp3", "Song.mp3", "notes.txt"}));
-    QFile stored(music.filePath(QStringLiteral("Song (1).mp3")));
-    ASSERT_TRUE(stored.open(QIODevice::ReadOnly));
-    QFile original(song);
-    ASSERT_TRUE(original.open(QIODevice::ReadOnly));
-    EXPECT_EQ(stored.readAll(), original.readAll());
+    EXPECT_EQ(readFile(music.filePath(QStringLiteral("Song (1).mp3"))), readFile(song));
 
     const QJsonArray expected{entry("Song.mp3", 5000), entry("Song (1).mp3", 5000),
                               entry("notes.txt", 12)};
@@ -164,9 +158,7 @@ TEST_F(UploadServerTest, NamesTakenOnDiskCountUpAndAreNeverOverwritten) {
     const QString file = localFile(QStringLiteral("payload"), 3);
     EXPECT_EQ(curlRequest(port, "/", filePart(file, "Song.mp3")).body, QByteArray());
     EXPECT_EQ(musicFiles(), (QStringList{"Song (1).mp3", "Song (2).mp3", "Song.mp3"}));
-    QFile first(music.filePath(QStringLiteral("Song.mp3")));
-    ASSERT_TRUE(first.open(QIODevice::ReadOnly));
-    EXPECT_EQ(first.readAll(), QByteArray("x"));
+    EXPECT_EQ(readFile(music.filePath(QStringLiteral("Song.mp3"))), QByteArray("x"));
 }
 
 TEST_F(UploadServerTest, OnlyAListingReadsTheStoredRecord) {

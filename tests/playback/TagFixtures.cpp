@@ -135,12 +135,7 @@ bool writeOggComment(TagLib::Ogg::File& file, const QByteArray& packet) {
 // Rewrites the metadata blocks of a native FLAC file: STREAMINFO and other
 // blocks stay, comments, pictures and padding are replaced.
 bool writeFlacMetadata(const QString& path, const TagSpec& spec) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return false;
-    }
-    const QByteArray bytes = file.readAll();
-    file.close();
+    const QByteArray bytes = readFile(path);
     if (!bytes.startsWith("fLaC")) {
         return false;
     }
@@ -170,10 +165,8 @@ bool writeFlacMetadata(const QString& path, const TagSpec& spec) {
         out += flacBlock(blocks[i].first, i + 1 == blocks.size(), blocks[i].second);
     }
     out += bytes.mid(pos);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-        return false;
-    }
-    return file.write(out) == out.size();
+    writeFile(path, out);
+    return true;
 }
 
 // --- MP4 -------------------------------------------------------------------
@@ -209,9 +202,8 @@ QByteArray untaggedAudio(FixtureFormat format, int frames) {
     const QString path = testHome() + "/untagged" + fixtureExtension(format);
     EXPECT_EQ(writeAudioFixture(path, {format, frames, rate, 1, FixtureSignal::sine(440, 0.25)}),
               "");
-    QFile file(path);
-    const QByteArray bytes = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    file.remove();
+    const QByteArray bytes = readFile(path);
+    QFile::remove(path);
     return bytes;
 }
 

@@ -41,12 +41,7 @@ MediaItem libraryItem(const QString& assetPath) {
 
 }  // namespace
 
-TEST(TrackFromFile, NoFileMeansNoTrack) {
-    EXPECT_EQ(Track::fromFile("missing.mp3", downloadedMusicDirectory()), nullptr);
-    EXPECT_EQ(Track::fromFile("", testHome() + "/no such directory"), nullptr);
-}
-
-TEST(TrackFromFile, UntaggedAndUnreadableFilesGetTheDefaultsAndTheMusicFolder) {
+TEST(TrackFromFile, UntaggedUnreadableAndMissingFilesGetTheDefaultsAndTheLengthOfTheAudio) {
     const QString directory = testHome() + "/elsewhere";
     writeFile(directory + "/plain a.wav", pcmWav(800));
     writeFile(directory + "/notes.mp3", "these are not audio bytes");
@@ -65,10 +60,11 @@ TEST(TrackFromFile, UntaggedAndUnreadableFilesGetTheDefaultsAndTheMusicFolder) {
     // Bytes nothing can decode have no length: the invalid time.
     EXPECT_TRUE(std::isnan(Track::fromFile("notes.mp3", directory)->duration));
     EXPECT_DOUBLE_EQ(Track::fromFile("plain a.wav", directory)->duration, 0.1);
-}
 
-TEST(TrackFromFile, DurationIsTheLengthOfTheAudio) {
-    const QString directory = testHome() + "/lengths";
+    // No file means no track.
+    EXPECT_EQ(Track::fromFile("missing.mp3", downloadedMusicDirectory()), nullptr);
+    EXPECT_EQ(Track::fromFile("", testHome() + "/no such directory"), nullptr);
+
     writeFile(directory + "/short.aif", pcmAiff(400));
     writeFile(directory + "/frames.mp3", silentMp3(40));
     EXPECT_DOUBLE_EQ(Track::fromFile("short.aif", directory)->duration, 0.05);
@@ -125,7 +121,7 @@ TEST(TrackUrlDeathTest, LibraryTrackWithoutAssetPathIsAProgrammingError) {
     EXPECT_DEATH(track->url(), "mediaLibaryLocalPath");
 }
 
-TEST(TrackIdentity, EqualTracksStayDistinctInSets) {
+TEST(TrackIdentity, EqualTracksStayDistinctInSetsAndThumbnailsCompareAsImageObjects) {
     const TrackPtr a = makeTrack("Same");
     const TrackPtr b = makeTrack("Same");
     EXPECT_TRUE(*a == *b);
@@ -141,11 +137,8 @@ TEST(TrackIdentity, EqualTracksStayDistinctInSets) {
     }
     // Canonically equivalent spellings are the same text.
     EXPECT_TRUE(*makeTrack("Caf\u00e9") == *makeTrack("Cafe\u0301"));
-}
 
-TEST(TrackIdentity, ThumbnailsCompareAsImageObjects) {
-    const TrackPtr a = makeTrack("Same");
-    const TrackPtr b = makeTrack("Same");
+    // Thumbnails compare as image objects.
     QImage picture(8, 8, QImage::Format_RGB32);
     picture.fill(Qt::red);
     a->setAlbumArtThumbnail(picture);
@@ -158,7 +151,7 @@ TEST(TrackIdentity, ThumbnailsCompareAsImageObjects) {
     EXPECT_FALSE(*a == *b);
 }
 
-TEST(TrackOrder, RunsAgainstTheKeys) {
+TEST(TrackOrder, RunsAgainstTheKeysAndTheFilterMatchesTheTitleIgnoringCase) {
     // Keys are title + artist + album, no separator.
     EXPECT_EQ(makeTrack("ab", "c", "d")->sortKey(), "abcd");
     std::vector<TrackPtr> tracks{makeTrack("a"), makeTrack("c"), makeTrack("b")};
@@ -173,9 +166,8 @@ TEST(TrackOrder, RunsAgainstTheKeys) {
     // sorts after the surrogate pair.
     EXPECT_TRUE(*makeTrack("\U0001F3B5") < *makeTrack("\uFF21"));
     EXPECT_FALSE(*makeTrack("\uFF21") < *makeTrack("\U0001F3B5"));
-}
 
-TEST(TrackFilter, MatchesTheTitleIgnoringCase) {
+    // The filter matches the title, ignoring case.
     const TrackPtr track = makeTrack("Sweet Child O' Mine", "Guns", "Appetite");
     EXPECT_TRUE(track->matches("child"));
     EXPECT_TRUE(track->matches("SWEET C"));

@@ -209,22 +209,20 @@ TEST(Scans, ArtistAndAlbumMatchTheTagTextExactlyWithFreshObjects) {
     EXPECT_TRUE(scanAlbum(state, "Nothing").tracks.isEmpty());
 }
 
-TEST(UploadRecord, RemovesOnlyTheFirstEntryOfTheName) {
+TEST(UploadRecord, RemovesOnlyTheFirstEntryOfTheNameAndLeavesOtherRecordsAlone) {
+    LogCapture log;
+    removeUploadRecord("a.mp3");
+    EXPECT_EQ(log.lines(), QStringList{"No uploaded files found in UserDefaults"});
+
     writeRecord(R"([{"name":"a.mp3","size":"10"},{"size":"3"},{"name":"b.mp3","size":"20"},)"
                 R"({"name":"a.mp3","size":"30"}])");
-    LogCapture log;
+    log.clear();
     removeUploadRecord("a.mp3");
     EXPECT_EQ(log.lines(), (QStringList{"File found in uploadedFilesWithSize",
                                         "Saved updated uploadedFilesWithSize to UserDefaults"}));
     const QList<UploadEntry> expected{
         {{"size", "3"}}, {{"name", "b.mp3"}, {"size", "20"}}, {{"name", "a.mp3"}, {"size", "30"}}};
     EXPECT_EQ(UploadRecord::read(), expected);
-}
-
-TEST(UploadRecord, LeavesAbsentEmptyOrUnreadableRecordsAlone) {
-    LogCapture log;
-    removeUploadRecord("a.mp3");
-    EXPECT_EQ(log.lines(), QStringList{"No uploaded files found in UserDefaults"});
 
     for (const QByteArray& unchanged : {QByteArray("[]"), QByteArray(R"([{"name":"b"}])")}) {
         writeRecord(unchanged);

@@ -76,9 +76,8 @@ TEST(PlaylistFile, ReaderQuirks) {
     EXPECT_TRUE(crlf.fileNames.isEmpty());
     // A bare carriage return is an ordinary character of the line.
     EXPECT_EQ(parsed("#EXTINF:name=R\na.mp3\r\rb.mp3\n").fileNames, (Names{"a.mp3\r\rb.mp3"}));
-}
 
-TEST(PlaylistFile, UnreadableOrNonUtf8FileGivesNoPlaylist) {
+    // An unreadable or non-UTF-8 file gives no playlist.
     EXPECT_FALSE(Playlist::fromFile("missing.m3u8", playlistsDirectory()).has_value());
     writeFile(QDir(playlistsDirectory()).filePath("bad.m3u8"), "#EXTM3U\n\xff\xfe\x80.mp3\n");
     EXPECT_FALSE(Playlist::fromFile("bad.m3u8", playlistsDirectory()).has_value());

@@ -80,9 +80,14 @@ std::vector<qint64> run(qint64 first, qint64 count) {
     return frames;
 }
 
-std::vector<qint64> concat(std::vector<qint64> a, const std::vector<qint64>& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
+// The runs one after the other, padded with silence to `frames`.
+std::vector<qint64> concat(std::initializer_list<std::vector<qint64>> runs, size_t frames) {
+    std::vector<qint64> all;
+    for (const auto& part : runs) {
+        all.insert(all.end(), part.begin(), part.end());
+    }
+    all.resize(frames, -1);
+    return all;
 }
 
 }  // namespace
@@ -99,12 +104,8 @@ TEST(AudioPlayerNode, SegmentsPlaySampleExactlyOneAfterTheOther) {
     rig.player.play();
     rig.render(8000);
     const auto frames = framesOf(rig.played());
-    auto expected = run(12345, 3000);
-    expected = concat(expected, {0, 19999});
-    expected = concat(expected, run(1023, 1026));
-    expected = concat(expected, run(19990, 10));
-    expected.resize(8000, -1);
-    EXPECT_EQ(frames, expected);
+    EXPECT_EQ(frames,
+              concat({run(12345, 3000), {0, 19999}, run(1023, 1026), run(19990, 10)}, 8000));
     EXPECT_TRUE(rig.player.isDrained());
 }
 
@@ -121,10 +122,8 @@ TEST(AudioPlayerNode, StopDropsWhatWasScheduledAndDecodedAhead) {
     rig.player.scheduleSegment(file, 50000, 700);
     rig.player.play();
     rig.render(1000);
-    auto expected = concat(run(0, 1000), std::vector<qint64>(300, -1));
-    expected = concat(expected, run(50000, 700));
-    expected.resize(2300, -1);
-    EXPECT_EQ(framesOf(rig.played()), expected);
+    EXPECT_EQ(framesOf(rig.played()),
+              concat({run(0, 1000), std::vector<qint64>(300, -1), run(50000, 700)}, 2300));
 }
 
 TEST(AudioPlayerNode, PauseHoldsThePositionAndPlayGoesOn) {
@@ -135,8 +134,8 @@ TEST(AudioPlayerNode, PauseHoldsThePositionAndPlayGoesOn) {
     rig.render(500);
     rig.player.play();
     rig.render(500);
-    auto expected = concat(run(0, 777), std::vector<qint64>(500, -1));
-    EXPECT_EQ(framesOf(rig.played()), concat(expected, run(777, 500)));
+    EXPECT_EQ(framesOf(rig.played()),
+              concat({run(0, 777), std::vector<qint64>(500, -1), run(777, 500)}, 1777));
 }
 
 TEST(AudioPlayerNode, MonoPlaysAtFullLevelOnBothChannels) {

@@ -20,20 +20,6 @@ class MprisServiceTest : public ::testing::Test {
 protected:
     void SetUp() override { manager.setNowPlayingPublisher(service); }
 
-    // A second of sine in the music folder, which the queue believes lasts `duration`.
-    TrackPtr track(const QString& title, double duration) {
-        TrackPtr result = makeTrack(title);
-        result->duration = duration;
-        EXPECT_EQ(writeAudioFixture(result->url(), AudioFixture{}), QString());
-        return result;
-    }
-
-    void startQueue(const QList<TrackPtr>& queue) {
-        manager.setCurrentIndex(0);
-        manager.setCurrentPlaylist(queue);
-        manager.playCurrentTrack();
-    }
-
     QString trackId() const {
         return service->metadata().value("mpris:trackid").value<QDBusObjectPath>().path();
     }
@@ -58,12 +44,12 @@ TEST_F(MprisServiceTest, NothingQueuedPublishesAnEmptyPausedEntry) {
 }
 
 TEST_F(MprisServiceTest, ATrackPublishesItsTitleLengthIdAndCover) {
-    const TrackPtr first = track("first", 30.25);
-    const TrackPtr second = track("second", 12.0);
+    const TrackPtr first = queuedTrack("first", 30.25);
+    const TrackPtr second = queuedTrack("second", 12.0);
     QImage cover(24, 16, QImage::Format_RGB32);
     cover.fill(Qt::blue);
     first->setAlbumArtThumbnail(cover);
-    startQueue({first, second});
+    startQueue(manager, {first, second});
 
     EXPECT_EQ(service->playbackStatus(), "Playing");
     QVariantMap metadata = service->metadata();
@@ -92,7 +78,7 @@ TEST_F(MprisServiceTest, ATrackPublishesItsTitleLengthIdAndCover) {
 }
 
 TEST_F(MprisServiceTest, PlayPauseFollowsThePlayerNode) {
-    startQueue({track("only", 30.0)});
+    startQueue(manager, {queuedTrack("only", 30.0)});
     ASSERT_TRUE(manager.audioPlayerNode().isPlaying());
     service->playPause();
     EXPECT_FALSE(manager.audioPlayerNode().isPlaying());

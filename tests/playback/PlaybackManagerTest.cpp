@@ -22,21 +22,6 @@ constexpr int kBlock = 512;
 using State = PlaybackManager::State;
 using RepeatMode = PlaybackManager::RepeatMode;
 
-// A track the queue believes lasts `duration`, whose file in the music folder
-// holds `audioSeconds` of a stereo WAV whose every frame tells its own index
-// (no file for 0).
-TrackPtr track(const QString& title, double duration, double audioSeconds = 1.0) {
-    TrackPtr result = makeTrack(title);
-    result->duration = duration;
-    if (audioSeconds > 0) {
-        AudioFixture fixture;
-        fixture.frames = qint64(audioSeconds * kRate);
-        fixture.signal = FixtureSignal::framePattern();
-        EXPECT_EQ(writeAudioFixture(result->url(), fixture), QString());
-    }
-    return result;
-}
-
 // A word the multiply-and-reject pick maps to `pick` out of `count`, well
 // clear of the rejection zone.
 quint64 wordPicking(int pick, int count) {
@@ -100,12 +85,6 @@ private:
     bool m_startSucceeds;
 };
 
-void startQueue(PlaybackManager& manager, const QList<TrackPtr>& queue, int index = 0) {
-    manager.setCurrentIndex(index);
-    manager.setCurrentPlaylist(queue);
-    manager.playCurrentTrack();
-}
-
 class PlaybackManagerTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -114,7 +93,7 @@ protected:
     }
 
     TrackPtr unreadableTrack(const QString& title) {
-        TrackPtr result = track(title, 10.0, 0);
+        TrackPtr result = queuedTrack(title, 10.0, 0);
         writeFile(result->url(), "this is no audio file, whatever its name says");
         return result;
     }
@@ -170,8 +149,8 @@ TEST_F(PlaybackManagerTest, GraphIsBuiltWithFiveBandUnitsAtTheFixedFrequencies) 
 }
 
 TEST_F(PlaybackManagerTest, TrackEndsByTheCountAndTheQueueMovesOn) {
-    const TrackPtr first = track("first", 3.0);
-    const TrackPtr second = track("second", 2.0);
+    const TrackPtr first = queuedTrack("first", 3.0);
+    const TrackPtr second = queuedTrack("second", 2.0);
     startQueue({first, second});
 
     EXPECT_EQ(manager.state(), State::playing);
@@ -211,7 +190,7 @@ TEST_F(PlaybackManagerTest, TrackEndsByTheCountAndTheQueueMovesOn) {
 }
 
 TEST_F(PlaybackManagerTest, DelegateSeesZeroForNoPositionAndNeverATimePastTheEnd) {
-    startQueue({track("short", 2.5)});
+    startQueue({queuedTrack("short", 2.5)});
     tick(3);
     // The count itself runs past the end; what the screen is told does not.
     EXPECT_EQ(manager.currentTime(), 3.0);
@@ -223,7 +202,7 @@ TEST_F(PlaybackManagerTest, DelegateSeesZeroForNoPositionAndNeverATimePastTheEnd
 }
 
 TEST_F(PlaybackManagerTest, StartingTheClockTwiceKeepsOneClock) {
-    startQueue({track("song", 10.0)});
+    startQueue({queuedTrack("song", 10.0)});
     ASSERT_EQ(manager.currentTime(), 0.0);
     manager.startElapsedTimeTimer();
     // A second clock would have fired its first tick at once.
@@ -235,9 +214,9 @@ TEST_F(PlaybackManagerTest, StartingTheClockTwiceKeepsOneClock) {
 }
 
 TEST_F(PlaybackManagerTest, RepeatModes) {
-    const TrackPtr a = track("a", 2.0);
-    const TrackPtr b = track("b", 2.0);
-    const TrackPtr c = track("c", 2.0);
+    const TrackPtr a = queuedTrack("a", 2.0);
+    const TrackPtr b = queuedTrack("b", 2.0);
+    const TrackPtr c = queuedTrack("c", 2.0);
     startQueue({a, b, c}, 2);
     render(kBlock);
 
@@ -277,7 +256,7 @@ TEST_F(PlaybackManagerTest, NavigationAvailabilityAndPreviousAtTheFirstTrack) {
     manager.setShuffleEnabled(false);
     manager.setRepeatMode(RepeatMode::off);
     manager.setCurrentIndex(0);
-    manager.setCurrentPlaylist({track("only", 1.0, 0)});
+    manager.setCurrentPlaylist({queuedTrack("only", 1.0, 0)});
     EXPECT_FALSE(manager.canGoNext());
     EXPECT_FALSE(manager.canGoPrevious());
     manager.setRepeatMode(RepeatMode::one);
@@ -290,7 +269,7 @@ TEST_F(PlaybackManagerTest, NavigationAvailabilityAndPreviousAtTheFirstTrack) {
 
     // Previous at the first track with repeat off stops.
     manager.setShuffleEnabled(false);
-    startQueue({track("a", 2.0), track("b", 2.0)});
+    startQueue({queuedTrack("a", 2.0), queuedTrack("b", 2.0)});
     EXPECT_FALSE(manager.canGoPrevious());
     EXPECT_TRUE(manager.canGoNext());
     manager.previous();
@@ -305,7 +284,9 @@ TEST_F(PlaybackManagerTest, ShufflePicksAndSidestepsTheCurrentTrack) {
     random.words = {wordPicking(3, 4), wordPicking(3, 4), wordPicking(3, 4), wordPicking(1, 4)};
     manager.setRandomSource(random.source());
     manager.setShuffleEnabled(true);
-    startQueue({track("a", 2.0), track("b", 2.0), track("c", 2.0), track("d", 2.0)}, 1);
+    startQueue({queuedTrack("a", 2.0), queuedTrack("b", 2.0), queuedTrack("c", 2.0),
+                queuedTrack("d", 2.0)},
+               1);
 
     manager.next();
     EXPECT_EQ(manager.currentIndex(), 3);
@@ -327,14 +308,14 @@ TEST_F(PlaybackManagerTest, ShuffleOnOneTrackOrAtTheFirstTrackComesBackToIndexZe
     random.words = {0, wordPicking(0, 3)};
     manager.setRandomSource(random.source());
     manager.setShuffleEnabled(true);
-    const TrackPtr only = track("only", 2.0);
+    const TrackPtr only = queuedTrack("only", 2.0);
     startQueue({only});
     delegate.events.clear();
     manager.next();
     EXPECT_EQ(manager.currentIndex(), 0);
     EXPECT_EQ(delegate.events, (QStringList{"track only", "start"}));
 
-    manager.setCurrentPlaylist({only, track("other", 2.0), track("third", 2.0)});
+    manager.setCurrentPlaylist({only, queuedTrack("other", 2.0), queuedTrack("third", 2.0)});
     // Pick 0 at index 0: previous() goes to -1, which plays the first track,
     // where without shuffle and with repeat on it would play the last.
     manager.previous();
@@ -369,7 +350,7 @@ TEST(PlaybackManagerRandom, MultiplyAndRejectIsExactAtTheEdges) {
 }
 
 TEST_F(PlaybackManagerTest, PauseAndResumeGoOnFromTheCountedTime) {
-    startQueue({track("song", 5.0, 5.0)});
+    startQueue({queuedTrack("song", 5.0, 5.0)});
     render(kBlock);
     tick(2);
     ASSERT_EQ(manager.currentTime(), 2.0);
@@ -405,7 +386,7 @@ TEST_F(PlaybackManagerTest, PauseAndResumeGoOnFromTheCountedTime) {
 }
 
 TEST_F(PlaybackManagerTest, SeekDuringAPauseLeavesTheStateAlone) {
-    startQueue({track("song", 5.0, 5.0)});
+    startQueue({queuedTrack("song", 5.0, 5.0)});
     render(kBlock);
     manager.pause();
     manager.seekTo(1.0);
@@ -419,7 +400,7 @@ TEST_F(PlaybackManagerTest, SeekDuringAPauseLeavesTheStateAlone) {
 }
 
 TEST_F(PlaybackManagerTest, SeekArithmetic) {
-    const TrackPtr song = track("song", 200.0, 10.5);
+    const TrackPtr song = queuedTrack("song", 200.0, 10.5);
     startQueue({song});
 
     // Before the first render there is no render time: nothing moves.
@@ -448,7 +429,7 @@ TEST_F(PlaybackManagerTest, SeekArithmetic) {
 }
 
 TEST_F(PlaybackManagerTest, SeeksThatCannotBeRepresentedAreRefused) {
-    const TrackPtr song = track("song", 5.0);
+    const TrackPtr song = queuedTrack("song", 5.0);
     startQueue({song});
     render(kBlock);
 
@@ -476,8 +457,8 @@ TEST_F(PlaybackManagerTest, SeeksThatCannotBeRepresentedAreRefused) {
 }
 
 TEST_F(PlaybackManagerTest, UnreadableTracksLeaveTheQueue) {
-    const TrackPtr good = track("good", 4.0);
-    const TrackPtr missing = track("missing", 4.0, 0);
+    const TrackPtr good = queuedTrack("good", 4.0);
+    const TrackPtr missing = queuedTrack("missing", 4.0, 0);
     // A null entry is a caller's slip; it is left out of the queue.
     startQueue({unreadableTrack("bad"), nullptr, missing, good});
     EXPECT_EQ(manager.currentPlaylist(), QList<TrackPtr>{good});
@@ -488,7 +469,7 @@ TEST_F(PlaybackManagerTest, UnreadableTracksLeaveTheQueue) {
 }
 
 TEST_F(PlaybackManagerTest, AQueueOfUnreadableTracksEndsEmptyAndSilent) {
-    startQueue({unreadableTrack("bad"), track("missing", 4.0, 0)}, 1);
+    startQueue({unreadableTrack("bad"), queuedTrack("missing", 4.0, 0)}, 1);
     EXPECT_TRUE(manager.currentPlaylist().isEmpty());
     EXPECT_EQ(manager.state(), State::stopped);
     EXPECT_TRUE(delegate.events.isEmpty());
@@ -505,7 +486,7 @@ TEST(PlaybackManagerEngine, AnEngineThatWillNotRunStopsPlaybackOrLeavesTheStateA
         RecordingDelegate delegate;
         manager.setDelegate(&delegate);
         log.clear();
-        startQueue(manager, {track("song", 3.0, 0.1)});
+        startQueue(manager, {queuedTrack("song", 3.0, 0.1)});
         EXPECT_EQ(manager.state(), State::stopped);
         if (startSucceeds) {
             // The track stays scheduled, and no clock runs.
@@ -526,7 +507,7 @@ TEST(PlaybackManagerEngine, AnEngineThatWillNotRunStopsPlaybackOrLeavesTheStateA
 }
 
 TEST_F(PlaybackManagerTest, AnEngineStoppedBehindOurBackIsRestartedByTheTick) {
-    startQueue({track("song", 10.0)});
+    startQueue({queuedTrack("song", 10.0)});
     manager.audioEngine().pause();
     delegate.events.clear();
     tick();
@@ -548,7 +529,7 @@ TEST_F(PlaybackManagerTest, ADestroyedDelegateIsNeverCalled) {
     };
     auto counting = std::make_unique<CountingDelegate>(&calls);
     manager.setDelegate(counting.get());
-    startQueue({track("a", 2.0), track("b", 2.0)});
+    startQueue({queuedTrack("a", 2.0), queuedTrack("b", 2.0)});
     ASSERT_GT(calls, 0);
     counting.reset();
     calls = 0;
@@ -562,8 +543,8 @@ TEST_F(PlaybackManagerTest, ADestroyedDelegateIsNeverCalled) {
 }
 
 TEST_F(PlaybackManagerTest, NowPlayingInfoAtTrackChangeCarriesTheTimeOfTheTrackBefore) {
-    const TrackPtr first = track("first", 30.0);
-    const TrackPtr second = track("second", 40.5);
+    const TrackPtr first = queuedTrack("first", 30.0);
+    const TrackPtr second = queuedTrack("second", 40.5);
     QImage cover(40, 40, QImage::Format_RGB32);
     cover.fill(Qt::red);
     cover.setDevicePixelRatio(0.5);
@@ -622,7 +603,7 @@ TEST_F(PlaybackManagerTest, AnEmptyQueuePublishesAnEmptyEntryAndStopsOnNext) {
 
 TEST_F(PlaybackManagerTest, RemoteCommandsReportWhetherTheNodeEndedUpAsAsked) {
     using Status = PlaybackManager::RemoteCommandStatus;
-    startQueue({track("a", 2.0), track("b", 2.0)});
+    startQueue({queuedTrack("a", 2.0), queuedTrack("b", 2.0)});
     EXPECT_EQ(manager.handlePauseCommand(), Status::success);
     EXPECT_EQ(manager.handlePlayCommand(), Status::success);
     EXPECT_EQ(manager.handleNextTrackCommand(), Status::success);

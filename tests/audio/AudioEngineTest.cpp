@@ -5,9 +5,9 @@
 
 #include "AudioEngine.h"
 #include "AudioFile.h"
+#include "AudioFixtures.h"
 #include "AudioPlayerNode.h"
 #include "OfflineAudioOutput.h"
-#include "PatternFile.h"
 
 namespace {
 

@@ -15,9 +15,9 @@
 
 #include "AudioEngine.h"
 #include "AudioFile.h"
+#include "AudioFixtures.h"
 #include "AudioPlayerNode.h"
 #include "AudioUnitEQ.h"
-#include "PatternFile.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <QProcessEnvironment>
 
 #include "AppDirectories.h"
-#include "PatternFile.h"
+#include "AudioFixtures.h"
 #include "TestSupport.h"
 
 namespace {

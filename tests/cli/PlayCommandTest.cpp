@@ -5,7 +5,7 @@
 #include <QRegularExpression>
 
 #include "AppDirectories.h"
-#include "PatternFile.h"
+#include "AudioFixtures.h"
 #include "TestSupport.h"
 
 namespace {

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "AudioFile.h"
-#include "PatternFile.h"
+#include "AudioFixtures.h"
 #include "TestSupport.h"
 #include "UserDefaults.h"
 

@@ -9,6 +9,7 @@
 #include <numbers>
 
 #include "FfmpegHandles.h"
+#include "TestSupport.h"
 
 extern "C" {
 #include <libavutil/channel_layout.h>
@@ -39,7 +40,10 @@ constexpr FormatInfo kFormats[] = {
     {"m4aAlac", ".m4a", "alac", "ipod", true, false, 0},
     {"oggVorbis", ".ogg", "libvorbis", "ogg", false, true, 0},
     {"opus", ".opus", "libopus", "ogg", false, false, 96000},
+    {"wavFloat", ".wav", "pcm_f32le", "wav", true, false, 0},
 };
+
+constexpr double kFrameIndexScale = 16777216.0;  // 2^24
 
 const FormatInfo& infoOf(FixtureFormat format) {
     return kFormats[static_cast<int>(format)];
@@ -73,6 +77,9 @@ AVSampleFormat pickSampleFormat(const AVCodec* codec) {
 double value(const AudioFixture& fixture, qint64 frame, int channel) {
     if (fixture.signal.kind == FixtureSignal::Kind::framePattern) {
         return patternValue(frame, channel) / 32768.0;
+    }
+    if (fixture.signal.kind == FixtureSignal::Kind::frameIndex) {
+        return (channel % 2 ? -1 : 1) * double(frame + 1) / kFrameIndexScale;
     }
     const double frequency = fixture.signal.frequency * (channel + 1);
     return fixture.signal.amplitude *
@@ -177,6 +184,10 @@ QString writeAudioFixture(const QString& path, const AudioFixture& fixture) {
     if (fixture.signal.kind == FixtureSignal::Kind::framePattern && !isLossless(fixture.format)) {
         return QStringLiteral("a frame pattern needs a lossless format");
     }
+    if (fixture.signal.kind == FixtureSignal::Kind::frameIndex &&
+        fixture.format != FixtureFormat::wavFloat) {
+        return QStringLiteral("the frame index needs a float WAV");
+    }
     if (fixture.channels <= 0 || fixture.sampleRate <= 0 || fixture.frames < 0) {
         return QStringLiteral("bad fixture shape");
     }
@@ -256,6 +267,27 @@ QString writeAudioFixture(const QString& path, const AudioFixture& fixture) {
         return fail("write trailer", result);
     }
     return {};
+}
+
+QString writePatternFile(const QString& name, int sampleRate, qint64 frames, int channels) {
+    const QString path = QDir(testHome()).filePath(name);
+    EXPECT_EQ(writeAudioFixture(path, {FixtureFormat::wavFloat, frames, sampleRate, channels,
+                                       FixtureSignal::frameIndex()}),
+              "");
+    return path;
+}
+
+QString writeSineFile(const QString& name, int sampleRate, qint64 frames, double hertz,
+                      double amplitude, int channels) {
+    const QString path = QDir(testHome()).filePath(name);
+    EXPECT_EQ(writeAudioFixture(path, {FixtureFormat::wavFloat, frames, sampleRate, channels,
+                                       FixtureSignal::sine(hertz, amplitude)}),
+              "");
+    return path;
+}
+
+qint64 patternFrame(float sample) {
+    return qint64(std::llround(std::fabs(double(sample)) * kFrameIndexScale)) - 1;
 }
 
 std::optional<DecodedAudio> referenceDecode(const QString& path, QString* error) {

@@ -267,7 +267,16 @@ TEST(EqualizerState, EverythingComesBackAfterARelaunch) {
     EXPECT_EQ(manager->selectedEQPreset(), Preset::none);
 }
 
-TEST(EqualizerState, LaunchGainsComeFromTheStoredBandsNotTheTable) {
+TEST(EqualizerState, AnUnreadableSettingsFileStartsFlatAndLaunchGainsComeFromTheStoredBands) {
+    writeFile(AppDirectories::settingsFile(), "{\"equalizerPresetKey\": [2, \x01 not json");
+    {
+        auto manager = launch();
+        EXPECT_EQ(mainGains(*manager), kFlat);
+        EXPECT_EQ(manager->selectedEQPreset(), Preset::none);
+        manager->selectPreset(Preset::rock);
+        EXPECT_EQ(storedPreset(), 2);
+    }
+    // The stored bands win over the preset's table.
     UserDefaults& defaults = UserDefaults::standard();
     defaults.setDictionary({{"60.0", 1.0f}, {"910.0", -2.0f}}, PlaybackManager::KEY_EQ_BANDS);
     defaults.setInteger(2, PlaybackManager::KEY_EQ_PRESET);
@@ -310,15 +319,6 @@ TEST(EqualizerState, DamagedSettingsStartFlatAndNeverStopTheLaunch) {
     EXPECT_EQ(log.count("Ignoring the stored equalizer bands \"equalizerBandKeyCustom\": \"bass\" "
                         "is not a frequency"),
               1);
-}
-
-TEST(EqualizerState, AnUnreadableSettingsFileStartsFlat) {
-    writeFile(AppDirectories::settingsFile(), "{\"equalizerPresetKey\": [2, \x01 not json");
-    auto manager = launch();
-    EXPECT_EQ(mainGains(*manager), kFlat);
-    EXPECT_EQ(manager->selectedEQPreset(), Preset::none);
-    manager->selectPreset(Preset::rock);
-    EXPECT_EQ(storedPreset(), 2);
 }
 
 // The largest boosts the model allows: rock, +6 dB bass on three units and

@@ -139,6 +139,18 @@ std::vector<double> measureGains(const std::vector<AudioNode*>& nodes,
     return gains;
 }
 
+// Largest |second difference| of the left channel over [start, end): a step
+// or kink in the output shows up here as a spike.
+double largestCurvature(const Stereo& signal, int start, int end) {
+    double largest = 0.0;
+    for (int n = std::max(start, 2); n < end; ++n) {
+        largest =
+            std::max(largest, static_cast<double>(std::fabs(signal[2 * n] - 2 * signal[2 * n - 2] +
+                                                            signal[2 * n - 4])));
+    }
+    return largest;
+}
+
 }  // namespace
 
 TEST(Equalizer, BandFollowsThePeakingResponseAtItsCentreAndItsEdges) {
@@ -305,22 +317,6 @@ TEST(Equalizer, CascadeMatchesAPlainDoubleReference) {
         }
     }
 }
-
-namespace {
-
-// Largest |second difference| of the left channel over [start, end): a step
-// or kink in the output shows up here as a spike.
-double largestCurvature(const Stereo& signal, int start, int end) {
-    double largest = 0.0;
-    for (int n = std::max(start, 2); n < end; ++n) {
-        largest =
-            std::max(largest, static_cast<double>(std::fabs(signal[2 * n] - 2 * signal[2 * n - 2] +
-                                                            signal[2 * n - 4])));
-    }
-    return largest;
-}
-
-}  // namespace
 
 TEST(Equalizer, GainJumpsGlideWithoutAClick) {
     // 40 frames a period, so every window of 40 frames holds whole periods.

@@ -43,7 +43,7 @@ TEST_F(MprisServiceTest, NothingQueuedPublishesAnEmptyPausedEntry) {
     EXPECT_EQ(service->position(), 0);
 }
 
-TEST_F(MprisServiceTest, ATrackPublishesItsTitleLengthIdAndCover) {
+TEST_F(MprisServiceTest, ATrackPublishesItsTitleLengthIdAndCoverAndPlayPauseFollowsTheNode) {
     const TrackPtr first = queuedTrack("first", 30.25);
     const TrackPtr second = queuedTrack("second", 12.0);
     QImage cover(24, 16, QImage::Format_RGB32);
@@ -75,10 +75,8 @@ TEST_F(MprisServiceTest, ATrackPublishesItsTitleLengthIdAndCover) {
     EXPECT_NE(trackId(), firstId);
     EXPECT_EQ(service->metadata().value("xesam:title").toString(), "second");
     EXPECT_FALSE(service->metadata().contains("mpris:artUrl"));
-}
 
-TEST_F(MprisServiceTest, PlayPauseFollowsThePlayerNode) {
-    startQueue(manager, {queuedTrack("only", 30.0)});
+    // Play-pause follows the player node.
     ASSERT_TRUE(manager.audioPlayerNode().isPlaying());
     service->playPause();
     EXPECT_FALSE(manager.audioPlayerNode().isPlaying());

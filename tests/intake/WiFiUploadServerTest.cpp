@@ -75,10 +75,20 @@ protected:
     QDir music;
 };
 
-TEST_F(UploadServerTest, ServesThePageByteForByteAsHtml) {
+TEST_F(UploadServerTest, ServesThePageAsHtmlAndListensOnlyBetweenStartAndStop) {
     const QByteArray page = readFile(":/index.html");
     EXPECT_EQ(curlRequest(port, "/"), (HttpAnswer{200, "text/html", page}));
     EXPECT_TRUE(page.contains("/files"));
+
+    EXPECT_TRUE(acceptsConnections(port));
+    server->stop();
+    EXPECT_FALSE(server->isRunning());
+    EXPECT_FALSE(acceptsConnections(port));
+    EXPECT_FALSE(server->serverURL().has_value());
+    // The same port is free again for the next start.
+    ASSERT_TRUE(server->startWithPort(port, QString()));
+    EXPECT_EQ(server->port(), port);
+    EXPECT_EQ(listed(), QJsonArray());
 }
 
 TEST(UploadServerPageTest, MissingOrUnreadablePageIsATextAnswer) {
@@ -346,18 +356,6 @@ TEST_F(SlowClientTest, StalledOrOversizedRequestsLoseTheirConnection) {
     EXPECT_TRUE(huge.waitForClose(5000, &received));
     EXPECT_FALSE(received.startsWith("HTTP/1.1 200")) << received.left(100).toStdString();
 
-    EXPECT_EQ(listed(), QJsonArray());
-}
-
-TEST_F(UploadServerTest, ListensOnlyBetweenStartAndStop) {
-    EXPECT_TRUE(acceptsConnections(port));
-    server->stop();
-    EXPECT_FALSE(server->isRunning());
-    EXPECT_FALSE(acceptsConnections(port));
-    EXPECT_FALSE(server->serverURL().has_value());
-    // The same port is free again for the next start.
-    ASSERT_TRUE(server->startWithPort(port, QString()));
-    EXPECT_EQ(server->port(), port);
     EXPECT_EQ(listed(), QJsonArray());
 }
 

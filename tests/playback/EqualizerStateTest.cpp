@@ -179,19 +179,17 @@ TEST(EqualizerState, BandCallsThatMoveNothing) {
     EXPECT_EQ(storedBands(PlaybackManager::KEY_EQ_BANDS)->at(3), 0.0f);
 }
 
-TEST(EqualizerState, CustomWithNothingStoredEndsAsNone) {
-    auto manager = launch();
-    manager->selectPreset(Preset::classical);
-    manager->selectPreset(Preset::Custom);
-    EXPECT_EQ(mainGains(*manager), kFlat);
-    EXPECT_EQ(manager->selectedEQPreset(), Preset::none);
-    EXPECT_EQ(storedPreset(), 0);
-}
-
-TEST(EqualizerState, CustomPresetSurvivesARelaunchAndUnsavedMovesAreUndone) {
+TEST(EqualizerState, CustomPresetIsNoneUntilSavedSurvivesARelaunchAndUndoesUnsavedMoves) {
     const std::vector<float> mine = {2, -3, 1.5f, 0, 6};
     {
         auto manager = launch();
+        // Custom with nothing stored ends as none.
+        manager->selectPreset(Preset::classical);
+        manager->selectPreset(Preset::Custom);
+        EXPECT_EQ(mainGains(*manager), kFlat);
+        EXPECT_EQ(manager->selectedEQPreset(), Preset::none);
+        EXPECT_EQ(storedPreset(), 0);
+
         manager->selectPreset(Preset::acoustic);
         for (size_t i = 0; i < mine.size(); ++i) {
             manager->setEqualizerBand(manager->bands()[i]->frequency(), mine[i]);

@@ -456,7 +456,15 @@ TEST_F(PlaybackManagerTest, SeeksThatCannotBeRepresentedAreRefused) {
     EXPECT_EQ(delegate.times.last(), 0.0);
 }
 
-TEST_F(PlaybackManagerTest, UnreadableTracksLeaveTheQueue) {
+TEST_F(PlaybackManagerTest, UnreadableTracksLeaveTheQueueAndAQueueOfThemEndsEmptyAndSilent) {
+    startQueue({unreadableTrack("bad"), queuedTrack("missing", 4.0, 0)}, 1);
+    EXPECT_TRUE(manager.currentPlaylist().isEmpty());
+    EXPECT_EQ(manager.state(), State::stopped);
+    EXPECT_TRUE(delegate.events.isEmpty());
+    EXPECT_TRUE(publisher->published.isEmpty());
+    EXPECT_FALSE(manager.audioPlayerNode().isPlaying());
+    EXPECT_FALSE(timerActive());
+
     const TrackPtr good = queuedTrack("good", 4.0);
     const TrackPtr missing = queuedTrack("missing", 4.0, 0);
     // A null entry is a caller's slip; it is left out of the queue.
@@ -466,16 +474,6 @@ TEST_F(PlaybackManagerTest, UnreadableTracksLeaveTheQueue) {
     EXPECT_EQ(manager.state(), State::playing);
     EXPECT_EQ(delegate.events, (QStringList{"track good", "start"}));
     EXPECT_EQ(manager.audioFile()->path(), good->url());
-}
-
-TEST_F(PlaybackManagerTest, AQueueOfUnreadableTracksEndsEmptyAndSilent) {
-    startQueue({unreadableTrack("bad"), queuedTrack("missing", 4.0, 0)}, 1);
-    EXPECT_TRUE(manager.currentPlaylist().isEmpty());
-    EXPECT_EQ(manager.state(), State::stopped);
-    EXPECT_TRUE(delegate.events.isEmpty());
-    EXPECT_TRUE(publisher->published.isEmpty());
-    EXPECT_FALSE(manager.audioPlayerNode().isPlaying());
-    EXPECT_FALSE(timerActive());
 }
 
 TEST(PlaybackManagerEngine, AnEngineThatWillNotRunStopsPlaybackOrLeavesTheStateAlone) {

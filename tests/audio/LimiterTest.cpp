@@ -42,12 +42,18 @@ float largestMagnitude(const Stereo& signal) {
     return largest;
 }
 
+// A limiter prepared for 48 kHz, and its latency.
+class LimiterTest : public ::testing::Test {
+protected:
+    struct Prepared : Limiter {
+        Prepared() { prepare(kRate, 512); }
+    } limiter;
+    const int latency = limiter.latencyFrames();
+};
+
 }  // namespace
 
-TEST(Limiter, DelaysByItsLatencyOfAFewMilliseconds) {
-    Limiter limiter;
-    limiter.prepare(kRate, 512);
-    const int latency = limiter.latencyFrames();
+TEST_F(LimiterTest, DelaysByItsLatencyOfAFewMilliseconds) {
     EXPECT_GE(latency, kSecond / 1000);
     EXPECT_LE(latency, 5 * kSecond / 1000);
 
@@ -69,11 +75,7 @@ TEST(Limiter, DelaysByItsLatencyOfAFewMilliseconds) {
     EXPECT_EQ(largestMagnitude(afterReset), 0.0f);
 }
 
-TEST(Limiter, PassesSignalWithinFullScaleBitExactIncludingAfterABurst) {
-    Limiter limiter;
-    limiter.prepare(kRate, 512);
-    const int latency = limiter.latencyFrames();
-
+TEST_F(LimiterTest, PassesSignalWithinFullScaleBitExactIncludingAfterABurst) {
     // Within full scale, touching it exactly: delayed, otherwise untouched.
     Stereo quiet = noise(kSecond, 1.0f, 1);
     quiet[2 * 100] = 1.0f;
@@ -101,11 +103,7 @@ TEST(Limiter, PassesSignalWithinFullScaleBitExactIncludingAfterABurst) {
     EXPECT_TRUE(passesExactly(signal, out, latency, released, 3 * kSecond));
 }
 
-TEST(Limiter, NeverPassesFullScale) {
-    Limiter limiter;
-    limiter.prepare(kRate, 512);
-    const int latency = limiter.latencyFrames();
-
+TEST_F(LimiterTest, NeverPassesFullScale) {
     // Loud noise, lone spikes (one sample, one channel), square waves well
     // beyond full scale and at the largest float, each after a quiet stretch
     // so the gain has recovered when it comes.
@@ -133,10 +131,7 @@ TEST(Limiter, NeverPassesFullScale) {
     EXPECT_GT(std::fabs(out[lastSquare + 2 * static_cast<size_t>(latency + 2000)]), 0.99f);
 }
 
-TEST(Limiter, GainComesDownSmoothlyAheadOfAPeak) {
-    Limiter limiter;
-    limiter.prepare(kRate, 512);
-    const int latency = limiter.latencyFrames();
+TEST_F(LimiterTest, GainComesDownSmoothlyAheadOfAPeak) {
     // A constant level with one frame four times over full scale.
     Stereo signal(2 * static_cast<size_t>(kSecond), 0.5f);
     const int peak = 2000;
@@ -160,10 +155,7 @@ TEST(Limiter, GainComesDownSmoothlyAheadOfAPeak) {
     EXPECT_EQ(gain[gain.size() - 1], 1.0);
 }
 
-TEST(Limiter, TurnsNaNAndInfinityIntoSilence) {
-    Limiter limiter;
-    limiter.prepare(kRate, 512);
-    const int latency = limiter.latencyFrames();
+TEST_F(LimiterTest, TurnsNaNAndInfinityIntoSilence) {
     Stereo signal = noise(kSecond / 10, 0.5f, 6);
     const float nan = std::numeric_limits<float>::quiet_NaN();
     const float inf = std::numeric_limits<float>::infinity();

@@ -15,9 +15,9 @@
 
 #include "AudioEngine.h"
 #include "AudioFile.h"
+#include "AudioFixtures.h"
 #include "AudioPlayerNode.h"
 #include "AudioUnitEQ.h"
-#include "PatternFile.h"
 
 namespace {
 
@@ -85,35 +85,20 @@ void operator delete[](void* p, std::size_t) noexcept {
     std::free(p);
 }
 
+// Each lock call on a watched thread is counted, then passed on to the real one.
+#define COUNTED_LOCK(name, type)                              \
+    int name(type* lock) {                                    \
+        static const auto real = next<int (*)(type*)>(#name); \
+        if (t_watched) {                                      \
+            g_locks.fetch_add(1, std::memory_order_relaxed);  \
+        }                                                     \
+        return real(lock);                                    \
+    }
 extern "C" {
-int pthread_mutex_lock(pthread_mutex_t* mutex) {
-    static const auto real = next<int (*)(pthread_mutex_t*)>("pthread_mutex_lock");
-    if (t_watched) {
-        g_locks.fetch_add(1, std::memory_order_relaxed);
-    }
-    return real(mutex);
-}
-int pthread_mutex_trylock(pthread_mutex_t* mutex) {
-    static const auto real = next<int (*)(pthread_mutex_t*)>("pthread_mutex_trylock");
-    if (t_watched) {
-        g_locks.fetch_add(1, std::memory_order_relaxed);
-    }
-    return real(mutex);
-}
-int pthread_rwlock_rdlock(pthread_rwlock_t* lock) {
-    static const auto real = next<int (*)(pthread_rwlock_t*)>("pthread_rwlock_rdlock");
-    if (t_watched) {
-        g_locks.fetch_add(1, std::memory_order_relaxed);
-    }
-    return real(lock);
-}
-int pthread_rwlock_wrlock(pthread_rwlock_t* lock) {
-    static const auto real = next<int (*)(pthread_rwlock_t*)>("pthread_rwlock_wrlock");
-    if (t_watched) {
-        g_locks.fetch_add(1, std::memory_order_relaxed);
-    }
-    return real(lock);
-}
+COUNTED_LOCK(pthread_mutex_lock, pthread_mutex_t)
+COUNTED_LOCK(pthread_mutex_trylock, pthread_mutex_t)
+COUNTED_LOCK(pthread_rwlock_rdlock, pthread_rwlock_t)
+COUNTED_LOCK(pthread_rwlock_wrlock, pthread_rwlock_t)
 }
 
 TEST(RenderThread, ASecondOfTheFullGraphNeitherAllocatesNorLocks) {

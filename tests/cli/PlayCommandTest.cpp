@@ -5,22 +5,27 @@
 #include <QRegularExpression>
 
 #include "AppDirectories.h"
-#include "PatternFile.h"
+#include "AudioFixtures.h"
 #include "TestSupport.h"
 
 namespace {
 
 // Plays through SDL's dummy device, which consumes audio in real time without
-// a sound card.
-ProcessRun play(const QStringList& arguments, int timeoutMs = 20000) {
+// a sound card, and without a session bus.
+ProcessRun play(const QStringList& arguments) {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert("SDL_AUDIODRIVER", "dummy");
-    return runProcess(CORVANTIS_CLI, QStringList{"play"} + arguments, timeoutMs, environment);
+    environment.remove("DBUS_SESSION_BUS_ADDRESS");
+    environment.remove("DISPLAY");
+    environment.insert("XDG_RUNTIME_DIR", testHome());
+    // A stream role forced from outside wins over the player's own.
+    environment.insert("SDL_AUDIO_DEVICE_STREAM_ROLE", "game");
+    return runProcess(CORVANTIS_CLI, QStringList{"play"} + arguments, 20000, environment);
 }
 
 }  // namespace
 
-TEST(PlayCommand, PlaysTheFolderInNameOrderSkippingWhatCannotPlay) {
+TEST(PlayCommand, PlaysTheFolderInNameOrderSkippingWhatCannotPlayWithoutABus) {
     const QString music = downloadedMusicDirectory();
     const QString b = writeSineFile("b.wav", 44100, 22050, 440.0, 0.2);
     const QString a = writeSineFile("A.wav", 44100, 22050, 440.0, 0.2);
@@ -37,17 +42,19 @@ TEST(PlayCommand, PlaysTheFolderInNameOrderSkippingWhatCannotPlay) {
     EXPECT_TRUE(tracks[1].startsWith("track: b.wav"));
     EXPECT_EQ(lines.last(), "stopped");
     EXPECT_TRUE(lines.contains("time: 0.00"));
+    EXPECT_TRUE(
+        run.err.contains("No session bus: media keys and desktop media controls are unavailable"))
+        << run.err.toStdString();
+    EXPECT_TRUE(run.err.contains("Setting category to AVAudioSessionCategoryPlayback failed."))
+        << run.err.toStdString();
 }
 
-TEST(PlayCommand, AnEmptyFolderSaysWhereMusicGoes) {
+TEST(PlayCommand, AnEmptyFolderSaysWhereMusicGoesAndNamesNotInItAreRefused) {
     const ProcessRun run = play({"--all"});
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_TRUE(run.out.contains(downloadedMusicDirectory())) << run.out.toStdString();
-}
-
-TEST(PlayCommand, NamesThatAreNotInTheFolderAreRefused) {
-    const ProcessRun run = play({"nothing-here.mp3"});
-    EXPECT_EQ(run.exitCode, 2);
-    EXPECT_TRUE(run.err.contains("nothing-here.mp3")) << run.err.toStdString();
+    const ProcessRun refused = play({"nothing-here.mp3"});
+    EXPECT_EQ(refused.exitCode, 2);
+    EXPECT_TRUE(refused.err.contains("nothing-here.mp3")) << refused.err.toStdString();
     EXPECT_EQ(play({}).exitCode, 2);
 }

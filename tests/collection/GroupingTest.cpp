@@ -21,6 +21,18 @@ TrackPtr libraryTrack(const QString& title, quint64 albumID, quint64 artistID,
     return track;
 }
 
+// What the store reads of the music folder; nothing when it cannot be listed.
+std::optional<QList<TrackPtr>> readMusicDirectory() {
+    std::optional<QList<TrackPtr>> tracks;
+    bool done = false;
+    LocalTrackStore::readMusicDirectory([&](std::optional<QList<TrackPtr>> read) {
+        tracks = read;
+        done = true;
+    });
+    EXPECT_TRUE(waitUntil([&] { return done; }));
+    return tracks;
+}
+
 }  // namespace
 
 TEST(GroupingFromFiles, GroupsByTagTextWithTheFirstTrackAsRepresentative) {
@@ -90,13 +102,7 @@ TEST(GroupingFromFiles, TheMusicFolderGroupsInListingOrder) {
     addMusicFile("x.wav", {.album = "Blue", .artist = "Miles"});
     addMusicFile("y.wav", {.album = "Blue", .artist = "Gil"});
     addMusicFile("z.wav");
-    std::optional<QList<TrackPtr>> tracks;
-    bool done = false;
-    LocalTrackStore::readMusicDirectory([&](std::optional<QList<TrackPtr>> read) {
-        tracks = read;
-        done = true;
-    });
-    ASSERT_TRUE(waitUntil([&] { return done; }));
+    const std::optional<QList<TrackPtr>> tracks = readMusicDirectory();
     ASSERT_TRUE(tracks.has_value());
     const QStringList listing = DirectoryListing::of(downloadedMusicDirectory()).names;
     ASSERT_EQ(tracks->size(), 3);
@@ -110,11 +116,5 @@ TEST(GroupingFromFiles, TheMusicFolderGroupsInListingOrder) {
 
     // A folder that cannot be listed leaves the caller's list alone.
     QDir(downloadedMusicDirectory()).removeRecursively();
-    done = false;
-    LocalTrackStore::readMusicDirectory([&](std::optional<QList<TrackPtr>> read) {
-        tracks = read;
-        done = true;
-    });
-    ASSERT_TRUE(waitUntil([&] { return done; }));
-    EXPECT_FALSE(tracks.has_value());
+    EXPECT_FALSE(readMusicDirectory().has_value());
 }

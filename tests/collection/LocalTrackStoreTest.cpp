@@ -40,6 +40,18 @@ ScanResult scanNew(const std::shared_ptr<TrackListState>& state) {
     return runScan(state, LocalTrackStore::scanNewTracks);
 }
 
+ScanResult scanArtist(const std::shared_ptr<TrackListState>& state, const QString& name) {
+    return runScan(state, [name](auto weak, auto done) {
+        LocalTrackStore::scanTracksForArtist(weak, name, done);
+    });
+}
+
+ScanResult scanAlbum(const std::shared_ptr<TrackListState>& state, const QString& name) {
+    return runScan(state, [name](auto weak, auto done) {
+        LocalTrackStore::scanTracksForAlbum(weak, name, done);
+    });
+}
+
 QStringList fileNamesOf(const QList<TrackPtr>& tracks) {
     QStringList names;
     for (const TrackPtr& track : tracks) {
@@ -145,9 +157,7 @@ TEST(IncrementalScan, UnlistableFolderGivesNothingAndLeavesItems) {
     EXPECT_EQ(state->items.size(), 1);
     EXPECT_TRUE(log.lines().isEmpty());
 
-    const ScanResult artist = runScan(
-        state, [](auto weak, auto done) { LocalTrackStore::scanTracksForArtist(weak, "A", done); });
-    EXPECT_TRUE(artist.tracks.isEmpty());
+    EXPECT_TRUE(scanArtist(state, "A").tracks.isEmpty());
     EXPECT_TRUE(state->items.isEmpty());
     ASSERT_EQ(log.lines().size(), 1);
     EXPECT_TRUE(log.lines().first().startsWith("Error reading contents of directory: "));
@@ -186,45 +196,33 @@ TEST(Scans, ArtistAndAlbumMatchTheTagTextExactlyWithFreshObjects) {
     state->items = scanNew(state).tracks;
     const QList<TrackPtr> before = state->items;
 
-    const auto artist = [&](const QString& name) {
-        return runScan(state, [name](auto weak, auto done) {
-            LocalTrackStore::scanTracksForArtist(weak, name, done);
-        });
-    };
-    const auto album = [&](const QString& name) {
-        return runScan(state, [name](auto weak, auto done) {
-            LocalTrackStore::scanTracksForAlbum(weak, name, done);
-        });
-    };
-    const ScanResult miles = artist("Miles");
+    const ScanResult miles = scanArtist(state, "Miles");
     EXPECT_EQ(fileNamesOf(miles.tracks), QStringList{"1.wav"});
     EXPECT_TRUE(state->items.isEmpty());
     EXPECT_FALSE(before.contains(miles.tracks.first()));
-    EXPECT_NE(miles.tracks.first(), artist("Miles").tracks.first());
+    EXPECT_NE(miles.tracks.first(), scanArtist(state, "Miles").tracks.first());
 
-    QStringList blue = fileNamesOf(album("Blue").tracks);
+    QStringList blue = fileNamesOf(scanAlbum(state, "Blue").tracks);
     EXPECT_EQ(blue.size(), 2);
     EXPECT_TRUE(blue.contains("1.wav") && blue.contains("3.wav"));
-    EXPECT_EQ(fileNamesOf(artist("Unknown Artist").tracks), QStringList{"4.wav"});
-    EXPECT_TRUE(album("Nothing").tracks.isEmpty());
+    EXPECT_EQ(fileNamesOf(scanArtist(state, "Unknown Artist").tracks), QStringList{"4.wav"});
+    EXPECT_TRUE(scanAlbum(state, "Nothing").tracks.isEmpty());
 }
 
-TEST(UploadRecord, RemovesOnlyTheFirstEntryOfTheName) {
+TEST(UploadRecord, RemovesOnlyTheFirstEntryOfTheNameAndLeavesOtherRecordsAlone) {
+    LogCapture log;
+    removeUploadRecord("a.mp3");
+    EXPECT_EQ(log.lines(), QStringList{"No uploaded files found in UserDefaults"});
+
     writeRecord(R"([{"name":"a.mp3","size":"10"},{"size":"3"},{"name":"b.mp3","size":"20"},)"
                 R"({"name":"a.mp3","size":"30"}])");
-    LogCapture log;
+    log.clear();
     removeUploadRecord("a.mp3");
     EXPECT_EQ(log.lines(), (QStringList{"File found in uploadedFilesWithSize",
                                         "Saved updated uploadedFilesWithSize to UserDefaults"}));
     const QList<UploadEntry> expected{
         {{"size", "3"}}, {{"name", "b.mp3"}, {"size", "20"}}, {{"name", "a.mp3"}, {"size", "30"}}};
     EXPECT_EQ(UploadRecord::read(), expected);
-}
-
-TEST(UploadRecord, LeavesAbsentEmptyOrUnreadableRecordsAlone) {
-    LogCapture log;
-    removeUploadRecord("a.mp3");
-    EXPECT_EQ(log.lines(), QStringList{"No uploaded files found in UserDefaults"});
 
     for (const QByteArray& unchanged : {QByteArray("[]"), QByteArray(R"([{"name":"b"}])")}) {
         writeRecord(unchanged);

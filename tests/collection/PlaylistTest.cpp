@@ -13,12 +13,6 @@
 
 namespace {
 
-QByteArray fileBytes(const QString& path) {
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << qPrintable(path);
-    return file.readAll();
-}
-
 Playlist parsed(const QByteArray& text) {
     writeFile(QDir(playlistsDirectory()).filePath("P.m3u8"), text);
     const std::optional<Playlist> playlist = Playlist::fromFile("P.m3u8", playlistsDirectory());
@@ -30,24 +24,30 @@ using Names = QSet<QString>;
 
 }  // namespace
 
-TEST(PlaylistFile, WritesHeaderNameAndMembersWithoutTrailingLineFeed) {
+TEST(PlaylistFile, WritesHeaderNameAndMembersWithoutTrailingLineFeedAndReadsThemBack) {
     Playlist road{"R.m3u8", "Road", {"a.mp3", "b.mp3"}, false};
     const QString text = road.description();
     EXPECT_TRUE(text == "#EXTM3U\n#EXTINF:name=Road\na.mp3\nb.mp3" ||
                 text == "#EXTM3U\n#EXTINF:name=Road\nb.mp3\na.mp3")
         << qPrintable(text);
 
-    Playlist empty{"E.m3u8", "Empty", {}, false};
-    EXPECT_EQ(empty.description(), "#EXTM3U\n#EXTINF:name=Empty\n");
-}
+    const Playlist none{"E.m3u8", "Empty", {}, false};
+    EXPECT_EQ(none.description(), "#EXTM3U\n#EXTINF:name=Empty\n");
 
-TEST(PlaylistFile, ReadsBackWhatWasWritten) {
     const Playlist original{"X.m3u8", "Évening mix", {"a b.mp3", "ü.flac", "c.m4a"}, false};
     const Playlist read = parsed(original.description().toUtf8());
     EXPECT_EQ(read.id, "P.m3u8");
     EXPECT_EQ(read.name, original.name);
     EXPECT_EQ(read.fileNames, original.fileNames);
     EXPECT_FALSE(read.mediaLibraryItem);
+
+    LogCapture log;
+    const Playlist renamed{"E.m3u8", "", {"a.mp3", "b.mp3"}, false};
+    const Playlist empty = parsed(renamed.description().toUtf8());
+    EXPECT_EQ(empty.name, "");
+    EXPECT_EQ(empty.fileNames, renamed.fileNames);
+    ASSERT_EQ(log.lines().size(), 1);
+    EXPECT_TRUE(log.lines().first().contains("P.m3u8")) << qPrintable(log.lines().first());
 }
 
 TEST(PlaylistFile, ReaderQuirks) {
@@ -68,27 +68,14 @@ TEST(PlaylistFile, ReaderQuirks) {
     const Playlist foreign = parsed("#EXTM3U\n#EXTINF:123,Artist - Title\n../Music/x.mp3\n");
     EXPECT_EQ(foreign.name, "Playlist");
     EXPECT_EQ(foreign.fileNames, (Names{"../Music/x.mp3"}));
-}
-
-TEST(PlaylistFile, CarriageReturnLineFeedDoesNotSplit) {
+    // CR LF does not split a line.
     const Playlist crlf = parsed("#EXTM3U\r\n#EXTINF:name=Road\r\na.mp3\r\nb.mp3\r\n");
     EXPECT_EQ(crlf.name, "Playlist");
     EXPECT_TRUE(crlf.fileNames.isEmpty());
     // A bare carriage return is an ordinary character of the line.
     EXPECT_EQ(parsed("#EXTINF:name=R\na.mp3\r\rb.mp3\n").fileNames, (Names{"a.mp3\r\rb.mp3"}));
-}
 
-TEST(PlaylistFile, EmptyNameReadsEmptyWithOneLogLine) {
-    LogCapture log;
-    const Playlist renamed{"E.m3u8", "", {"a.mp3", "b.mp3"}, false};
-    const Playlist read = parsed(renamed.description().toUtf8());
-    EXPECT_EQ(read.name, "");
-    EXPECT_EQ(read.fileNames, renamed.fileNames);
-    ASSERT_EQ(log.lines().size(), 1);
-    EXPECT_TRUE(log.lines().first().contains("P.m3u8")) << qPrintable(log.lines().first());
-}
-
-TEST(PlaylistFile, UnreadableOrNonUtf8FileGivesNoPlaylist) {
+    // An unreadable or non-UTF-8 file gives no playlist.
     EXPECT_FALSE(Playlist::fromFile("missing.m3u8", playlistsDirectory()).has_value());
     writeFile(QDir(playlistsDirectory()).filePath("bad.m3u8"), "#EXTM3U\n\xff\xfe\x80.mp3\n");
     EXPECT_FALSE(Playlist::fromFile("bad.m3u8", playlistsDirectory()).has_value());
@@ -139,7 +126,7 @@ TEST(PlaylistsManager, SaveWritesRecordsAndNotifiesOnlyWhenAsked) {
 
     Playlist playlist{Playlist::newId(), "Road", {}, false};
     EXPECT_TRUE(manager.savePlaylist(playlist, true));
-    EXPECT_EQ(fileBytes(QDir(playlistsDirectory()).filePath(playlist.id)),
+    EXPECT_EQ(readFile(QDir(playlistsDirectory()).filePath(playlist.id)),
               "#EXTM3U\n#EXTINF:name=Road\n");
     ASSERT_EQ(posted.size(), 1);
     EXPECT_EQ(posted.first().name, "Road");

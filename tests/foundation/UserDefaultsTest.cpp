@@ -8,11 +8,13 @@
 
 namespace {
 
-QString storePath() { return testHome() + "/prefs/test.json"; }
+QString storePath() {
+    return testHome() + "/prefs/test.json";
+}
 
 }  // namespace
 
-TEST(UserDefaults, AbsentKeysReadAsFalseZeroOrNothing) {
+TEST(UserDefaults, AbsentKeysAndValuesOfAnotherTypeReadAsFalseZeroOrNothing) {
     UserDefaults defaults(storePath());
     EXPECT_FALSE(defaults.boolForKey("missing"));
     EXPECT_EQ(defaults.integerForKey("missing"), 0);
@@ -22,9 +24,25 @@ TEST(UserDefaults, AbsentKeysReadAsFalseZeroOrNothing) {
     EXPECT_FALSE(defaults.dictionaryForKey("missing"));
     EXPECT_FALSE(defaults.arrayForKey("missing"));
     EXPECT_FALSE(defaults.objectForKey("missing"));
+
+    // A value of another type reads as absent for a typed getter.
+    defaults.setInteger(2, "preset");
+    defaults.setFloat(1.5f, "gain");
+    defaults.setString("yes", "flag");
+    EXPECT_EQ(defaults.floatForKey("preset"), 0.0f);
+    EXPECT_FALSE(defaults.stringForKey("preset"));
+    EXPECT_EQ(defaults.integerForKey("gain"), 0);
+    EXPECT_FALSE(defaults.boolForKey("flag"));
+    EXPECT_FALSE(defaults.dictionaryForKey("flag"));
+    EXPECT_TRUE(defaults.objectForKey("flag"));
+    // What is held in memory matches what a restart reads: a double becomes a float.
+    defaults.setObject(QVariant(2.5), "viaObject");
+    EXPECT_EQ(defaults.floatForKey("viaObject"), 2.5f);
+    defaults.setObject(QVariant(int(7)), "int");
+    EXPECT_EQ(defaults.integerForKey("int"), 7);
 }
 
-TEST(UserDefaults, EveryTypeSurvivesARestartWithItsOwnType) {
+TEST(UserDefaults, EveryTypeSurvivesARestartWithItsOwnTypeAndRemovedKeysStayGone) {
     const QByteArray bytes("\x00\x01\xff[]", 5);
     {
         UserDefaults defaults(storePath());
@@ -36,6 +54,8 @@ TEST(UserDefaults, EveryTypeSurvivesARestartWithItsOwnType) {
         defaults.setDictionary({{"60.0", QVariant(3.5f)}, {"230.0", QVariant(-2.25f)}}, "gains");
         defaults.setDictionary({{"a.mp3", QVariant(QString("id:1"))}}, "names");
         defaults.setArray({QVariant(qint64(1)), QVariant(QString("two")), QVariant(true)}, "arr");
+        defaults.setBool(true, "gone");
+        defaults.removeObjectForKey("gone");
     }
     UserDefaults reopened(storePath());
     EXPECT_TRUE(reopened.boolForKey("b"));
@@ -55,36 +75,7 @@ TEST(UserDefaults, EveryTypeSurvivesARestartWithItsOwnType) {
     EXPECT_EQ(array[0].metaType().id(), QMetaType::LongLong);
     EXPECT_EQ(array[1].toString(), "two");
     EXPECT_EQ(array[2].metaType().id(), QMetaType::Bool);
-}
-
-TEST(UserDefaults, ValueOfAnotherTypeReadsAsAbsentForATypedGetter) {
-    UserDefaults defaults(storePath());
-    defaults.setInteger(2, "preset");
-    defaults.setFloat(1.5f, "gain");
-    defaults.setString("yes", "flag");
-    EXPECT_EQ(defaults.floatForKey("preset"), 0.0f);
-    EXPECT_FALSE(defaults.stringForKey("preset"));
-    EXPECT_EQ(defaults.integerForKey("gain"), 0);
-    EXPECT_FALSE(defaults.boolForKey("flag"));
-    EXPECT_FALSE(defaults.dictionaryForKey("flag"));
-    EXPECT_TRUE(defaults.objectForKey("flag"));
-    // What is held in memory matches what a restart reads: a double becomes a float.
-    defaults.setObject(QVariant(2.5), "viaObject");
-    EXPECT_EQ(defaults.floatForKey("viaObject"), 2.5f);
-    defaults.setObject(QVariant(int(7)), "int");
-    EXPECT_EQ(defaults.integerForKey("int"), 7);
-}
-
-TEST(UserDefaults, RemovedKeyIsGoneAfterRestart) {
-    {
-        UserDefaults defaults(storePath());
-        defaults.setBool(true, "a");
-        defaults.setBool(true, "b");
-        defaults.removeObjectForKey("a");
-    }
-    UserDefaults reopened(storePath());
-    EXPECT_FALSE(reopened.objectForKey("a"));
-    EXPECT_TRUE(reopened.boolForKey("b"));
+    EXPECT_FALSE(reopened.objectForKey("gone"));
 }
 
 TEST(UserDefaults, DamagedFileIsKeptAsideAndDefaultsApply) {
@@ -93,9 +84,7 @@ TEST(UserDefaults, DamagedFileIsKeptAsideAndDefaultsApply) {
     UserDefaults defaults(storePath());
     EXPECT_FALSE(defaults.objectForKey("anything"));
     EXPECT_EQ(log.lines().size(), 1);
-    QFile aside(storePath() + ".damaged");
-    ASSERT_TRUE(aside.open(QIODevice::ReadOnly));
-    EXPECT_EQ(aside.readAll(), "{ this is not json");
+    EXPECT_EQ(readFile(storePath() + ".damaged"), "{ this is not json");
     defaults.setBool(true, "fresh");
     EXPECT_TRUE(UserDefaults(storePath()).boolForKey("fresh"));
 }

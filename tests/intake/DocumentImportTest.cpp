@@ -27,20 +27,19 @@ QUrl picked(const QString& name, const QByteArray& bytes) {
     return QUrl::fromLocalFile(path);
 }
 
-QByteArray contents(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 using Shown = QList<QPair<QString, QString>>;
 
 }  // namespace
 
-TEST(DocumentImport, AnEmptyPickStillTellsTheResult) {
+TEST(DocumentImport, AnEmptyPickStillTellsTheResultAndACancelledOneOnlyLogs) {
     RecordedMessages messages;
     importDocuments({}, messages);
     EXPECT_EQ(messages.shown,
               (Shown{{"Import Result", "0 out of 0 files imported successfully."}}));
+
+    LogCapture log;
+    documentPickerWasCancelled();
+    EXPECT_EQ(log.lines(), QStringList{"User cancelled document picker"});
 }
 
 TEST(DocumentImport, ATakenNameIsReplacedAndTheFolderMadeOnDemand) {
@@ -53,8 +52,8 @@ TEST(DocumentImport, ATakenNameIsReplacedAndTheFolderMadeOnDemand) {
     EXPECT_EQ(messages.shown, (Shown{{"Import Result",
                                       "3 out of 3 files imported successfully. 1 existing files "
                                       "were replaced."}}));
-    EXPECT_EQ(contents(musicFolder() + "/Song.mp3"), "second");
-    EXPECT_EQ(contents(musicFolder() + "/Other.ogg"), QByteArray(3 * 1024 * 1024 + 5, 'o'));
+    EXPECT_EQ(readFile(musicFolder() + "/Song.mp3"), "second");
+    EXPECT_EQ(readFile(musicFolder() + "/Other.ogg"), QByteArray(3 * 1024 * 1024 + 5, 'o'));
     EXPECT_EQ(QDir(musicFolder()).entryList(QDir::Files | QDir::Hidden),
               (QStringList{"Other.ogg", "Song.mp3"}));
 }
@@ -71,7 +70,7 @@ TEST(DocumentImport, AnUnreadableFileIsToldAndTheRestGoOn) {
     EXPECT_GT(messages.shown[0].second.size(), QString("Error handling file Gone.mp3: ").size());
     EXPECT_EQ(messages.shown[1], (QPair<QString, QString>{
                                      "Import Result", "1 out of 2 files imported successfully."}));
-    EXPECT_EQ(contents(musicFolder() + "/Good.mp3"), "good");
+    EXPECT_EQ(readFile(musicFolder() + "/Good.mp3"), "good");
 }
 
 TEST(DocumentImport, TheOldFileGoesBeforeTheNewOneIsRead) {
@@ -100,10 +99,4 @@ TEST(DocumentImport, CommandPrintsEachMessageAsTitleAndText) {
     EXPECT_EQ(again.out,
               "Import Result: 1 out of 1 files imported successfully. 1 existing files were "
               "replaced.\n");
-}
-
-TEST(DocumentImport, ACancelledPickerOnlyLogs) {
-    LogCapture log;
-    documentPickerWasCancelled();
-    EXPECT_EQ(log.lines(), QStringList{"User cancelled document picker"});
 }

@@ -35,6 +35,22 @@ int connectTo(quint16 port) {
 
 }  // namespace
 
+void PrintTo(const HttpAnswer& answer, std::ostream* os) {
+    *os << answer.status << " " << answer.contentType.toStdString() << " \""
+        << answer.body.left(200).toStdString() << "\"";
+}
+
+HttpAnswer textAnswer(const QByteArray& body) {
+    return {200, QStringLiteral("text/plain; charset=utf-8"), body};
+}
+
+WiFiUploadServer::Options loopbackOptions() {
+    WiFiUploadServer::Options options;
+    options.loopbackOnly = true;
+    options.announce = false;
+    return options;
+}
+
 HttpAnswer curlRequest(quint16 port, const QString& path, const QStringList& arguments) {
     QTemporaryFile body;
     EXPECT_TRUE(body.open());

@@ -5,13 +5,24 @@
 #include <QString>
 #include <QStringList>
 #include <memory>
+#include <ostream>
+
+#include "WiFiUploadServer.h"
 
 // What a client saw of one HTTP answer.
 struct HttpAnswer {
     int status = 0;
     QString contentType;
     QByteArray body;
+    bool operator==(const HttpAnswer&) const = default;
 };
+void PrintTo(const HttpAnswer& answer, std::ostream* os);
+
+// A 200 answer of plain text.
+HttpAnswer textAnswer(const QByteArray& body);
+
+// Options of a server on loopback only that announces nothing.
+WiFiUploadServer::Options loopbackOptions();
 
 // Runs curl against http://127.0.0.1:<port><path> with `arguments` (such as
 // -F parts) and returns the answer; a curl failure fails the test.

@@ -22,7 +22,7 @@ TEST(MimeType, TableHoldsEveryRowAndOnlySevenAudioExtensions) {
               "application/vnd.openxmlformats-officedocument.presentationml.presentation");
 }
 
-TEST(MimeType, LookupIgnoresCaseAndFallsBackToOctetStream) {
+TEST(MimeType, LookupIgnoresCaseAndFallsBackToOctetStreamAndGroupsCompareExactly) {
     const MimeType mp3 = MimeType::fromExtension("MP3");
     EXPECT_EQ(mp3.group(), Group::audio);
     EXPECT_EQ(mp3.type(), "mpeg");
@@ -39,6 +39,15 @@ TEST(MimeType, LookupIgnoresCaseAndFallsBackToOctetStream) {
     EXPECT_EQ(MimeType::fromExtension("bin"), defaultMimeType());
     EXPECT_EQ(defaultMimeType().text(), "application/octet-stream");
     EXPECT_EQ(folderMimeType(), defaultMimeType());
+
+    // Group raw values compare exactly.
+    for (Group group :
+         {Group::text, Group::image, Group::application, Group::audio, Group::video}) {
+        EXPECT_EQ(groupFromRawValue(rawValue(group)), group);
+    }
+    EXPECT_EQ(rawValue(Group::audio), "audio");
+    EXPECT_EQ(groupFromRawValue("Audio"), std::nullopt);
+    EXPECT_EQ(groupFromRawValue(""), std::nullopt);
 }
 
 TEST(MimeType, PathFormsTakeTheLastComponentsExtension) {
@@ -49,14 +58,4 @@ TEST(MimeType, PathFormsTakeTheLastComponentsExtension) {
     EXPECT_EQ(MimeType::fromPath(std::string("/a/b/Ünïcode.m4a")).type(), "x-m4a");
     EXPECT_EQ(MimeType::fromUrl(QUrl("file:///tmp/x/Track%2001.MID?x=1")).type(), "midi");
     EXPECT_EQ(MimeType::fromUrl(QUrl("https://host/a.b/c")), defaultMimeType());
-}
-
-TEST(MimeType, GroupRawValuesCompareExactly) {
-    for (Group group :
-         {Group::text, Group::image, Group::application, Group::audio, Group::video}) {
-        EXPECT_EQ(groupFromRawValue(rawValue(group)), group);
-    }
-    EXPECT_EQ(rawValue(Group::audio), "audio");
-    EXPECT_EQ(groupFromRawValue("Audio"), std::nullopt);
-    EXPECT_EQ(groupFromRawValue(""), std::nullopt);
 }

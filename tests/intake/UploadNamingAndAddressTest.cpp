@@ -14,7 +14,7 @@ QString storedName(const QString& fileName, const QSet<QString>& taken) {
     return uploadStoredName(fileName, [&](const QString& name) { return taken.contains(name); });
 }
 
-TEST(UploadFileNameTest, CountsUpFromTheBaseWithTheSuffixRemovedEverywhere) {
+TEST(UploadFileNameTest, CountsUpFromTheBaseAndRefusesNamesThatCouldLeaveTheFolder) {
     EXPECT_EQ(storedName("Song.mp3", {}), "Song.mp3");
     EXPECT_EQ(storedName("Song.mp3", {"Song.mp3"}), "Song (1).mp3");
     EXPECT_EQ(storedName("Song.mp3", {"Song.mp3", "Song (1).mp3", "Song (2).mp3"}), "Song (3).mp3");
@@ -28,9 +28,8 @@ TEST(UploadFileNameTest, CountsUpFromTheBaseWithTheSuffixRemovedEverywhere) {
     EXPECT_EQ(storedName("archive.tar.gz", {"archive.tar.gz"}), "archive.tar (1).gz");
     // A client's name is text, never a format.
     EXPECT_EQ(storedName("%1 %2.mp3", {"%1 %2.mp3"}), "%1 %2 (1).mp3");
-}
 
-TEST(UploadFileNameTest, NamesThatCouldLeaveTheFolderAreUnsafe) {
+    // Names that could leave the folder are unsafe.
     for (const QString& name : {QString("../x.mp3"), QString("a/b"), QString("."), QString(".."),
                                 QString(), QString("a") + QChar(0) + "b"}) {
         EXPECT_TRUE(isUnsafeUploadName(name)) << name.toStdString();
@@ -46,7 +45,7 @@ InterfaceAddress address(const char* name, const char* ip, bool up = true, bool 
     return {QString::fromLatin1(name), QString::fromLatin1(ip), up, loopback, wireless};
 }
 
-TEST(WiFiAddressTest, PrefersTheWirelessInterfaceThenTheFirstUpNonLoopback) {
+TEST(WiFiAddressTest, PrefersTheWirelessInterfaceAndTheLabelShowsOnlyAnOddPort) {
     EXPECT_EQ(pickWiFiAddress({}), std::nullopt);
     EXPECT_EQ(pickWiFiAddress({address("lo", "127.0.0.1", true, true)}), std::nullopt);
     EXPECT_EQ(pickWiFiAddress(
@@ -65,6 +64,11 @@ TEST(WiFiAddressTest, PrefersTheWirelessInterfaceThenTheFirstUpNonLoopback) {
                                address("eth0", "10.0.0.2"),
                                address("wlp2s0", "192.168.1.8", true, false, true)}),
               "192.168.1.8");
+
+    // The label shows the port only when it is not the default.
+    EXPECT_EQ(addressLabelText(QString("192.168.1.7"), 80), "http://192.168.1.7");
+    EXPECT_EQ(addressLabelText(QString("192.168.1.7"), 8081), "http://192.168.1.7:8081");
+    EXPECT_EQ(addressLabelText(std::nullopt, 8081), "IP Address not found");
 }
 
 TEST(WiFiAddressTest, MachineAddressIsANonLoopbackIPv4) {
@@ -82,17 +86,8 @@ TEST(WiFiAddressTest, MachineAddressIsANonLoopbackIPv4) {
     EXPECT_NE(parts.first(), "127");
 }
 
-TEST(WiFiAddressTest, LabelShowsThePortOnlyWhenItIsNotTheDefault) {
-    EXPECT_EQ(addressLabelText(QString("192.168.1.7"), 80), "http://192.168.1.7");
-    EXPECT_EQ(addressLabelText(QString("192.168.1.7"), 8081), "http://192.168.1.7:8081");
-    EXPECT_EQ(addressLabelText(std::nullopt, 8081), "IP Address not found");
-}
-
 TEST(WiFiViewControllerTest, ServesFromLoadUntilBack) {
-    WiFiUploadServer::Options options;
-    options.loopbackOnly = true;
-    options.announce = false;
-    WiFiViewController controller(options, 0);
+    WiFiViewController controller(loopbackOptions(), 0);
     int labelChanges = 0;
     int dismissals = 0;
     QObject::connect(&controller, &WiFiViewController::ipAddressTextChanged,

@@ -3,6 +3,7 @@
 #include <QDir>
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <vector>
 
 #include "AppDirectories.h"
@@ -25,20 +26,45 @@ std::unique_ptr<PlaybackManager> launch() {
     return std::make_unique<PlaybackManager>(std::make_unique<OfflineAudioOutput>(kRate, kBlock));
 }
 
-std::vector<float> mainGains(const PlaybackManager& manager) {
-    std::vector<float> gains;
-    for (const auto* band : manager.bands()) {
-        gains.push_back(band->gain());
-    }
-    return gains;
-}
-
 std::vector<float> unitGains(const AudioUnitEQ& unit) {
     std::vector<float> gains;
     for (const auto* band : unit.bands()) {
         gains.push_back(band->gain());
     }
     return gains;
+}
+
+std::vector<float> mainGains(const PlaybackManager& manager) {
+    return unitGains(*manager.equalizer());
+}
+
+// The largest magnitude in samples [from, to).
+float peak(const std::vector<float>& samples, size_t from = 0, size_t to = SIZE_MAX) {
+    float result = 0.0f;
+    for (size_t i = from; i < std::min(to, samples.size()); ++i) {
+        result = std::max(result, std::abs(samples[i]));
+    }
+    return result;
+}
+
+// Writes `seconds` of a sine at `hertz` and plays it on `manager`'s engine from
+// its start; returns the file's frames.
+qint64 playSine(PlaybackManager& manager, double hertz, double amplitude, double seconds) {
+    const QString path =
+        QDir(testHome()).filePath(QStringLiteral("sine-%1-%2.wav").arg(hertz).arg(amplitude));
+    AudioFixture fixture;
+    fixture.frames = qint64(kRate * seconds);
+    fixture.signal = FixtureSignal::sine(hertz, amplitude);
+    EXPECT_EQ(writeAudioFixture(path, fixture), QString());
+    const auto file = AudioFile::openForReading(path);
+    EXPECT_TRUE(file);
+    manager.audioPlayerNode().stop();
+    if (file) {
+        manager.audioPlayerNode().scheduleFile(file);
+    }
+    EXPECT_TRUE(manager.audioEngine().start(nullptr));
+    manager.audioPlayerNode().play();
+    return fixture.frames;
 }
 
 // The stored band dictionary in band order, or nothing when absent.
@@ -153,19 +179,17 @@ TEST(EqualizerState, BandCallsThatMoveNothing) {
     EXPECT_EQ(storedBands(PlaybackManager::KEY_EQ_BANDS)->at(3), 0.0f);
 }
 
-TEST(EqualizerState, CustomWithNothingStoredEndsAsNone) {
-    auto manager = launch();
-    manager->selectPreset(Preset::classical);
-    manager->selectPreset(Preset::Custom);
-    EXPECT_EQ(mainGains(*manager), kFlat);
-    EXPECT_EQ(manager->selectedEQPreset(), Preset::none);
-    EXPECT_EQ(storedPreset(), 0);
-}
-
-TEST(EqualizerState, CustomPresetSurvivesARelaunchAndUnsavedMovesAreUndone) {
+TEST(EqualizerState, CustomPresetIsNoneUntilSavedSurvivesARelaunchAndUndoesUnsavedMoves) {
     const std::vector<float> mine = {2, -3, 1.5f, 0, 6};
     {
         auto manager = launch();
+        // Custom with nothing stored ends as none.
+        manager->selectPreset(Preset::classical);
+        manager->selectPreset(Preset::Custom);
+        EXPECT_EQ(mainGains(*manager), kFlat);
+        EXPECT_EQ(manager->selectedEQPreset(), Preset::none);
+        EXPECT_EQ(storedPreset(), 0);
+
         manager->selectPreset(Preset::acoustic);
         for (size_t i = 0; i < mine.size(); ++i) {
             manager->setEqualizerBand(manager->bands()[i]->frequency(), mine[i]);
@@ -241,7 +265,16 @@ TEST(EqualizerState, EverythingComesBackAfterARelaunch) {
     EXPECT_EQ(manager->selectedEQPreset(), Preset::none);
 }
 
-TEST(EqualizerState, LaunchGainsComeFromTheStoredBandsNotTheTable) {
+TEST(EqualizerState, AnUnreadableSettingsFileStartsFlatAndLaunchGainsComeFromTheStoredBands) {
+    writeFile(AppDirectories::settingsFile(), "{\"equalizerPresetKey\": [2, \x01 not json");
+    {
+        auto manager = launch();
+        EXPECT_EQ(mainGains(*manager), kFlat);
+        EXPECT_EQ(manager->selectedEQPreset(), Preset::none);
+        manager->selectPreset(Preset::rock);
+        EXPECT_EQ(storedPreset(), 2);
+    }
+    // The stored bands win over the preset's table.
     UserDefaults& defaults = UserDefaults::standard();
     defaults.setDictionary({{"60.0", 1.0f}, {"910.0", -2.0f}}, PlaybackManager::KEY_EQ_BANDS);
     defaults.setInteger(2, PlaybackManager::KEY_EQ_PRESET);
@@ -286,15 +319,6 @@ TEST(EqualizerState, DamagedSettingsStartFlatAndNeverStopTheLaunch) {
               1);
 }
 
-TEST(EqualizerState, AnUnreadableSettingsFileStartsFlat) {
-    writeFile(AppDirectories::settingsFile(), "{\"equalizerPresetKey\": [2, \x01 not json");
-    auto manager = launch();
-    EXPECT_EQ(mainGains(*manager), kFlat);
-    EXPECT_EQ(manager->selectedEQPreset(), Preset::none);
-    manager->selectPreset(Preset::rock);
-    EXPECT_EQ(storedPreset(), 2);
-}
-
 // The largest boosts the model allows: rock, +6 dB bass on three units and
 // +10 dB boost, about +33 dB at 60 Hz all told.
 class LoudestSettings : public ::testing::Test {
@@ -306,33 +330,11 @@ protected:
     }
 
     std::vector<float> render(double hertz, double amplitude) {
-        const QString path =
-            QDir(testHome()).filePath(QStringLiteral("sine-%1-%2.wav").arg(hertz).arg(amplitude));
-        AudioFixture fixture;
-        fixture.frames = qint64(kRate / 2);
-        fixture.signal = FixtureSignal::sine(hertz, amplitude);
-        EXPECT_EQ(writeAudioFixture(path, fixture), QString());
-        const auto file = AudioFile::openForReading(path);
-        EXPECT_TRUE(file);
-        if (!file) {
-            return {};
-        }
+        const qint64 frames = playSine(*manager, hertz, amplitude, 0.5);
         AudioEngine& engine = manager->audioEngine();
-        manager->audioPlayerNode().stop();
-        manager->audioPlayerNode().scheduleFile(file);
-        EXPECT_TRUE(engine.start(nullptr));
-        manager->audioPlayerNode().play();
-        std::vector<float> samples(size_t(fixture.frames + engine.latencyFrames()) * 2);
+        std::vector<float> samples(size_t(frames + engine.latencyFrames()) * 2);
         EXPECT_TRUE(engine.renderOffline(samples.data(), int(samples.size() / 2)));
         return samples;
-    }
-
-    static float peak(const std::vector<float>& samples) {
-        float result = 0.0f;
-        for (float sample : samples) {
-            result = std::max(result, std::abs(sample));
-        }
-        return result;
     }
 
     std::unique_ptr<PlaybackManager> manager = launch();
@@ -359,17 +361,8 @@ TEST_F(LoudestSettings, LeaveAudioThatFitsUntouchedByTheLimiter) {
 }
 
 TEST(EqualizerSound, ChangesWhilePlayingGlideWithoutAClick) {
-    const QString path = QDir(testHome()).filePath("sine.wav");
-    AudioFixture fixture;
-    fixture.frames = qint64(kRate);
-    fixture.signal = FixtureSignal::sine(230.0, 0.05);
-    ASSERT_EQ(writeAudioFixture(path, fixture), QString());
     auto manager = launch();
-    const auto file = AudioFile::openForReading(path);
-    ASSERT_TRUE(file);
-    manager->audioPlayerNode().scheduleFile(file);
-    ASSERT_TRUE(manager->audioEngine().start(nullptr));
-    manager->audioPlayerNode().play();
+    playSine(*manager, 230.0, 0.05, 1.0);
 
     const int part = int(kRate / 4);
     std::vector<float> out(size_t(part) * 2 * 3);
@@ -394,21 +387,14 @@ TEST(EqualizerSound, ChangesWhilePlayingGlideWithoutAClick) {
     ASSERT_TRUE(manager->audioEngine().renderOffline(out.data() + 2 * partSamples, part));
 
     const size_t settle = size_t(kRate / 10) * 2;
-    const auto peakOf = [&out](size_t from, size_t to) {
-        float peak = 0.0f;
-        for (size_t i = from; i < to; ++i) {
-            peak = std::max(peak, std::abs(out[i]));
-        }
-        return peak;
-    };
     // A band move: no bend beyond the steady sound's own on either side.
     const float steady = std::max(largestBend(2 * partSamples - settle, 2 * partSamples),
                                   largestBend(3 * partSamples - settle, 3 * partSamples));
     EXPECT_LE(largestBend(2 * partSamples - settle, 3 * partSamples), steady * 1.1f);
     // Everything at once: a level that jumped would bend the wave by up to
     // the whole change; the glide keeps it to a small part of that.
-    const float change = peakOf(2 * partSamples - settle, 2 * partSamples) -
-                         peakOf(partSamples - settle, partSamples);
+    const float change = peak(out, 2 * partSamples - settle, 2 * partSamples) -
+                         peak(out, partSamples - settle, partSamples);
     ASSERT_GT(change, 0.05f);
     EXPECT_LT(largestBend(partSamples, 2 * partSamples), change * 0.1f);
 }

@@ -12,7 +12,7 @@ ProcessRun runInfo(const QStringList& files) {
 
 }  // namespace
 
-TEST(InfoCommand, PrintsEachFileAndReportsTheMissingOnes) {
+TEST(InfoCommand, PrintsEachFileReportsTheMissingOnesAndRejectsDirectories) {
     const QString tagged = testHome() + "/in/tagged.wav";
     writeFile(tagged, pcmWav(800));
     ASSERT_TRUE(writeTag(tagged, {.title = "Two\nLines \\ here",
@@ -46,11 +46,10 @@ TEST(InfoCommand, PrintsEachFileAndReportsTheMissingOnes) {
               "albumArtist: N/A\n"
               "duration: nan\n"
               "cover: no\n");
-}
 
-TEST(InfoCommand, NeedsFilesAndRejectsDirectories) {
+    // No files, or a directory, is refused.
     EXPECT_EQ(runInfo({}).exitCode, 2);
-    const ProcessRun run = runInfo({testHome()});
-    EXPECT_NE(run.exitCode, 0);
-    EXPECT_TRUE(run.out.isEmpty());
+    const ProcessRun directory = runInfo({testHome()});
+    EXPECT_NE(directory.exitCode, 0);
+    EXPECT_TRUE(directory.out.isEmpty());
 }

@@ -10,6 +10,7 @@
 #include "OfflineAudioOutput.h"
 #include "PlaybackManager.h"
 #include "TestSupport.h"
+#include "TrackFixtures.h"
 
 namespace {
 
@@ -18,23 +19,6 @@ constexpr double kRate = 44100.0;
 class MprisServiceTest : public ::testing::Test {
 protected:
     void SetUp() override { manager.setNowPlayingPublisher(service); }
-
-    TrackPtr track(const QString& title, double duration) {
-        auto result = std::make_shared<Track>();
-        result->title = title;
-        result->fileName = title + ".wav";
-        result->duration = duration;
-        AudioFixture fixture;
-        fixture.frames = qint64(kRate);
-        EXPECT_EQ(writeAudioFixture(result->url(), fixture), QString());
-        return result;
-    }
-
-    void startQueue(const QList<TrackPtr>& queue) {
-        manager.setCurrentIndex(0);
-        manager.setCurrentPlaylist(queue);
-        manager.playCurrentTrack();
-    }
 
     QString trackId() const {
         return service->metadata().value("mpris:trackid").value<QDBusObjectPath>().path();
@@ -59,13 +43,13 @@ TEST_F(MprisServiceTest, NothingQueuedPublishesAnEmptyPausedEntry) {
     EXPECT_EQ(service->position(), 0);
 }
 
-TEST_F(MprisServiceTest, ATrackPublishesItsTitleLengthIdAndCover) {
-    const TrackPtr first = track("first", 30.25);
-    const TrackPtr second = track("second", 12.0);
+TEST_F(MprisServiceTest, ATrackPublishesItsTitleLengthIdAndCoverAndPlayPauseFollowsTheNode) {
+    const TrackPtr first = queuedTrack("first", 30.25);
+    const TrackPtr second = queuedTrack("second", 12.0);
     QImage cover(24, 16, QImage::Format_RGB32);
     cover.fill(Qt::blue);
     first->setAlbumArtThumbnail(cover);
-    startQueue({first, second});
+    startQueue(manager, {first, second});
 
     EXPECT_EQ(service->playbackStatus(), "Playing");
     QVariantMap metadata = service->metadata();
@@ -91,10 +75,8 @@ TEST_F(MprisServiceTest, ATrackPublishesItsTitleLengthIdAndCover) {
     EXPECT_NE(trackId(), firstId);
     EXPECT_EQ(service->metadata().value("xesam:title").toString(), "second");
     EXPECT_FALSE(service->metadata().contains("mpris:artUrl"));
-}
 
-TEST_F(MprisServiceTest, PlayPauseFollowsThePlayerNode) {
-    startQueue({track("only", 30.0)});
+    // Play-pause follows the player node.
     ASSERT_TRUE(manager.audioPlayerNode().isPlaying());
     service->playPause();
     EXPECT_FALSE(manager.audioPlayerNode().isPlaying());

@@ -12,6 +12,7 @@
 #include "OfflineAudioOutput.h"
 #include "PlaybackManager.h"
 #include "TestSupport.h"
+#include "TrackFixtures.h"
 
 namespace {
 
@@ -20,15 +21,6 @@ constexpr int kBlock = 512;
 
 using State = PlaybackManager::State;
 using RepeatMode = PlaybackManager::RepeatMode;
-
-// A stereo WAV at kRate whose every frame tells its own index.
-void writePatternFile(const QString& path, double seconds) {
-    AudioFixture fixture;
-    fixture.frames = qint64(seconds * kRate);
-    fixture.sampleRate = int(kRate);
-    fixture.signal = FixtureSignal::framePattern();
-    ASSERT_EQ(writeAudioFixture(path, fixture), QString());
-}
 
 // A word the multiply-and-reject pick maps to `pick` out of `count`, well
 // clear of the rejection zone.
@@ -58,6 +50,10 @@ struct RecordingPublisher : NowPlayingPublisher {
 struct ScriptedRandom {
     std::vector<quint64> words;
     size_t draws = 0;
+    void script(std::vector<quint64> next) {
+        words = std::move(next);
+        draws = 0;
+    }
     PlaybackManager::RandomSource source() {
         return [this]() -> quint64 {
             if (draws >= words.size()) {
@@ -89,14 +85,6 @@ private:
     bool m_startSucceeds;
 };
 
-TrackPtr trackAt(const QString& title, double duration) {
-    auto track = std::make_shared<Track>();
-    track->title = title;
-    track->fileName = title + ".wav";
-    track->duration = duration;
-    return track;
-}
-
 class PlaybackManagerTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -104,24 +92,14 @@ protected:
         manager.setNowPlayingPublisher(publisher);
     }
 
-    // A track in the music folder with `audioSeconds` of audio; `duration`
-    // is what the queue believes, which need not match.
-    TrackPtr track(const QString& title, double duration, double audioSeconds = 1.0) {
-        TrackPtr result = trackAt(title, duration);
-        writePatternFile(result->url(), audioSeconds);
-        return result;
-    }
-
     TrackPtr unreadableTrack(const QString& title) {
-        TrackPtr result = trackAt(title, 10.0);
+        TrackPtr result = queuedTrack(title, 10.0, 0);
         writeFile(result->url(), "this is no audio file, whatever its name says");
         return result;
     }
 
     void startQueue(const QList<TrackPtr>& queue, int index = 0) {
-        manager.setCurrentIndex(index);
-        manager.setCurrentPlaylist(queue);
-        manager.playCurrentTrack();
+        ::startQueue(manager, queue, index);
     }
 
     std::vector<float> render(int frames) {
@@ -171,8 +149,8 @@ TEST_F(PlaybackManagerTest, GraphIsBuiltWithFiveBandUnitsAtTheFixedFrequencies) 
 }
 
 TEST_F(PlaybackManagerTest, TrackEndsByTheCountAndTheQueueMovesOn) {
-    const TrackPtr first = track("first", 3.0);
-    const TrackPtr second = track("second", 2.0);
+    const TrackPtr first = queuedTrack("first", 3.0);
+    const TrackPtr second = queuedTrack("second", 2.0);
     startQueue({first, second});
 
     EXPECT_EQ(manager.state(), State::playing);
@@ -212,7 +190,7 @@ TEST_F(PlaybackManagerTest, TrackEndsByTheCountAndTheQueueMovesOn) {
 }
 
 TEST_F(PlaybackManagerTest, DelegateSeesZeroForNoPositionAndNeverATimePastTheEnd) {
-    startQueue({track("short", 2.5)});
+    startQueue({queuedTrack("short", 2.5)});
     tick(3);
     // The count itself runs past the end; what the screen is told does not.
     EXPECT_EQ(manager.currentTime(), 3.0);
@@ -224,7 +202,7 @@ TEST_F(PlaybackManagerTest, DelegateSeesZeroForNoPositionAndNeverATimePastTheEnd
 }
 
 TEST_F(PlaybackManagerTest, StartingTheClockTwiceKeepsOneClock) {
-    startQueue({track("song", 10.0)});
+    startQueue({queuedTrack("song", 10.0)});
     ASSERT_EQ(manager.currentTime(), 0.0);
     manager.startElapsedTimeTimer();
     // A second clock would have fired its first tick at once.
@@ -236,9 +214,9 @@ TEST_F(PlaybackManagerTest, StartingTheClockTwiceKeepsOneClock) {
 }
 
 TEST_F(PlaybackManagerTest, RepeatModes) {
-    const TrackPtr a = track("a", 2.0);
-    const TrackPtr b = track("b", 2.0);
-    const TrackPtr c = track("c", 2.0);
+    const TrackPtr a = queuedTrack("a", 2.0);
+    const TrackPtr b = queuedTrack("b", 2.0);
+    const TrackPtr c = queuedTrack("c", 2.0);
     startQueue({a, b, c}, 2);
     render(kBlock);
 
@@ -266,18 +244,7 @@ TEST_F(PlaybackManagerTest, RepeatModes) {
     EXPECT_EQ(delegate.events.last(), "start");
 }
 
-TEST_F(PlaybackManagerTest, PreviousAtTheFirstTrackWithRepeatOffStops) {
-    startQueue({track("a", 2.0), track("b", 2.0)});
-    EXPECT_FALSE(manager.canGoPrevious());
-    EXPECT_TRUE(manager.canGoNext());
-    manager.previous();
-    EXPECT_EQ(manager.state(), State::stopped);
-    EXPECT_EQ(manager.currentIndex(), 0);
-    EXPECT_EQ(delegate.events.last(), "stop");
-    EXPECT_FALSE(manager.audioPlayerNode().isPlaying());
-}
-
-TEST_F(PlaybackManagerTest, NavigationAvailability) {
+TEST_F(PlaybackManagerTest, NavigationAvailabilityAndPreviousAtTheFirstTrack) {
     EXPECT_FALSE(manager.canGoNext());
     EXPECT_FALSE(manager.canGoPrevious());
     manager.setShuffleEnabled(true);
@@ -289,7 +256,7 @@ TEST_F(PlaybackManagerTest, NavigationAvailability) {
     manager.setShuffleEnabled(false);
     manager.setRepeatMode(RepeatMode::off);
     manager.setCurrentIndex(0);
-    manager.setCurrentPlaylist({trackAt("only", 1.0)});
+    manager.setCurrentPlaylist({queuedTrack("only", 1.0, 0)});
     EXPECT_FALSE(manager.canGoNext());
     EXPECT_FALSE(manager.canGoPrevious());
     manager.setRepeatMode(RepeatMode::one);
@@ -299,6 +266,17 @@ TEST_F(PlaybackManagerTest, NavigationAvailability) {
     manager.setShuffleEnabled(true);
     EXPECT_TRUE(manager.canGoNext());
     EXPECT_TRUE(manager.canGoPrevious());
+
+    // Previous at the first track with repeat off stops.
+    manager.setShuffleEnabled(false);
+    startQueue({queuedTrack("a", 2.0), queuedTrack("b", 2.0)});
+    EXPECT_FALSE(manager.canGoPrevious());
+    EXPECT_TRUE(manager.canGoNext());
+    manager.previous();
+    EXPECT_EQ(manager.state(), State::stopped);
+    EXPECT_EQ(manager.currentIndex(), 0);
+    EXPECT_EQ(delegate.events.last(), "stop");
+    EXPECT_FALSE(manager.audioPlayerNode().isPlaying());
 }
 
 TEST_F(PlaybackManagerTest, ShufflePicksAndSidestepsTheCurrentTrack) {
@@ -306,7 +284,9 @@ TEST_F(PlaybackManagerTest, ShufflePicksAndSidestepsTheCurrentTrack) {
     random.words = {wordPicking(3, 4), wordPicking(3, 4), wordPicking(3, 4), wordPicking(1, 4)};
     manager.setRandomSource(random.source());
     manager.setShuffleEnabled(true);
-    startQueue({track("a", 2.0), track("b", 2.0), track("c", 2.0), track("d", 2.0)}, 1);
+    startQueue({queuedTrack("a", 2.0), queuedTrack("b", 2.0), queuedTrack("c", 2.0),
+                queuedTrack("d", 2.0)},
+               1);
 
     manager.next();
     EXPECT_EQ(manager.currentIndex(), 3);
@@ -328,14 +308,14 @@ TEST_F(PlaybackManagerTest, ShuffleOnOneTrackOrAtTheFirstTrackComesBackToIndexZe
     random.words = {0, wordPicking(0, 3)};
     manager.setRandomSource(random.source());
     manager.setShuffleEnabled(true);
-    const TrackPtr only = track("only", 2.0);
+    const TrackPtr only = queuedTrack("only", 2.0);
     startQueue({only});
     delegate.events.clear();
     manager.next();
     EXPECT_EQ(manager.currentIndex(), 0);
     EXPECT_EQ(delegate.events, (QStringList{"track only", "start"}));
 
-    manager.setCurrentPlaylist({only, track("other", 2.0), track("third", 2.0)});
+    manager.setCurrentPlaylist({only, queuedTrack("other", 2.0), queuedTrack("third", 2.0)});
     // Pick 0 at index 0: previous() goes to -1, which plays the first track,
     // where without shuffle and with repeat on it would play the last.
     manager.previous();
@@ -344,17 +324,6 @@ TEST_F(PlaybackManagerTest, ShuffleOnOneTrackOrAtTheFirstTrackComesBackToIndexZe
     manager.setRepeatMode(RepeatMode::on);
     manager.previous();
     EXPECT_EQ(manager.currentIndex(), 2);
-}
-
-TEST_F(PlaybackManagerTest, ShuffleWithAnEmptyQueueStopsInsteadOfCrashing) {
-    manager.setShuffleEnabled(true);
-    manager.next();
-    EXPECT_EQ(manager.state(), State::stopped);
-    EXPECT_EQ(delegate.events, QStringList{"stop"});
-    manager.previous();
-    EXPECT_EQ(delegate.events, (QStringList{"stop", "stop"}));
-    EXPECT_EQ(manager.handleNextTrackCommand(),
-              PlaybackManager::RemoteCommandStatus::commandFailed);
 }
 
 TEST(PlaybackManagerRandom, MultiplyAndRejectIsExactAtTheEdges) {
@@ -367,24 +336,21 @@ TEST(PlaybackManagerRandom, MultiplyAndRejectIsExactAtTheEdges) {
     EXPECT_EQ(manager.randomIndex(3), 2);
     EXPECT_EQ(random.draws, 2u);
     // The smallest word that is kept.
-    random.words = {1};
-    random.draws = 0;
+    random.script({1});
     EXPECT_EQ(manager.randomIndex(3), 0);
     EXPECT_EQ(random.draws, 1u);
     // Powers of two never redraw.
-    random.words = {0, 1ull << 62, 3ull << 62};
-    random.draws = 0;
+    random.script({0, 1ull << 62, 3ull << 62});
     EXPECT_EQ(manager.randomIndex(4), 0);
     EXPECT_EQ(manager.randomIndex(4), 1);
     EXPECT_EQ(manager.randomIndex(4), 3);
     EXPECT_EQ(random.draws, 3u);
-    random.words = {12345};
-    random.draws = 0;
+    random.script({12345});
     EXPECT_EQ(manager.randomIndex(1), 0);
 }
 
 TEST_F(PlaybackManagerTest, PauseAndResumeGoOnFromTheCountedTime) {
-    startQueue({track("song", 5.0, 5.0)});
+    startQueue({queuedTrack("song", 5.0, 5.0)});
     render(kBlock);
     tick(2);
     ASSERT_EQ(manager.currentTime(), 2.0);
@@ -420,7 +386,7 @@ TEST_F(PlaybackManagerTest, PauseAndResumeGoOnFromTheCountedTime) {
 }
 
 TEST_F(PlaybackManagerTest, SeekDuringAPauseLeavesTheStateAlone) {
-    startQueue({track("song", 5.0, 5.0)});
+    startQueue({queuedTrack("song", 5.0, 5.0)});
     render(kBlock);
     manager.pause();
     manager.seekTo(1.0);
@@ -434,7 +400,7 @@ TEST_F(PlaybackManagerTest, SeekDuringAPauseLeavesTheStateAlone) {
 }
 
 TEST_F(PlaybackManagerTest, SeekArithmetic) {
-    const TrackPtr song = track("song", 200.0, 10.5);
+    const TrackPtr song = queuedTrack("song", 200.0, 10.5);
     startQueue({song});
 
     // Before the first render there is no render time: nothing moves.
@@ -443,36 +409,27 @@ TEST_F(PlaybackManagerTest, SeekArithmetic) {
     EXPECT_EQ(manager.currentTime(), 0.0);
 
     render(kBlock);
-    log.clear();
-    manager.seekTo(10.0);
-    EXPECT_EQ(manager.currentTime(), 10.0);
-    EXPECT_EQ(log.lines(),
-              QStringList{"Scheduling segment: startingFrame: 441000, frameCount: 8379000"});
-    EXPECT_EQ(delegate.times.last(), 10.0);
-
-    log.clear();
-    manager.seekTo(-5.0);
-    EXPECT_EQ(manager.currentTime(), 0.0);
-    EXPECT_EQ(log.lines(),
-              QStringList{"Scheduling segment: startingFrame: 0, frameCount: 8820000"});
-
-    // Past the end of the audio in the file, the time still moves.
-    song->duration = 100.0;
-    log.clear();
-    manager.seekTo(1000.0);
-    EXPECT_EQ(manager.currentTime(), 99.99);
-    EXPECT_EQ(log.lines(),
-              QStringList{"Invalid newSampleTime: 4409559 for audio file length: 463050"});
-
-    song->duration = 0.0;
-    log.clear();
-    manager.seekTo(3.0);
-    EXPECT_EQ(manager.currentTime(), 0.0);
-    EXPECT_EQ(log.lines(), QStringList{"No frames to play or invalid values"});
+    // The track's duration, where to, the time that results and the log line.
+    const std::tuple<double, double, double, QString> seeks[] = {
+        {200.0, 10.0, 10.0, "Scheduling segment: startingFrame: 441000, frameCount: 8379000"},
+        {200.0, -5.0, 0.0, "Scheduling segment: startingFrame: 0, frameCount: 8820000"},
+        // Past the end of the audio in the file, the time still moves.
+        {100.0, 1000.0, 99.99, "Invalid newSampleTime: 4409559 for audio file length: 463050"},
+        {0.0, 3.0, 0.0, "No frames to play or invalid values"}};
+    for (const auto& [duration, to, time, line] : seeks) {
+        song->duration = duration;
+        log.clear();
+        manager.seekTo(to);
+        EXPECT_EQ(manager.currentTime(), time) << to;
+        EXPECT_EQ(log.lines(), QStringList{line});
+        if (line.startsWith("Scheduling")) {
+            EXPECT_EQ(delegate.times.last(), time);
+        }
+    }
 }
 
 TEST_F(PlaybackManagerTest, SeeksThatCannotBeRepresentedAreRefused) {
-    const TrackPtr song = track("song", 5.0);
+    const TrackPtr song = queuedTrack("song", 5.0);
     startQueue({song});
     render(kBlock);
 
@@ -499,9 +456,17 @@ TEST_F(PlaybackManagerTest, SeeksThatCannotBeRepresentedAreRefused) {
     EXPECT_EQ(delegate.times.last(), 0.0);
 }
 
-TEST_F(PlaybackManagerTest, UnreadableTracksLeaveTheQueue) {
-    const TrackPtr good = track("good", 4.0);
-    const TrackPtr missing = trackAt("missing", 4.0);
+TEST_F(PlaybackManagerTest, UnreadableTracksLeaveTheQueueAndAQueueOfThemEndsEmptyAndSilent) {
+    startQueue({unreadableTrack("bad"), queuedTrack("missing", 4.0, 0)}, 1);
+    EXPECT_TRUE(manager.currentPlaylist().isEmpty());
+    EXPECT_EQ(manager.state(), State::stopped);
+    EXPECT_TRUE(delegate.events.isEmpty());
+    EXPECT_TRUE(publisher->published.isEmpty());
+    EXPECT_FALSE(manager.audioPlayerNode().isPlaying());
+    EXPECT_FALSE(timerActive());
+
+    const TrackPtr good = queuedTrack("good", 4.0);
+    const TrackPtr missing = queuedTrack("missing", 4.0, 0);
     // A null entry is a caller's slip; it is left out of the queue.
     startQueue({unreadableTrack("bad"), nullptr, missing, good});
     EXPECT_EQ(manager.currentPlaylist(), QList<TrackPtr>{good});
@@ -511,55 +476,36 @@ TEST_F(PlaybackManagerTest, UnreadableTracksLeaveTheQueue) {
     EXPECT_EQ(manager.audioFile()->path(), good->url());
 }
 
-TEST_F(PlaybackManagerTest, AQueueOfUnreadableTracksEndsEmptyAndSilent) {
-    startQueue({unreadableTrack("bad"), trackAt("missing", 4.0)}, 1);
-    EXPECT_TRUE(manager.currentPlaylist().isEmpty());
-    EXPECT_EQ(manager.state(), State::stopped);
-    EXPECT_TRUE(delegate.events.isEmpty());
-    EXPECT_TRUE(publisher->published.isEmpty());
-    EXPECT_FALSE(manager.audioPlayerNode().isPlaying());
-    EXPECT_FALSE(timerActive());
-}
-
-TEST(PlaybackManagerEngine, AnEngineThatWillNotStartStopsPlayback) {
-    PlaybackManager manager(std::make_unique<DeadOutput>());
-    RecordingDelegate delegate;
-    manager.setDelegate(&delegate);
-    const TrackPtr song = trackAt("song", 3.0);
-    writePatternFile(song->url(), 0.1);
-    manager.setCurrentIndex(0);
-    manager.setCurrentPlaylist({song});
-    manager.playCurrentTrack();
-    EXPECT_EQ(manager.state(), State::stopped);
-    EXPECT_EQ(delegate.events, QStringList{"stop"});
-    EXPECT_EQ(manager.currentPlaylist().size(), 1);
-
-    // The same from a remote play command, which reports its failure.
-    delegate.events.clear();
-    EXPECT_EQ(manager.handlePlayCommand(), PlaybackManager::RemoteCommandStatus::commandFailed);
-    EXPECT_EQ(delegate.events, (QStringList{"stop", "start"}));
-    EXPECT_EQ(manager.state(), State::stopped);
-}
-
-TEST(PlaybackManagerEngine, AnEngineThatDiesOnStartLeavesTheTrackScheduledAndTheStateAlone) {
-    PlaybackManager manager(std::make_unique<DeadOutput>(true));
-    RecordingDelegate delegate;
-    manager.setDelegate(&delegate);
+TEST(PlaybackManagerEngine, AnEngineThatWillNotRunStopsPlaybackOrLeavesTheStateAlone) {
     LogCapture log;
-    const TrackPtr song = trackAt("song", 3.0);
-    writePatternFile(song->url(), 0.1);
-    manager.setCurrentIndex(0);
-    manager.setCurrentPlaylist({song});
-    manager.playCurrentTrack();
-    EXPECT_EQ(log.lines(), QStringList{"Error: Audio engine is not running"});
-    EXPECT_EQ(manager.state(), State::stopped);
-    ASSERT_NE(manager.audioFile(), nullptr);
-    EXPECT_TRUE(delegate.events.isEmpty());
-    EXPECT_FALSE(manager.elpasedTimeTimer());
+    for (const bool startSucceeds : {false, true}) {
+        SCOPED_TRACE(startSucceeds ? "dies on start" : "will not start");
+        PlaybackManager manager(std::make_unique<DeadOutput>(startSucceeds));
+        RecordingDelegate delegate;
+        manager.setDelegate(&delegate);
+        log.clear();
+        startQueue(manager, {queuedTrack("song", 3.0, 0.1)});
+        EXPECT_EQ(manager.state(), State::stopped);
+        if (startSucceeds) {
+            // The track stays scheduled, and no clock runs.
+            EXPECT_EQ(log.lines(), QStringList{"Error: Audio engine is not running"});
+            ASSERT_NE(manager.audioFile(), nullptr);
+            EXPECT_TRUE(delegate.events.isEmpty());
+            EXPECT_FALSE(manager.elpasedTimeTimer());
+            continue;
+        }
+        EXPECT_EQ(delegate.events, QStringList{"stop"});
+        EXPECT_EQ(manager.currentPlaylist().size(), 1);
+        // The same from a remote play command, which reports its failure.
+        delegate.events.clear();
+        EXPECT_EQ(manager.handlePlayCommand(), PlaybackManager::RemoteCommandStatus::commandFailed);
+        EXPECT_EQ(delegate.events, (QStringList{"stop", "start"}));
+        EXPECT_EQ(manager.state(), State::stopped);
+    }
 }
 
 TEST_F(PlaybackManagerTest, AnEngineStoppedBehindOurBackIsRestartedByTheTick) {
-    startQueue({track("song", 10.0)});
+    startQueue({queuedTrack("song", 10.0)});
     manager.audioEngine().pause();
     delegate.events.clear();
     tick();
@@ -581,7 +527,7 @@ TEST_F(PlaybackManagerTest, ADestroyedDelegateIsNeverCalled) {
     };
     auto counting = std::make_unique<CountingDelegate>(&calls);
     manager.setDelegate(counting.get());
-    startQueue({track("a", 2.0), track("b", 2.0)});
+    startQueue({queuedTrack("a", 2.0), queuedTrack("b", 2.0)});
     ASSERT_GT(calls, 0);
     counting.reset();
     calls = 0;
@@ -595,8 +541,8 @@ TEST_F(PlaybackManagerTest, ADestroyedDelegateIsNeverCalled) {
 }
 
 TEST_F(PlaybackManagerTest, NowPlayingInfoAtTrackChangeCarriesTheTimeOfTheTrackBefore) {
-    const TrackPtr first = track("first", 30.0);
-    const TrackPtr second = track("second", 40.5);
+    const TrackPtr first = queuedTrack("first", 30.0);
+    const TrackPtr second = queuedTrack("second", 40.5);
     QImage cover(40, 40, QImage::Format_RGB32);
     cover.fill(Qt::red);
     cover.setDevicePixelRatio(0.5);
@@ -625,7 +571,7 @@ TEST_F(PlaybackManagerTest, NowPlayingInfoAtTrackChangeCarriesTheTimeOfTheTrackB
     EXPECT_EQ(publisher->published.last().elapsedPlaybackTime, -1.0);
 }
 
-TEST_F(PlaybackManagerTest, NowPlayingInfoWithAnEmptyQueue) {
+TEST_F(PlaybackManagerTest, AnEmptyQueuePublishesAnEmptyEntryAndStopsOnNext) {
     manager.pause();
     ASSERT_EQ(publisher->published.size(), 1);
     const NowPlayingInfo info = publisher->published.last();
@@ -641,11 +587,21 @@ TEST_F(PlaybackManagerTest, NowPlayingInfoWithAnEmptyQueue) {
     EXPECT_EQ(publisher->published.size(), 2);
     EXPECT_TRUE(delegate.events.isEmpty());
     EXPECT_EQ(manager.state(), State::stopped);
+
+    // Shuffle with an empty queue stops instead of crashing.
+    manager.setShuffleEnabled(true);
+    manager.next();
+    EXPECT_EQ(manager.state(), State::stopped);
+    EXPECT_EQ(delegate.events, QStringList{"stop"});
+    manager.previous();
+    EXPECT_EQ(delegate.events, (QStringList{"stop", "stop"}));
+    EXPECT_EQ(manager.handleNextTrackCommand(),
+              PlaybackManager::RemoteCommandStatus::commandFailed);
 }
 
 TEST_F(PlaybackManagerTest, RemoteCommandsReportWhetherTheNodeEndedUpAsAsked) {
     using Status = PlaybackManager::RemoteCommandStatus;
-    startQueue({track("a", 2.0), track("b", 2.0)});
+    startQueue({queuedTrack("a", 2.0), queuedTrack("b", 2.0)});
     EXPECT_EQ(manager.handlePauseCommand(), Status::success);
     EXPECT_EQ(manager.handlePlayCommand(), Status::success);
     EXPECT_EQ(manager.handleNextTrackCommand(), Status::success);

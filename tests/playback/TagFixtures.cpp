@@ -1,10 +1,11 @@
 #include "TagFixtures.h"
 
+#include <gtest/gtest.h>
+
 #include <QBuffer>
 #include <QFile>
 #include <QImage>
 #include <QtEndian>
-#include <cmath>
 #include <vector>
 
 #include <taglib/aifffile.h>
@@ -17,39 +18,15 @@
 #include <taglib/vorbisfile.h>
 #include <taglib/wavfile.h>
 
+#include "AudioFixtures.h"
+#include "TestSupport.h"
+
 namespace {
 
-constexpr int kRate = 8000;
-
-template <typename Int>
-void appendLE(QByteArray& out, Int value) {
-    char bytes[sizeof(Int)];
-    qToLittleEndian(value, bytes);
-    out.append(bytes, sizeof(Int));
-}
-
-template <typename Int>
-void appendBE(QByteArray& out, Int value) {
-    char bytes[sizeof(Int)];
-    qToBigEndian(value, bytes);
-    out.append(bytes, sizeof(Int));
-}
-
 void appendLE32(QByteArray& out, quint32 value) {
-    appendLE(out, value);
-}
-void appendLE16(QByteArray& out, quint16 value) {
-    appendLE(out, value);
-}
-void appendBE32(QByteArray& out, quint32 value) {
-    appendBE(out, value);
-}
-void appendBE16(QByteArray& out, quint16 value) {
-    appendBE(out, value);
-}
-
-qint16 sample(int frame) {
-    return static_cast<qint16>(8000 * std::sin(2 * M_PI * 440.0 * frame / kRate));
+    char bytes[4];
+    qToLittleEndian(value, bytes);
+    out.append(bytes, 4);
 }
 
 TagLib::String toTagLib(const QString& text) {
@@ -158,12 +135,7 @@ bool writeOggComment(TagLib::Ogg::File& file, const QByteArray& packet) {
 // Rewrites the metadata blocks of a native FLAC file: STREAMINFO and other
 // blocks stay, comments, pictures and padding are replaced.
 bool writeFlacMetadata(const QString& path, const TagSpec& spec) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return false;
-    }
-    const QByteArray bytes = file.readAll();
-    file.close();
+    const QByteArray bytes = readFile(path);
     if (!bytes.startsWith("fLaC")) {
         return false;
     }
@@ -190,18 +162,11 @@ bool writeFlacMetadata(const QString& path, const TagSpec& spec) {
     }
     QByteArray out = "fLaC";
     for (size_t i = 0; i < blocks.size(); ++i) {
-        const auto& [type, data] = blocks[i];
-        const bool last = i + 1 == blocks.size();
-        out.append(static_cast<char>(type | (last ? 0x80 : 0)));
-        out.append(static_cast<char>(data.size() >> 16));
-        appendBE16(out, static_cast<quint16>(data.size() & 0xffff));
-        out += data;
+        out += flacBlock(blocks[i].first, i + 1 == blocks.size(), blocks[i].second);
     }
     out += bytes.mid(pos);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-        return false;
-    }
-    return file.write(out) == out.size();
+    writeFile(path, out);
+    return true;
 }
 
 // --- MP4 -------------------------------------------------------------------
@@ -232,48 +197,31 @@ bool writeMp4(const QString& path, const TagSpec& spec) {
 
 }  // namespace
 
+QByteArray untaggedAudio(FixtureFormat format, int frames) {
+    const int rate = format == FixtureFormat::opus ? 48000 : 8000;
+    const QString path = testHome() + "/untagged" + fixtureExtension(format);
+    EXPECT_EQ(writeAudioFixture(path, {format, frames, rate, 1, FixtureSignal::sine(440, 0.25)}),
+              "");
+    const QByteArray bytes = readFile(path);
+    QFile::remove(path);
+    return bytes;
+}
+
 QByteArray pcmWav(int frames) {
-    QByteArray out = "RIFF";
-    appendLE32(out, static_cast<quint32>(36 + frames * 2));
-    out += "WAVEfmt ";
-    appendLE32(out, 16);
-    appendLE16(out, 1);  // PCM
-    appendLE16(out, 1);  // mono
-    appendLE32(out, kRate);
-    appendLE32(out, kRate * 2);
-    appendLE16(out, 2);
-    appendLE16(out, 16);
-    out += "data";
-    appendLE32(out, static_cast<quint32>(frames * 2));
-    for (int i = 0; i < frames; ++i) {
-        appendLE16(out, static_cast<quint16>(sample(i)));
-    }
-    return out;
+    return untaggedAudio(FixtureFormat::wav, frames);
 }
 
 QByteArray pcmAiff(int frames) {
-    QByteArray comm;
-    appendBE16(comm, 1);
-    appendBE32(comm, static_cast<quint32>(frames));
-    appendBE16(comm, 16);
-    // 8000 as an 80-bit extended float: exponent 2^12, mantissa 8000 << 51.
-    appendBE16(comm, 0x400B);
-    appendBE32(comm, 0xFA000000u);
-    appendBE32(comm, 0);
-    QByteArray sound;
-    appendBE32(sound, 0);
-    appendBE32(sound, 0);
-    for (int i = 0; i < frames; ++i) {
-        appendBE16(sound, static_cast<quint16>(sample(i)));
-    }
-    QByteArray body = "AIFFCOMM";
-    appendBE32(body, static_cast<quint32>(comm.size()));
-    body += comm + "SSND";
-    appendBE32(body, static_cast<quint32>(sound.size()));
-    body += sound;
-    QByteArray out = "FORM";
-    appendBE32(out, static_cast<quint32>(body.size()));
-    return out + body;
+    return untaggedAudio(FixtureFormat::aiff, frames);
+}
+
+QByteArray flacBlock(int type, bool last, const QByteArray& data) {
+    QByteArray out;
+    out.append(static_cast<char>(type | (last ? 0x80 : 0)));
+    out.append(static_cast<char>(data.size() >> 16));
+    out.append(static_cast<char>(data.size() >> 8));
+    out.append(static_cast<char>(data.size()));
+    return out + data;
 }
 
 QByteArray silentMp3(int frames) {
@@ -287,14 +235,18 @@ QByteArray silentMp3(int frames) {
     return frame.repeated(frames);
 }
 
-QByteArray pictureBytes(const QSize& size, const QColor& color, const char* format) {
-    QImage image(size, QImage::Format_RGB32);
-    image.fill(color);
+QByteArray encoded(const QImage& image, const char* format) {
     QByteArray bytes;
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::WriteOnly);
     image.save(&buffer, format);
     return bytes;
+}
+
+QByteArray pictureBytes(const QSize& size, const QColor& color, const char* format) {
+    QImage image(size, QImage::Format_RGB32);
+    image.fill(color);
+    return encoded(image, format);
 }
 
 bool writeTag(const QString& path, const TagSpec& spec) {

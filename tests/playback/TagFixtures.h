@@ -2,9 +2,12 @@
 
 #include <QByteArray>
 #include <QColor>
+#include <QImage>
 #include <QSize>
 #include <QString>
 #include <optional>
+
+#include "AudioFixtures.h"
 
 // What a test wants a file's tag to say. Absent fields are not written at
 // all; an empty string is written as a present, empty field.
@@ -18,13 +21,21 @@ struct TagSpec {
     std::optional<QByteArray> backCover = std::nullopt;
 };
 
-// Short 16-bit mono PCM at 8 kHz, without any tag.
+// The bytes of a short mono file of `format` (at 8 kHz, Opus at 48 kHz),
+// without any tag.
+QByteArray untaggedAudio(FixtureFormat format, int frames);
+// The same for 16-bit PCM.
 QByteArray pcmWav(int frames);
 QByteArray pcmAiff(int frames);
 // MPEG-1 Layer III frames of silence (mono, 44.1 kHz, 1152 samples each),
 // without any header that would tell a decoder the length.
 QByteArray silentMp3(int frames);
 
+// One FLAC metadata block: its header, then `data`.
+QByteArray flacBlock(int type, bool last, const QByteArray& data);
+
+// `image` encoded in `format`.
+QByteArray encoded(const QImage& image, const char* format = "PNG");
 // An encoded picture of one colour.
 QByteArray pictureBytes(const QSize& size, const QColor& color, const char* format = "PNG");
 

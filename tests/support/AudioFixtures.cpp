@@ -1,5 +1,7 @@
 #include "AudioFixtures.h"
 
+#include <gtest/gtest.h>
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -7,6 +9,7 @@
 #include <numbers>
 
 #include "FfmpegHandles.h"
+#include "TestSupport.h"
 
 extern "C" {
 #include <libavutil/channel_layout.h>
@@ -15,32 +18,35 @@ extern "C" {
 
 namespace {
 
-struct EncoderChoice {
+// Everything the generator knows about a format, in the enum's order. `vbr`
+// asks for variable bit rate, as most music files have; otherwise a nonzero
+// `bitRate` is the constant rate.
+struct FormatInfo {
+    const char* name;
+    const char* extension;
     const char* codec;
     const char* muxer;
+    bool lossless;
+    bool vbr;
+    int bitRate;
+};
+constexpr FormatInfo kFormats[] = {
+    {"wav", ".wav", "pcm_s16le", "wav", true, false, 0},
+    {"aiff", ".aiff", "pcm_s16be", "aiff", true, false, 0},
+    {"flac", ".flac", "flac", "flac", true, false, 0},
+    {"mp3", ".mp3", "libmp3lame", "mp3", false, true, 0},
+    {"mp3NoHeader", ".mp3", "libmp3lame", "mp3", false, true, 0},
+    {"m4aAac", ".m4a", "aac", "ipod", false, false, 128000},
+    {"m4aAlac", ".m4a", "alac", "ipod", true, false, 0},
+    {"oggVorbis", ".ogg", "libvorbis", "ogg", false, true, 0},
+    {"opus", ".opus", "libopus", "ogg", false, false, 96000},
+    {"wavFloat", ".wav", "pcm_f32le", "wav", true, false, 0},
 };
 
-EncoderChoice encoderFor(FixtureFormat format) {
-    switch (format) {
-        case FixtureFormat::wav:
-            return {"pcm_s16le", "wav"};
-        case FixtureFormat::aiff:
-            return {"pcm_s16be", "aiff"};
-        case FixtureFormat::flac:
-            return {"flac", "flac"};
-        case FixtureFormat::mp3:
-        case FixtureFormat::mp3NoHeader:
-            return {"libmp3lame", "mp3"};
-        case FixtureFormat::m4aAac:
-            return {"aac", "ipod"};
-        case FixtureFormat::m4aAlac:
-            return {"alac", "ipod"};
-        case FixtureFormat::oggVorbis:
-            return {"libvorbis", "ogg"};
-        case FixtureFormat::opus:
-            return {"libopus", "ogg"};
-    }
-    return {"", ""};
+constexpr double kFrameIndexScale = 16777216.0;  // 2^24
+
+const FormatInfo& infoOf(FixtureFormat format) {
+    return kFormats[static_cast<int>(format)];
 }
 
 // The integer form of the frame pattern: consecutive frames step by one, so
@@ -67,55 +73,48 @@ AVSampleFormat pickSampleFormat(const AVCodec* codec) {
     return AV_SAMPLE_FMT_NONE;
 }
 
-class SignalSource {
-public:
-    SignalSource(const AudioFixture& fixture) : m_fixture(fixture) {}
-
-    double value(qint64 frame, int channel) const {
-        if (m_fixture.signal.kind == FixtureSignal::Kind::framePattern) {
-            return patternValue(frame, channel) / 32768.0;
-        }
-        const double frequency = m_fixture.signal.frequency * (channel + 1);
-        return m_fixture.signal.amplitude *
-               std::sin(2.0 * std::numbers::pi * frequency * frame / m_fixture.sampleRate);
+// The value of `fixture` at `frame` on `channel`, in float and in 16 bits.
+double value(const AudioFixture& fixture, qint64 frame, int channel) {
+    if (fixture.signal.kind == FixtureSignal::Kind::framePattern) {
+        return patternValue(frame, channel) / 32768.0;
     }
-    qint16 value16(qint64 frame, int channel) const {
-        if (m_fixture.signal.kind == FixtureSignal::Kind::framePattern) {
-            return patternValue(frame, channel);
-        }
-        return static_cast<qint16>(std::lrint(value(frame, channel) * 32767.0));
+    if (fixture.signal.kind == FixtureSignal::Kind::frameIndex) {
+        return (channel % 2 ? -1 : 1) * double(frame + 1) / kFrameIndexScale;
     }
+    const double frequency = fixture.signal.frequency * (channel + 1);
+    return fixture.signal.amplitude *
+           std::sin(2.0 * std::numbers::pi * frequency * frame / fixture.sampleRate);
+}
+qint16 value16(const AudioFixture& fixture, qint64 frame, int channel) {
+    return fixture.signal.kind == FixtureSignal::Kind::framePattern
+               ? patternValue(frame, channel)
+               : static_cast<qint16>(std::lrint(value(fixture, frame, channel) * 32767.0));
+}
 
-    // Writes frames [first, first + count) into `frame`'s buffers.
-    void fill(AVFrame* frame, qint64 first, int count) const {
-        const int channels = m_fixture.channels;
-        const auto format = static_cast<AVSampleFormat>(frame->format);
-        const bool planar = av_sample_fmt_is_planar(format);
-        for (int i = 0; i < count; ++i) {
-            for (int c = 0; c < channels; ++c) {
-                const int plane = planar ? c : 0;
-                const int index = planar ? i : i * channels + c;
-                uint8_t* data = frame->extended_data[plane];
-                switch (av_get_packed_sample_fmt(format)) {
-                    case AV_SAMPLE_FMT_S16:
-                        reinterpret_cast<int16_t*>(data)[index] = value16(first + i, c);
-                        break;
-                    case AV_SAMPLE_FMT_S32:
-                        reinterpret_cast<int32_t*>(data)[index] =
-                            int32_t(value16(first + i, c)) * 65536;
-                        break;
-                    default:
-                        reinterpret_cast<float*>(data)[index] =
-                            static_cast<float>(value(first + i, c));
-                        break;
-                }
+// Writes frames [first, first + count) of `fixture` into `frame`'s buffers.
+void fill(const AudioFixture& fixture, AVFrame* frame, qint64 first, int count) {
+    const auto format = static_cast<AVSampleFormat>(frame->format);
+    const bool planar = av_sample_fmt_is_planar(format);
+    for (int i = 0; i < count; ++i) {
+        for (int c = 0; c < fixture.channels; ++c) {
+            uint8_t* data = frame->extended_data[planar ? c : 0];
+            const int index = planar ? i : i * fixture.channels + c;
+            switch (av_get_packed_sample_fmt(format)) {
+                case AV_SAMPLE_FMT_S16:
+                    reinterpret_cast<int16_t*>(data)[index] = value16(fixture, first + i, c);
+                    break;
+                case AV_SAMPLE_FMT_S32:
+                    reinterpret_cast<int32_t*>(data)[index] =
+                        int32_t(value16(fixture, first + i, c)) * 65536;
+                    break;
+                default:
+                    reinterpret_cast<float*>(data)[index] =
+                        static_cast<float>(value(fixture, first + i, c));
+                    break;
             }
         }
     }
-
-private:
-    AudioFixture m_fixture;
-};
+}
 
 QString fail(const QString& what, int code) {
     return what + ": " + ffmpeg::errorText(code);
@@ -143,48 +142,22 @@ QString encodeAndWrite(AVCodecContext* encoder, AVFrame* frame, AVFormatContext*
     return {};
 }
 
-void configureEncoder(AVCodecContext* encoder, FixtureFormat format) {
-    switch (format) {
-        case FixtureFormat::mp3:
-        case FixtureFormat::mp3NoHeader:
-        case FixtureFormat::oggVorbis:
-            // Variable bit rate, as most music files are.
-            encoder->flags |= AV_CODEC_FLAG_QSCALE;
-            encoder->global_quality = 4 * FF_QP2LAMBDA;
-            break;
-        case FixtureFormat::m4aAac:
-            encoder->bit_rate = 128000;
-            break;
-        case FixtureFormat::opus:
-            encoder->bit_rate = 96000;
-            break;
-        default:
-            break;
-    }
-}
-
-// Float value of one sample of any library sample format.
+// Float value of one decoded sample, in the sample formats the fixtures'
+// decoders produce.
 float sampleAsFloat(const AVFrame* frame, int index, int channel) {
     const auto format = static_cast<AVSampleFormat>(frame->format);
-    const int channels = frame->ch_layout.nb_channels;
     const bool planar = av_sample_fmt_is_planar(format);
     const uint8_t* data = frame->extended_data[planar ? channel : 0];
-    const int at = planar ? index : index * channels + channel;
+    const int at = planar ? index : index * frame->ch_layout.nb_channels + channel;
     switch (av_get_packed_sample_fmt(format)) {
-        case AV_SAMPLE_FMT_U8:
-            return (data[at] - 128) / 128.0f;
         case AV_SAMPLE_FMT_S16:
             return reinterpret_cast<const int16_t*>(data)[at] / 32768.0f;
         case AV_SAMPLE_FMT_S32:
             return static_cast<float>(reinterpret_cast<const int32_t*>(data)[at] / 2147483648.0);
-        case AV_SAMPLE_FMT_S64:
-            return static_cast<float>(reinterpret_cast<const int64_t*>(data)[at] /
-                                      9223372036854775808.0);
         case AV_SAMPLE_FMT_FLT:
             return reinterpret_cast<const float*>(data)[at];
-        case AV_SAMPLE_FMT_DBL:
-            return static_cast<float>(reinterpret_cast<const double*>(data)[at]);
         default:
+            ADD_FAILURE() << "no reference for sample format " << format;
             return 0.0f;
     }
 }
@@ -192,61 +165,15 @@ float sampleAsFloat(const AVFrame* frame, int index, int channel) {
 }  // namespace
 
 QString fixtureExtension(FixtureFormat format) {
-    switch (format) {
-        case FixtureFormat::wav:
-            return ".wav";
-        case FixtureFormat::aiff:
-            return ".aiff";
-        case FixtureFormat::flac:
-            return ".flac";
-        case FixtureFormat::mp3:
-        case FixtureFormat::mp3NoHeader:
-            return ".mp3";
-        case FixtureFormat::m4aAac:
-        case FixtureFormat::m4aAlac:
-            return ".m4a";
-        case FixtureFormat::oggVorbis:
-            return ".ogg";
-        case FixtureFormat::opus:
-            return ".opus";
-    }
-    return {};
+    return QString::fromLatin1(infoOf(format).extension);
 }
 
 const char* fixtureName(FixtureFormat format) {
-    switch (format) {
-        case FixtureFormat::wav:
-            return "wav";
-        case FixtureFormat::aiff:
-            return "aiff";
-        case FixtureFormat::flac:
-            return "flac";
-        case FixtureFormat::mp3:
-            return "mp3";
-        case FixtureFormat::mp3NoHeader:
-            return "mp3NoHeader";
-        case FixtureFormat::m4aAac:
-            return "m4aAac";
-        case FixtureFormat::m4aAlac:
-            return "m4aAlac";
-        case FixtureFormat::oggVorbis:
-            return "oggVorbis";
-        case FixtureFormat::opus:
-            return "opus";
-    }
-    return "";
+    return infoOf(format).name;
 }
 
 bool isLossless(FixtureFormat format) {
-    switch (format) {
-        case FixtureFormat::wav:
-        case FixtureFormat::aiff:
-        case FixtureFormat::flac:
-        case FixtureFormat::m4aAlac:
-            return true;
-        default:
-            return false;
-    }
+    return infoOf(format).lossless;
 }
 
 float patternSample(qint64 frame, int channel) {
@@ -257,19 +184,22 @@ QString writeAudioFixture(const QString& path, const AudioFixture& fixture) {
     if (fixture.signal.kind == FixtureSignal::Kind::framePattern && !isLossless(fixture.format)) {
         return QStringLiteral("a frame pattern needs a lossless format");
     }
+    if (fixture.signal.kind == FixtureSignal::Kind::frameIndex &&
+        fixture.format != FixtureFormat::wavFloat) {
+        return QStringLiteral("the frame index needs a float WAV");
+    }
     if (fixture.channels <= 0 || fixture.sampleRate <= 0 || fixture.frames < 0) {
         return QStringLiteral("bad fixture shape");
     }
     QDir().mkpath(QFileInfo(path).absolutePath());
-    const EncoderChoice choice = encoderFor(fixture.format);
-    const AVCodec* codec = avcodec_find_encoder_by_name(choice.codec);
+    const FormatInfo& info = infoOf(fixture.format);
+    const AVCodec* codec = avcodec_find_encoder_by_name(info.codec);
     if (!codec) {
-        return QStringLiteral("no encoder %1").arg(choice.codec);
+        return QStringLiteral("no encoder %1").arg(info.codec);
     }
     const QByteArray name = QFile::encodeName(path);
     AVFormatContext* rawOutput = nullptr;
-    int result =
-        avformat_alloc_output_context2(&rawOutput, nullptr, choice.muxer, name.constData());
+    int result = avformat_alloc_output_context2(&rawOutput, nullptr, info.muxer, name.constData());
     if (result < 0) {
         return fail("output", result);
     }
@@ -280,12 +210,18 @@ QString writeAudioFixture(const QString& path, const AudioFixture& fixture) {
     encoder->sample_fmt = pickSampleFormat(codec);
     encoder->time_base = {1, fixture.sampleRate};
     av_channel_layout_default(&encoder->ch_layout, fixture.channels);
-    configureEncoder(encoder.get(), fixture.format);
+    if (info.vbr) {
+        encoder->flags |= AV_CODEC_FLAG_QSCALE;
+        encoder->global_quality = 4 * FF_QP2LAMBDA;
+    }
+    if (info.bitRate > 0) {
+        encoder->bit_rate = info.bitRate;
+    }
     if (output->oformat->flags & AVFMT_GLOBALHEADER) {
         encoder->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     }
     if ((result = avcodec_open2(encoder.get(), codec, nullptr)) < 0) {
-        return fail(QStringLiteral("open %1").arg(choice.codec), result);
+        return fail(QStringLiteral("open %1").arg(info.codec), result);
     }
 
     AVStream* stream = avformat_new_stream(output.get(), nullptr);
@@ -304,7 +240,6 @@ QString writeAudioFixture(const QString& path, const AudioFixture& fixture) {
         return fail("write header", result);
     }
 
-    const SignalSource source(fixture);
     const int chunk = encoder->frame_size > 0 ? encoder->frame_size : 1024;
     const ffmpeg::Frame frame(av_frame_alloc());
     for (qint64 first = 0; first < fixture.frames; first += chunk) {
@@ -317,7 +252,7 @@ QString writeAudioFixture(const QString& path, const AudioFixture& fixture) {
         if ((result = av_frame_get_buffer(frame.get(), 0)) < 0) {
             return fail("frame", result);
         }
-        source.fill(frame.get(), first, count);
+        fill(fixture, frame.get(), first, count);
         frame->pts = first;
         if (const QString error = encodeAndWrite(encoder.get(), frame.get(), output.get(), stream);
             !error.isEmpty()) {
@@ -332,6 +267,27 @@ QString writeAudioFixture(const QString& path, const AudioFixture& fixture) {
         return fail("write trailer", result);
     }
     return {};
+}
+
+QString writePatternFile(const QString& name, int sampleRate, qint64 frames, int channels) {
+    const QString path = QDir(testHome()).filePath(name);
+    EXPECT_EQ(writeAudioFixture(path, {FixtureFormat::wavFloat, frames, sampleRate, channels,
+                                       FixtureSignal::frameIndex()}),
+              "");
+    return path;
+}
+
+QString writeSineFile(const QString& name, int sampleRate, qint64 frames, double hertz,
+                      double amplitude, int channels) {
+    const QString path = QDir(testHome()).filePath(name);
+    EXPECT_EQ(writeAudioFixture(path, {FixtureFormat::wavFloat, frames, sampleRate, channels,
+                                       FixtureSignal::sine(hertz, amplitude)}),
+              "");
+    return path;
+}
+
+qint64 patternFrame(float sample) {
+    return qint64(std::llround(std::fabs(double(sample)) * kFrameIndexScale)) - 1;
 }
 
 std::optional<DecodedAudio> referenceDecode(const QString& path, QString* error) {

@@ -17,7 +17,8 @@ enum class FixtureFormat {
     m4aAac,
     m4aAlac,  // 16-bit
     oggVorbis,
-    opus,  // Ogg Opus; 48000 Hz only (or 8000, 12000, 16000, 24000)
+    opus,      // Ogg Opus; 48000 Hz only (or 8000, 12000, 16000, 24000)
+    wavFloat,  // 32-bit float PCM
 };
 
 // File extension with the dot: ".wav", ".m4a", ...
@@ -35,6 +36,10 @@ struct FixtureSignal {
         // index alone (see patternSample), so a test can tell exactly which
         // frame it is looking at.
         framePattern,
+        // wavFloat only: every sample holds (frame + 1) / 2^24, negated on odd
+        // channels; exact for 2^24 frames and never zero, so that a test can
+        // name the source frame of any sample it hears, and tell silence apart.
+        frameIndex,
     };
     Kind kind = Kind::sine;
     double frequency = 440.0;  // Hz; channel c plays frequency * (c + 1)
@@ -44,6 +49,7 @@ struct FixtureSignal {
         return {Kind::sine, frequency, amplitude};
     }
     static FixtureSignal framePattern() { return {Kind::framePattern, 0.0, 0.0}; }
+    static FixtureSignal frameIndex() { return {Kind::frameIndex, 0.0, 0.0}; }
 };
 
 struct AudioFixture {
@@ -62,6 +68,14 @@ float patternSample(qint64 frame, int channel);
 // Encodes `fixture` into `path` (directories are created). Returns an empty
 // string on success, else what went wrong.
 QString writeAudioFixture(const QString& path, const AudioFixture& fixture);
+
+// A float WAV named `name` in the test's home, of the frame index or of a sine;
+// fails the test when it cannot be written.
+QString writePatternFile(const QString& name, int sampleRate, qint64 frames, int channels = 2);
+QString writeSineFile(const QString& name, int sampleRate, qint64 frames, double hertz,
+                      double amplitude, int channels = 2);
+// The source frame a frame-index sample encodes; -1 for silence.
+qint64 patternFrame(float sample);
 
 // A whole file decoded with plain library calls, without seeking or trimming of
 // our own: the reference a reader is compared with.

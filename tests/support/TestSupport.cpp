@@ -41,6 +41,12 @@ void writeFile(const QString& path, const QByteArray& bytes) {
     ASSERT_EQ(file.write(bytes), bytes.size());
 }
 
+QByteArray readFile(const QString& path) {
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
+    return file.readAll();
+}
+
 ProcessRun runProcess(const QString& program, const QStringList& arguments, int timeoutMs,
                       const QProcessEnvironment& environment) {
     QProcess process;

@@ -17,6 +17,8 @@ QString testHome();
 
 // Writes `bytes` to `path`, creating parent directories; fails the test on error.
 void writeFile(const QString& path, const QByteArray& bytes);
+// The bytes of the file at `path`; fails the test when it cannot be read.
+QByteArray readFile(const QString& path);
 
 struct ProcessRun {
     int exitCode = -1;  // -1 when it crashed or had to be killed

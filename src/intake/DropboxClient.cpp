@@ -7,6 +7,7 @@
 #include <QLoggingCategory>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
+#include <QRegularExpression>
 #include <QTemporaryFile>
 #include <QUrlQuery>
 
@@ -291,11 +292,54 @@ void DropboxClient::revoke(std::function<void()> done) {
 
 DropboxDownloadRequest* DropboxClient::download(const QString& path, const QString& destination) {
     auto* request = new DropboxDownloadRequest(this, path, destination);
-    request->send();
+    request->start();
     return request;
 }
 
 // ---- one transfer ----
+
+namespace {
+
+bool isBody(int status) {
+    return status == 200 || status == 206;
+}
+
+CallError changedDuringDownload() {
+    return {QStringLiteral("Client error: the file changed on the service during the download")};
+}
+
+// "bytes FIRST-LAST/TOTAL", or "bytes */TOTAL" on a 416; TOTAL may be "*".
+struct ContentRange {
+    qint64 first = -1;
+    qint64 last = -1;
+    qint64 total = -1;
+};
+
+std::optional<ContentRange> parseContentRange(const QByteArray& header) {
+    static const QRegularExpression pattern(
+        QStringLiteral(R"(^bytes\s+(?:(\d+)-(\d+)|\*)/(\d+|\*)$)"));
+    const QRegularExpressionMatch match = pattern.match(QString::fromLatin1(header.trimmed()));
+    if (!match.hasMatch()) {
+        return std::nullopt;
+    }
+    ContentRange range;
+    if (match.hasCaptured(1)) {
+        range.first = match.captured(1).toLongLong();
+        range.last = match.captured(2).toLongLong();
+        if (range.last < range.first) {
+            return std::nullopt;
+        }
+    }
+    if (match.captured(3) != QLatin1String("*")) {
+        range.total = match.captured(3).toLongLong();
+        if (range.last >= range.total && range.total >= 0) {
+            return std::nullopt;
+        }
+    }
+    return range;
+}
+
+}  // namespace
 
 DropboxDownloadRequest::DropboxDownloadRequest(DropboxClient* client, QString path,
                                                QString destination)
@@ -304,21 +348,25 @@ DropboxDownloadRequest::DropboxDownloadRequest(DropboxClient* client, QString pa
       m_path(std::move(path)),
       m_destination(std::move(destination)) {}
 
-void DropboxDownloadRequest::send() {
-    if (!m_partial) {
-        const QFileInfo target(m_destination);
-        m_partial = std::make_unique<QTemporaryFile>(
-            target.dir().filePath(QStringLiteral(".%1.XXXXXX.part").arg(target.fileName())));
-        if (!m_partial->open()) {
-            finish(CallError{QStringLiteral("Client error: cannot write ") + m_destination +
-                             QStringLiteral(": ") + m_partial->errorString()});
-            return;
-        }
+void DropboxDownloadRequest::start() {
+    const QFileInfo target(m_destination);
+    m_partial = std::make_unique<QTemporaryFile>(
+        target.dir().filePath(QStringLiteral(".%1.XXXXXX.part").arg(target.fileName())));
+    if (!m_partial->open()) {
+        finish(CallError{QStringLiteral("Client error: cannot write ") + m_destination +
+                         QStringLiteral(": ") + m_partial->errorString()});
+        return;
     }
-    // A retry after a refreshed token starts the file over.
-    m_partial->resize(0);
-    m_partial->seek(0);
-    m_progress = {};
+    sendPiece();
+}
+
+void DropboxDownloadRequest::sendPiece() {
+    // A piece asked for again (after a refreshed token) starts where the file ends.
+    m_partial->resize(m_offset);
+    m_partial->seek(m_offset);
+    m_headersAccepted = false;
+    m_pieceLength = -1;
+    m_pieceReceived = 0;
     m_client->withFreshToken([self = QPointer(this)](bool) {
         if (!self || self->m_done) {
             return;
@@ -331,12 +379,14 @@ void DropboxDownloadRequest::send() {
             dropboxHeaderJson(QJsonObject{{QLatin1String("path"), dropboxWirePath(self->m_path)}}));
         // The content routes refuse a form content type; an empty one is what they expect.
         request.setRawHeader("Content-Type", QByteArray());
+        request.setRawHeader(
+            "Range", QByteArrayLiteral("bytes=") + QByteArray::number(self->m_offset) + '-' +
+                         QByteArray::number(self->m_offset + dropboxDownloadPieceBytes - 1));
         QNetworkReply* reply = self->m_client->m_network->post(request, QByteArray());
-        // Holds the reply to about this much ahead of the file. A limit set
-        // before the transfer thread has its side of the reply doesn't reach
-        // that side, and the whole body would pile up in memory; so it is set
-        // again once the headers are in, to another value, since the same
-        // value again is ignored.
+        // Holds the reply to about this much ahead of the file, once the
+        // transfer thread has its side of the reply (a limit set before then
+        // does not reach it, and the same value set again is ignored). The
+        // piece's size bounds what piles up before that.
         reply->setReadBufferSize(readBufferBytes);
         connect(reply, &QNetworkReply::metaDataChanged, reply,
                 [reply] { reply->setReadBufferSize(readBufferBytes + 1); });
@@ -344,39 +394,99 @@ void DropboxDownloadRequest::send() {
         connect(reply, &QNetworkReply::readyRead, self, &DropboxDownloadRequest::onReadyRead);
         connect(reply, &QNetworkReply::finished, self, &DropboxDownloadRequest::onFinished);
         connect(reply, &QNetworkReply::downloadProgress, self,
-                [self](qint64 received, qint64 total) {
-                    // An abort reports progress on its way out; a cancel has no more to tell.
-                    if (self->m_cancelled || self->m_done || !self->m_reply ||
-                        httpStatus(self->m_reply) != 200) {
-                        return;
-                    }
-                    self->m_progress.completedUnitCount = received;
-                    if (total > 0) {
-                        self->m_progress.totalUnitCount = total;
-                    }
-                    if (self->m_onProgress) {
-                        self->m_onProgress(self->m_progress);
-                    }
-                });
+                [self](qint64 received, qint64) { self->onProgress(received); });
     });
 }
 
+bool DropboxDownloadRequest::headersAccepted() {
+    if (m_headersAccepted) {
+        return true;
+    }
+    if (m_done || !m_reply || !isBody(httpStatus(m_reply))) {
+        return false;
+    }
+    if (std::optional<CallError> error = acceptHeaders()) {
+        finish(std::move(error));
+        m_reply->abort();
+        return false;
+    }
+    m_headersAccepted = true;
+    return true;
+}
+
+std::optional<CallError> DropboxDownloadRequest::acceptHeaders() {
+    const QJsonObject metadata =
+        QJsonDocument::fromJson(m_reply->rawHeader("Dropbox-API-Result")).object();
+    const Revision revision{metadata.value(QLatin1String("rev")).toString(),
+                            metadata.value(QLatin1String("content_hash")).toString(),
+                            metadata.value(QLatin1String("size")).toInteger(-1)};
+    qint64 total = -1;
+    if (httpStatus(m_reply) == 206) {
+        const std::optional<ContentRange> range =
+            parseContentRange(m_reply->rawHeader("Content-Range"));
+        if (!range || range->first < 0) {
+            return CallError{QStringLiteral("Client error: unreadable Content-Range \"%1\"")
+                                 .arg(QString::fromLatin1(m_reply->rawHeader("Content-Range")))};
+        }
+        if (range->first != m_offset) {
+            return CallError{QStringLiteral("Client error: asked for bytes from %1, got from %2")
+                                 .arg(m_offset)
+                                 .arg(range->first)};
+        }
+        m_pieceLength = range->last - range->first + 1;
+        total = range->total >= 0 ? range->total : revision.size;
+    } else {
+        // The whole file in one answer, as from a server that does not do ranges.
+        if (m_offset != 0) {
+            return CallError{
+                QStringLiteral("Client error: the service answered a piece with the whole file")};
+        }
+        bool known = false;
+        m_pieceLength = m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong(&known);
+        if (!known) {
+            m_pieceLength = revision.size;
+        }
+        total = m_pieceLength;
+    }
+    if (!m_revision) {
+        m_revision = revision;
+        m_total = total;
+        return std::nullopt;
+    }
+    const auto differs = [](const auto& a, const auto& b, const auto& none) {
+        return a != none && b != none && a != b;
+    };
+    if (differs(m_revision->rev, revision.rev, QString()) ||
+        differs(m_revision->contentHash, revision.contentHash, QString()) ||
+        differs(m_revision->size, revision.size, qint64(-1)) ||
+        differs(m_total, total, qint64(-1))) {
+        return changedDuringDownload();
+    }
+    return std::nullopt;
+}
+
 void DropboxDownloadRequest::onReadyRead() {
-    if (m_done || httpStatus(m_reply) != 200) {
+    if (!headersAccepted()) {
         return;  // an error body is read whole when the reply ends
     }
-    if (m_progress.totalUnitCount == 0) {
-        // Without a length, the metadata's size tells the total.
-        const QJsonObject metadata =
-            QJsonDocument::fromJson(m_reply->rawHeader("Dropbox-API-Result")).object();
-        m_progress.totalUnitCount = metadata.value(QLatin1String("size")).toInteger(0);
-    }
     const QByteArray chunk = m_reply->readAll();
+    m_pieceReceived += chunk.size();
     if (m_partial->write(chunk) != chunk.size()) {
         const QString reason = m_partial->errorString();
         finish(CallError{QStringLiteral("Client error: cannot write ") + m_destination +
                          QStringLiteral(": ") + reason});
         m_reply->abort();
+    }
+}
+
+void DropboxDownloadRequest::onProgress(qint64 received) {
+    // An abort reports progress on its way out; a cancel has no more to tell.
+    if (m_cancelled || m_done || !headersAccepted()) {
+        return;
+    }
+    const TransferProgress progress{m_offset + received, std::max<qint64>(m_total, 0)};
+    if (m_onProgress) {
+        m_onProgress(progress);
     }
 }
 
@@ -394,20 +504,30 @@ void DropboxDownloadRequest::onFinished() {
     if (status == 401 && !m_retried && !m_client->m_tokens.refreshToken.isEmpty()) {
         m_retried = true;
         const CallError failure = dropboxCallError(reply, reply->readAll());
+        m_reply.clear();
         m_client->refresh([self = QPointer(this), failure](bool ok) {
             if (!self || self->m_done) {
                 return;
             }
             if (ok) {
-                self->send();
+                self->sendPiece();
             } else {
                 self->finish(failure);
             }
         });
         return;
     }
-    if (status != 200 || reply->error() != QNetworkReply::NoError) {
-        finish(dropboxCallError(reply, status == 200 ? QByteArray() : reply->readAll()));
+    if (status == 416 && m_offset == 0) {
+        // No byte to give: an empty file.
+        const std::optional<ContentRange> range =
+            parseContentRange(reply->rawHeader("Content-Range"));
+        if (range && range->total == 0) {
+            complete();
+            return;
+        }
+    }
+    if (!isBody(status) || reply->error() != QNetworkReply::NoError) {
+        finish(dropboxCallError(reply, isBody(status) ? QByteArray() : reply->readAll()));
         return;
     }
     onReadyRead();
@@ -416,20 +536,26 @@ void DropboxDownloadRequest::onFinished() {
     }
     // A connection that ends early can look like a clean end to the reply;
     // the length the service announced tells.
-    bool lengthKnown = false;
-    qint64 expected = reply->header(QNetworkRequest::ContentLengthHeader).toLongLong(&lengthKnown);
-    if (!lengthKnown) {
-        const QJsonObject metadata =
-            QJsonDocument::fromJson(reply->rawHeader("Dropbox-API-Result")).object();
-        lengthKnown = metadata.contains(QLatin1String("size"));
-        expected = metadata.value(QLatin1String("size")).toInteger();
-    }
-    if (lengthKnown && m_partial->size() != expected) {
+    if (m_pieceLength >= 0 && m_pieceReceived != m_pieceLength) {
         finish(CallError{QStringLiteral("Client error: the connection ended after %1 of %2 bytes")
-                             .arg(m_partial->size())
-                             .arg(expected)});
+                             .arg(m_offset + m_pieceReceived)
+                             .arg(m_total >= 0 ? m_total : m_offset + m_pieceLength)});
         return;
     }
+    m_offset += m_pieceReceived;
+    if (m_total < 0) {
+        m_total = m_offset;  // a whole file of unannounced length
+    }
+    m_retried = false;  // each piece may find the token run out once
+    m_reply.clear();
+    if (m_offset < m_total) {
+        sendPiece();
+    } else {
+        complete();
+    }
+}
+
+void DropboxDownloadRequest::complete() {
     if (!m_partial->flush()) {
         finish(CallError{QStringLiteral("Client error: ") + m_partial->errorString()});
         return;

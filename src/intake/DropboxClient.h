@@ -15,9 +15,10 @@
 #include "CloudFile.h"
 #include "DropboxTokenStore.h"
 
+#include <QTemporaryFile>
+
 class QNetworkAccessManager;
 class QNetworkReply;
-#include <QTemporaryFile>
 
 // Where the service lives. Tests point all three at a local fake through
 // CORVANTIS_DROPBOX_API_URL, CORVANTIS_DROPBOX_CONTENT_URL and
@@ -61,9 +62,15 @@ QByteArray dropboxHeaderJson(const QJsonObject& object);
 
 class DropboxClient;
 
-// One file transfer. The body goes to a temporary file next to the
-// destination, renamed onto it when complete, so a failed or cancelled transfer
-// never leaves a partial file under the destination's name.
+// How many bytes one ranged request of a download asks for. The transfer
+// layer may hold a whole answer in memory before the file sees it, so this is
+// what bounds the memory of a download, however fast the peer is.
+constexpr qint64 dropboxDownloadPieceBytes = 8 * 1024 * 1024;
+
+// One file transfer, fetched in ranged pieces of the same revision. The body
+// goes to a temporary file next to the destination, renamed onto it when
+// complete, so a failed or cancelled transfer never leaves a partial file
+// under the destination's name.
 class DropboxDownloadRequest : public QObject {
     Q_OBJECT
 
@@ -78,10 +85,24 @@ public:
 
 private:
     friend class DropboxClient;
+    // What tells one revision of the file from another, as the service's
+    // metadata header gives it; empty fields are not compared.
+    struct Revision {
+        QString rev;
+        QString contentHash;
+        qint64 size = -1;
+    };
+
     DropboxDownloadRequest(DropboxClient* client, QString path, QString destination);
-    void send();
+    void start();
+    void sendPiece();
+    // Checks a piece's headers once: its place in the file and its revision.
+    bool headersAccepted();
+    std::optional<CallError> acceptHeaders();
     void onReadyRead();
     void onFinished();
+    void onProgress(qint64 received);
+    void complete();
     void finish(std::optional<CallError> error);
 
     DropboxClient* m_client;
@@ -91,7 +112,13 @@ private:
     QPointer<QNetworkReply> m_reply;
     ProgressHandler m_onProgress;
     ResponseHandler m_onResponse;
-    TransferProgress m_progress;
+    // Bytes of the file already in the partial file, where the next piece starts.
+    qint64 m_offset = 0;
+    qint64 m_total = -1;        // -1 until the first answer tells it
+    qint64 m_pieceLength = -1;  // of the piece in flight, once its headers are in
+    qint64 m_pieceReceived = 0;
+    std::optional<Revision> m_revision;  // of the first piece
+    bool m_headersAccepted = false;
     bool m_retried = false;
     bool m_cancelled = false;
     bool m_done = false;

@@ -45,6 +45,8 @@ struct FakeDropbox::State {
     int slowChunk = 0;
     int slowInterval = 0;
     qint64 dropAfter = -1;
+    bool ignoreRange = false;
+    QHash<QString, int> revisions;  // lower-case path to the downloads left before a new revision
     bool deny = false;
     struct Grant {
         QString challenge;
@@ -92,6 +94,8 @@ struct Response {
     bool isDownload = false;
     QByteArray content;
     qint64 generatedSize = -1;
+    qint64 bodyStart = 0;  // the range sent, of a download
+    qint64 bodyLength = 0;
 };
 
 Response text(int status, const QByteArray& body) {
@@ -112,6 +116,8 @@ QByteArray reason(int status) {
     switch (status) {
         case 200:
             return "OK";
+        case 206:
+            return "Partial Content";
         case 302:
             return "Found";
         case 400:
@@ -120,6 +126,8 @@ QByteArray reason(int status) {
             return "Unauthorized";
         case 409:
             return "Conflict";
+        case 416:
+            return "Range Not Satisfiable";
         case 429:
             return "Too Many Requests";
         default:
@@ -165,8 +173,8 @@ private:
         bool sending = false;
         QByteArray content;
         qint64 generated = -1;
-        qint64 offset = 0;
-        qint64 total = 0;
+        qint64 offset = 0;  // in the file, of the next byte to send
+        qint64 end = 0;
         qint64 dropAt = -1;
         int chunk = 0;
         int interval = 0;
@@ -214,10 +222,8 @@ private:
         for (const auto& [name, value] : response.headers) {
             head += name + ": " + value + "\r\n";
         }
-        const qint64 total = !response.isDownload          ? response.body.size()
-                             : response.generatedSize >= 0 ? response.generatedSize
-                                                           : response.content.size();
-        head += "Content-Length: " + QByteArray::number(total) + "\r\n\r\n";
+        const qint64 length = response.isDownload ? response.bodyLength : response.body.size();
+        head += "Content-Length: " + QByteArray::number(length) + "\r\n\r\n";
         c.socket->write(head);
         if (!response.isDownload) {
             c.socket->write(response.body);
@@ -230,9 +236,10 @@ private:
         c.sending = true;
         c.content = response.content;
         c.generated = response.generatedSize;
-        c.offset = 0;
-        c.total = total;
-        c.dropAt = std::exchange(m_state.dropAfter, -1);
+        c.offset = response.bodyStart;
+        c.end = response.bodyStart + length;
+        const qint64 dropAfter = std::exchange(m_state.dropAfter, -1);
+        c.dropAt = dropAfter >= 0 ? c.offset + dropAfter : -1;
         c.chunk = m_state.slowChunk;
         c.interval = m_state.slowInterval;
         QMetaObject::invokeMethod(
@@ -248,7 +255,7 @@ private:
         if (!c.sending || c.waiting) {
             return;
         }
-        const qint64 limit = c.dropAt >= 0 ? std::min(c.dropAt, c.total) : c.total;
+        const qint64 limit = c.dropAt >= 0 ? std::min(c.dropAt, c.end) : c.end;
         while (c.offset < limit && c.socket->bytesToWrite() < (1 << 20)) {
             const qint64 n = std::min(
                 {c.chunk > 0 ? std::min<qint64>(c.chunk, sendSlice) : sendSlice, limit - c.offset});
@@ -276,7 +283,7 @@ private:
         if (c.offset < limit) {
             return;  // more once the socket has drained
         }
-        if (c.dropAt >= 0 && c.dropAt < c.total) {
+        if (c.dropAt >= 0 && c.dropAt < c.end) {
             c.socket->flush();
             c.socket->abort();
             return;
@@ -346,7 +353,14 @@ private:
         if (!entry.isFolder) {
             object.insert("size", entry.generatedSize >= 0 ? entry.generatedSize
                                                            : qint64(entry.content.size()));
-            object.insert("rev", "015f0e1e0f0a00000000");
+            object.insert("rev",
+                          QStringLiteral("015f0e1e0f0a%1").arg(entry.revision, 8, 16, QChar('0')));
+            object.insert(
+                "content_hash",
+                QString::fromLatin1(QCryptographicHash::hash(entry.displayPath.toUtf8() +
+                                                                 QByteArray::number(entry.revision),
+                                                             QCryptographicHash::Sha256)
+                                        .toHex()));
         }
         return object;
     }
@@ -551,13 +565,59 @@ private:
         if (found->isFolder) {
             return json(409, pathError("not_file"));
         }
+        const qint64 size =
+            found->generatedSize >= 0 ? found->generatedSize : qint64(found->content.size());
         Response response;
         response.isDownload = true;
         response.content = found->content;
         response.generatedSize = found->generatedSize;
+        response.bodyLength = size;
         response.headers = {{"Content-Type", "application/octet-stream"},
                             {"Dropbox-API-Result", dropboxHeaderJson(metadata(*found))}};
+        if (const auto range = requestedRange(request.headers.value("range"), size);
+            range && !m_state.ignoreRange) {
+            const auto [first, last] = *range;
+            if (first >= size) {
+                response = text(416, QByteArray());
+                response.headers.append({"Content-Range", "bytes */" + QByteArray::number(size)});
+            } else {
+                response.status = 206;
+                response.bodyStart = first;
+                response.bodyLength = last - first + 1;
+                response.headers.append({"Content-Range", "bytes " + QByteArray::number(first) +
+                                                              '-' + QByteArray::number(last) + '/' +
+                                                              QByteArray::number(size)});
+            }
+        }
+        const QString key = path.toLower();
+        if (m_state.revisions.contains(key) && --m_state.revisions[key] == 0) {
+            m_state.revisions.remove(key);
+            ++m_state.entries[key].revision;
+        }
         return response;
+    }
+
+    // One range of "bytes=FIRST-LAST", "bytes=FIRST-" or "bytes=-SUFFIX", with
+    // LAST cut to the file; nothing for a header that is absent or unreadable,
+    // which a server ignores. A FIRST past the end is kept: unsatisfiable.
+    static std::optional<std::pair<qint64, qint64>> requestedRange(const QByteArray& header,
+                                                                   qint64 size) {
+        if (!header.startsWith("bytes=") || header.contains(',')) {
+            return std::nullopt;
+        }
+        const QByteArray spec = header.mid(6).trimmed();
+        const qsizetype dash = spec.indexOf('-');
+        bool firstOk = false;
+        bool lastOk = false;
+        const qint64 first = spec.left(dash).toLongLong(&firstOk);
+        const qint64 last = spec.mid(dash + 1).toLongLong(&lastOk);
+        if (dash < 0 || (!firstOk && !lastOk) || (firstOk && lastOk && last < first)) {
+            return std::nullopt;
+        }
+        if (!firstOk) {
+            return std::pair(std::max<qint64>(0, size - last), size - 1);
+        }
+        return std::pair(first, lastOk ? std::min(last, size - 1) : size - 1);
     }
 
     FakeDropbox::State& m_state;
@@ -606,10 +666,14 @@ void FakeDropbox::addFolder(const QString& path) {
 void FakeDropbox::addFile(const QString& path, const QByteArray& content) {
     addFolder(path.section('/', 0, -2));
     std::lock_guard lock(m_state->mutex);
-    if (!m_state->entries.contains(path.toLower())) {
+    int revision = 0;
+    if (const auto existing = m_state->entries.constFind(path.toLower());
+        existing != m_state->entries.constEnd()) {
+        revision = existing->revision + 1;
+    } else {
         m_state->children[parentOf(path.toLower())].append(path.toLower());
     }
-    m_state->entries.insert(path.toLower(), Entry{false, path, content, -1, false});
+    m_state->entries.insert(path.toLower(), Entry{false, path, content, -1, false, revision});
 }
 
 void FakeDropbox::addFileWithoutLowerPath(const QString& path, const QByteArray& content) {
@@ -655,6 +719,16 @@ void FakeDropbox::setSlowTransfer(int chunkBytes, int intervalMs) {
 void FakeDropbox::dropNextDownloadAfter(qint64 bytes) {
     std::lock_guard lock(m_state->mutex);
     m_state->dropAfter = bytes;
+}
+
+void FakeDropbox::setIgnoreRange(bool ignore) {
+    std::lock_guard lock(m_state->mutex);
+    m_state->ignoreRange = ignore;
+}
+
+void FakeDropbox::reviseFileAfterDownloads(const QString& path, int downloads) {
+    std::lock_guard lock(m_state->mutex);
+    m_state->revisions.insert(path.toLower(), downloads);
 }
 
 void FakeDropbox::setDenyAuthorization(bool deny) {

@@ -58,6 +58,12 @@ public:
     void setSlowTransfer(int chunkBytes, int intervalMs);
     // The next download sends its headers and `bytes` of its body, then drops the connection.
     void dropNextDownloadAfter(qint64 bytes);
+    // Downloads answer a Range header with 206 and Content-Range, as the service
+    // does; ignoring it, they send the whole file with 200 as a plain server would.
+    void setIgnoreRange(bool ignore);
+    // The file at `path` gets a new revision (same bytes) once `downloads`
+    // requests for it have been answered, as when it is saved again meanwhile.
+    void reviseFileAfterDownloads(const QString& path, int downloads);
     // The sign-in page answers "access_denied", as when the user declines.
     void setDenyAuthorization(bool deny);
     // Every access token issued so far is reported as expired from now on.
@@ -89,6 +95,7 @@ private:
         QByteArray content;
         qint64 generatedSize = -1;  // >= 0 for a generated file
         bool withoutLowerPath = false;
+        int revision = 0;  // goes up with every change of the content
     };
     struct State;
 

@@ -1,6 +1,10 @@
+#include <unistd.h>
+
 #include <QEventLoop>
 #include <QFileInfo>
+#include <QSocketNotifier>
 #include <QTimer>
+#include <cerrno>
 #include <optional>
 
 #include "CliCommand.h"
@@ -51,29 +55,77 @@ std::optional<Listing> listFolder(const QString& path) {
     return listing;
 }
 
+// One line of standard input, read without holding the event loop, so that a
+// redirect to the loopback address can come first.
+class StdinLine : public QObject {
+public:
+    StdinLine() : m_notifier(STDIN_FILENO, QSocketNotifier::Read) {
+        connect(&m_notifier, &QSocketNotifier::activated, this, &StdinLine::read);
+    }
+
+    std::optional<QString> line;
+    bool ended = false;
+
+private:
+    void read() {
+        char buffer[4096];
+        const ssize_t n = ::read(STDIN_FILENO, buffer, sizeof buffer);
+        if (n < 0 && (errno == EAGAIN || errno == EINTR)) {
+            return;
+        }
+        if (n > 0) {
+            m_bytes.append(buffer, n);
+        }
+        const qsizetype newline = m_bytes.indexOf('\n');
+        if (newline >= 0 || n <= 0) {
+            m_notifier.setEnabled(false);
+            ended = n <= 0;
+            if (newline >= 0 || !m_bytes.isEmpty()) {
+                line = QString::fromUtf8(m_bytes.left(newline)).trimmed();
+            }
+        }
+    }
+
+    QSocketNotifier m_notifier;
+    QByteArray m_bytes;
+};
+
 int login() {
     if (!DropboxClientsManager::isConfigured()) {
         return notConfigured();
     }
     std::optional<VoidResult> result;
     DropboxManager::shared().completion = [&](const VoidResult& answer) { result = answer; };
-    // A terminal has no handler for the redirect scheme: the service shows the code instead.
+    bool redirected = false;
+    DropboxClientsManager::setLoopbackHandler([&](const QUrl& url) {
+        redirected = true;
+        DropboxManager::shared().openURL(url);
+    });
+    // The browser comes back to this machine's loopback address; from another
+    // machine's browser, the address it was sent to (or its code) is pasted here.
     DropboxClientsManager::authorizeFromController(
         [](const QUrl& url) {
-            cliErr() << "Open this address, allow access, then paste the code (or the address "
-                        "you were sent to) here:"
+            cliErr() << "Open this address and allow access. If this window does not go on by "
+                        "itself, paste the code (or the address you were sent to) here:"
                      << Qt::endl;
             cliOut() << url.toString(QUrl::FullyEncoded) << Qt::endl;
         },
-        false);
-    const QString answer = QTextStream(stdin).readLine().trimmed();
-    if (answer.isEmpty()) {
-        return cliFail("no code given; not signed in");
+        DropboxClientsManager::Redirect::loopback);
+    StdinLine input;
+    waitFor([&] {
+        return redirected || input.line ||
+               (input.ended && !DropboxClientsManager::isAwaitingLoopbackRedirect());
+    });
+    if (!redirected) {
+        const QString answer = input.line.value_or(QString());
+        if (answer.isEmpty()) {
+            return cliFail("no code given; not signed in");
+        }
+        const QUrl redirect = answer.contains(QLatin1String("://"))
+                                  ? QUrl(answer)
+                                  : DropboxClientsManager::redirectUrlForCode(answer);
+        DropboxManager::shared().openURL(redirect);
     }
-    const QUrl redirect = answer.contains(QLatin1String("://"))
-                              ? QUrl(answer)
-                              : DropboxClientsManager::redirectUrlForCode(answer);
-    DropboxManager::shared().openURL(redirect);
     waitFor([&] { return result.has_value(); });
     if (!result->isSuccess()) {
         cliErr() << "corvantis-cli: sign-in failed: " << errorText(result->error()) << Qt::endl;

@@ -13,6 +13,7 @@
 #include <QUrlQuery>
 
 #include "DropboxClient.h"
+#include "DropboxLoopbackRedirect.h"
 #include "DropboxTokenStore.h"
 #include "MainQueue.h"
 #include "UserDefaults.h"
@@ -33,6 +34,9 @@ struct State {
     // Owned by the application object, so they go before it does.
     QPointer<DropboxClient> client;
     std::optional<PendingSignIn> pending;
+    // Lives as long as the sign-in it waits for, or until it times out.
+    QPointer<DropboxLoopbackRedirect> loopback;
+    std::function<void(const QUrl&)> loopbackHandler;
     QPointer<QNetworkAccessManager> network;
 };
 
@@ -46,6 +50,17 @@ QString randomUrlSafe(int bytes) {
     QRandomGenerator::system()->fillRange(reinterpret_cast<quint32*>(random.data()), bytes / 4);
     return QString::fromLatin1(
         random.toBase64(QByteArray::Base64UrlEncoding | QByteArray::OmitTrailingEquals));
+}
+
+// A sign-in that ends, or gives way to another, takes its listener along.
+void endPendingSignIn() {
+    State& s = state();
+    s.pending.reset();
+    if (s.loopback) {
+        s.loopback->close();
+        s.loopback->deleteLater();
+        s.loopback.clear();
+    }
 }
 
 QString redirectScheme() {
@@ -144,7 +159,7 @@ void DropboxClientsManager::setupWithAppKey(const QString& appKey) {
     s.appKey = appKey;
     s.configured = !appKey.isEmpty();
     delete s.client;
-    s.pending.reset();
+    endPendingSignIn();
     if (!s.configured) {
         return;
     }
@@ -163,13 +178,32 @@ QString DropboxClientsManager::appKey() {
     return state().appKey;
 }
 
-bool DropboxClientsManager::authorizeFromController(const OpenUrl& openURL, bool redirect) {
+bool DropboxClientsManager::authorizeFromController(const OpenUrl& openURL, Redirect redirect) {
     State& s = state();
     if (!s.configured) {
         return false;
     }
-    PendingSignIn signIn{randomUrlSafe(64), randomUrlSafe(16),
-                         redirect ? redirectUri() : QString()};
+    endPendingSignIn();
+    PendingSignIn signIn{randomUrlSafe(64), randomUrlSafe(16), QString()};
+    if (redirect == Redirect::scheme) {
+        signIn.redirectUri = redirectUri();
+    } else if (redirect == Redirect::loopback) {
+        auto* listener = new DropboxLoopbackRedirect(
+            [](const QUrl& url) {
+                if (state().loopbackHandler) {
+                    state().loopbackHandler(url);
+                } else {
+                    handleRedirectURL(url, [](const std::optional<OAuthResult>&) {});
+                }
+            },
+            dropboxLoopbackTimeoutMs, QCoreApplication::instance());
+        if (listener->listen()) {
+            s.loopback = listener;
+            signIn.redirectUri = listener->redirectUri();
+        } else {
+            delete listener;  // the service shows the code instead
+        }
+    }
     const QByteArray challenge =
         QCryptographicHash::hash(signIn.verifier.toLatin1(), QCryptographicHash::Sha256)
             .toBase64(QByteArray::Base64UrlEncoding | QByteArray::OmitTrailingEquals);
@@ -182,7 +216,7 @@ bool DropboxClientsManager::authorizeFromController(const OpenUrl& openURL, bool
     query.addQueryItem(QStringLiteral("code_challenge_method"), QStringLiteral("S256"));
     query.addQueryItem(QStringLiteral("token_access_type"), QStringLiteral("offline"));
     query.addQueryItem(QStringLiteral("state"), signIn.state);
-    if (redirect) {
+    if (!signIn.redirectUri.isEmpty()) {
         query.addQueryItem(QStringLiteral("redirect_uri"), signIn.redirectUri);
     }
     url.setQuery(query);
@@ -191,12 +225,23 @@ bool DropboxClientsManager::authorizeFromController(const OpenUrl& openURL, bool
     return true;
 }
 
+void DropboxClientsManager::setLoopbackHandler(std::function<void(const QUrl&)> handler) {
+    state().loopbackHandler = std::move(handler);
+}
+
+bool DropboxClientsManager::isAwaitingLoopbackRedirect() {
+    return state().loopback && state().loopback->isListening();
+}
+
 QUrl DropboxClientsManager::redirectUrlForCode(const QString& code) {
+    const State& s = state();
     QUrlQuery query;
     query.addQueryItem(QStringLiteral("code"), code);
-    query.addQueryItem(QStringLiteral("state"),
-                       state().pending ? state().pending->state : QString());
-    return QUrl(redirectUri() + QLatin1Char('?') + query.query(QUrl::FullyEncoded));
+    query.addQueryItem(QStringLiteral("state"), s.pending ? s.pending->state : QString());
+    // The address the code was issued for, so that the exchange names the same.
+    const QString base =
+        s.pending && !s.pending->redirectUri.isEmpty() ? s.pending->redirectUri : redirectUri();
+    return QUrl(base + QLatin1Char('?') + query.query(QUrl::FullyEncoded));
 }
 
 void DropboxClientsManager::handleRedirectURL(const QUrl& url, RedirectCompletion completion) {
@@ -211,12 +256,12 @@ void DropboxClientsManager::handleRedirectURL(const QUrl& url, RedirectCompletio
     const QUrlQuery query(url);
     const QString error = query.queryItemValue(QStringLiteral("error"), QUrl::FullyDecoded);
     if (error == QLatin1String("access_denied")) {
-        s.pending.reset();
+        endPendingSignIn();
         later(OAuthResult{OAuthResult::Kind::cancel, std::nullopt});
         return;
     }
     if (!error.isEmpty()) {
-        s.pending.reset();
+        endPendingSignIn();
         const QString description =
             query.queryItemValue(QStringLiteral("error_description"), QUrl::FullyDecoded);
         later(OAuthResult{OAuthResult::Kind::error,
@@ -234,7 +279,8 @@ void DropboxClientsManager::handleRedirectURL(const QUrl& url, RedirectCompletio
                           QStringLiteral("The answer belongs to no sign-in in progress")});
         return;
     }
-    const PendingSignIn signIn = *std::exchange(s.pending, std::nullopt);
+    const PendingSignIn signIn = *s.pending;
+    endPendingSignIn();
     exchangeCode(code, signIn, std::move(completion));
 }
 

@@ -30,11 +30,23 @@ public:
     static bool isConfigured();
     static QString appKey();
 
+    // Where the service sends the browser after the sign-in page.
+    enum class Redirect {
+        scheme,    // db-<appkey>://2/token, registered with the desktop
+        loopback,  // a listener on 127.0.0.1, where the scheme can't be registered
+        none,      // the service shows the code to the user
+    };
+
     // Starts a sign-in: makes a fresh verifier and hands the authorize address to
-    // `openURL`. With `redirect` false the service shows the code to the user
-    // instead of redirecting (a terminal has no URL handler); see redirectUrlForCode.
+    // `openURL`. A loopback redirect hands what it receives to the handler set
+    // below; where no port can be had the service shows the code instead.
     // Not configured: `openURL` is not called and false is returned.
-    static bool authorizeFromController(const OpenUrl& openURL, bool redirect = true);
+    static bool authorizeFromController(const OpenUrl& openURL,
+                                        Redirect redirect = Redirect::scheme);
+    // Where a loopback listener hands the redirect it received.
+    static void setLoopbackHandler(std::function<void(const QUrl&)> handler);
+    // Whether a loopback listener still waits for the browser.
+    static bool isAwaitingLoopbackRedirect();
     // The redirect address that carries `code` for the sign-in in progress.
     static QUrl redirectUrlForCode(const QString& code);
     // Finishes a sign-in from the service's redirect. `completion` runs later,

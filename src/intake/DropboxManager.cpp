@@ -32,6 +32,8 @@ DropboxManager& DropboxManager::shared() {
 
 DropboxManager::DropboxManager() {
     DropboxClientsManager::setupWithAppKey(DropboxClientsManager::appKeyFromConfiguration());
+    // A redirect caught on the loopback address takes the way of any other.
+    DropboxClientsManager::setLoopbackHandler([this](const QUrl& url) { openURL(url); });
 }
 
 bool DropboxManager::openURL(const QUrl& url) {

@@ -1,6 +1,8 @@
 #include <QProcess>
+#include <QUrlQuery>
 
 #include "CloudTestSupport.h"
+#include "HttpTestClient.h"
 
 namespace {
 
@@ -8,20 +10,28 @@ ProcessRun cli(const QStringList& arguments) {
     return runProcess(CORVANTIS_CLI, arguments);
 }
 
+// Starts `dropbox login` and visits the address it prints, as the user's
+// browser would; returns where the service sends the browser back to.
+QUrl startLogin(QProcess& login, FakeDropbox& fake) {
+    login.start(CORVANTIS_CLI, {"dropbox", "login"});
+    EXPECT_TRUE(login.waitForStarted());
+    EXPECT_TRUE(login.waitForReadyRead(10000));
+    const QString authorizeUrl = QString::fromUtf8(login.readLine()).trimmed();
+    EXPECT_TRUE(authorizeUrl.startsWith(fake.url().toString() + "/oauth2/authorize?"));
+    return QUrl(fake.visitAuthorizePage(QUrl(authorizeUrl)));
+}
+
 }  // namespace
 
 TEST_F(CloudTest, CommandSignsInListsFetchesAndSignsOut) {
     EXPECT_EQ(cli({"dropbox", "status"}).out, "signed out\n");
 
-    // login: the address on standard output, the code read back from standard input.
+    // login: the address on standard output, the code read back from standard
+    // input, as from a browser on another machine that can't reach this one.
     QProcess login;
-    login.start(CORVANTIS_CLI, {"dropbox", "login"});
-    ASSERT_TRUE(login.waitForStarted());
-    ASSERT_TRUE(login.waitForReadyRead(10000));
-    const QString authorizeUrl = QString::fromUtf8(login.readLine()).trimmed();
-    ASSERT_TRUE(authorizeUrl.startsWith(fake.url().toString() + "/oauth2/authorize?"));
-    const QString code = fake.visitAuthorizePage(QUrl(authorizeUrl));
-    ASSERT_TRUE(code.startsWith("code-")) << code.toStdString();
+    const QUrl redirect = startLogin(login, fake);
+    const QString code = QUrlQuery(redirect).queryItemValue("code");
+    ASSERT_TRUE(code.startsWith("code-")) << redirect.toString().toStdString();
     login.write(code.toUtf8() + "\n");
     ASSERT_TRUE(login.waitForFinished(10000));
     EXPECT_EQ(login.exitCode(), 0) << login.readAllStandardError().toStdString();
@@ -69,4 +79,31 @@ TEST_F(CloudTest, CommandFailsClearlyWithoutAKeyOrASignIn) {
     EXPECT_EQ(unconfigured.exitCode, 2);
     EXPECT_TRUE(unconfigured.err.contains("not configured"));
     EXPECT_TRUE(unconfigured.out.isEmpty());
+}
+
+TEST_F(CloudTest, CommandSignsInThroughTheLoopbackRedirect) {
+    QProcess login;
+    const QUrl redirect = startLogin(login, fake);
+    ASSERT_EQ(redirect.host(), "127.0.0.1") << redirect.toString().toStdString();
+    const quint16 port = quint16(redirect.port());
+
+    // What is no redirect is turned away, and the listener waits on.
+    RawConnection garbage(port);
+    ASSERT_TRUE(garbage.send("NONSENSE\r\n\r\n"));
+    QByteArray refused;
+    ASSERT_TRUE(garbage.waitForClose(5000, &refused));
+    EXPECT_TRUE(refused.startsWith("HTTP/1.1 400 ")) << refused.toStdString();
+    EXPECT_EQ(curlRequest(port, "/favicon.ico").status, 404);
+    EXPECT_EQ(curlRequest(port, redirect.path() + "?unrelated=1").status, 400);
+
+    const HttpAnswer page =
+        curlRequest(port, redirect.path() + "?" + redirect.query(QUrl::FullyEncoded));
+    EXPECT_EQ(page.status, 200);
+    EXPECT_TRUE(page.body.contains("You can close this window")) << page.body.toStdString();
+    // Nothing typed: the redirect alone completes the sign-in.
+    ASSERT_TRUE(login.waitForFinished(10000));
+    EXPECT_EQ(login.exitCode(), 0) << login.readAllStandardError().toStdString();
+    EXPECT_EQ(login.readAllStandardOutput(), "signed in\n");
+    EXPECT_FALSE(acceptsConnections(port));
+    EXPECT_EQ(cli({"dropbox", "status"}).out, "signed in\n");
 }

@@ -6,6 +6,8 @@
 #include <QUrlQuery>
 
 #include "CloudTestSupport.h"
+#include "DropboxLoopbackRedirect.h"
+#include "HttpTestClient.h"
 #include "Localization.h"
 #include "Log.h"
 
@@ -171,13 +173,15 @@ struct SignIn {
     int calls = 0;
 };
 
-void startSignIn(SignIn& signIn, QUrl& authorizeUrl) {
+void startSignIn(
+    SignIn& signIn, QUrl& authorizeUrl,
+    DropboxClientsManager::Redirect redirect = DropboxClientsManager::Redirect::scheme) {
     DropboxManager::shared().completion = [&signIn](const VoidResult& result) {
         ++signIn.calls;
         signIn.result = result;
     };
     ASSERT_TRUE(DropboxClientsManager::authorizeFromController(
-        [&authorizeUrl](const QUrl& url) { authorizeUrl = url; }));
+        [&authorizeUrl](const QUrl& url) { authorizeUrl = url; }, redirect));
 }
 
 }  // namespace
@@ -278,6 +282,38 @@ TEST_F(CloudTest, RedirectsThatAreNoAnswerOrFailGiveAuthErrors) {
     EXPECT_EQ(description(signIn.result->error()), Localization::text("error_unkown"));
     EXPECT_NE(description(signIn.result->error()), "error_unkown");
     EXPECT_TRUE(log.contains("Error: "));
+}
+
+TEST_F(CloudTest, ALoopbackListenerLivesNoLongerThanItsSignIn) {
+    // Its time runs out: it closes, and hands nothing on.
+    int handed = 0;
+    {
+        DropboxLoopbackRedirect listener([&](const QUrl&) { ++handed; }, 100);
+        ASSERT_TRUE(listener.listen());
+        const quint16 port = quint16(QUrl(listener.redirectUri()).port());
+        EXPECT_TRUE(acceptsConnections(port));
+        ASSERT_TRUE(waitUntil([&] { return !listener.isListening(); }));
+        EXPECT_FALSE(acceptsConnections(port));
+    }
+    EXPECT_EQ(handed, 0);
+
+    // The sign-in completes another way, by the code typed in: the listener goes.
+    SignIn signIn;
+    QUrl authorizeUrl;
+    startSignIn(signIn, authorizeUrl, DropboxClientsManager::Redirect::loopback);
+    ASSERT_TRUE(DropboxClientsManager::isAwaitingLoopbackRedirect());
+    const QUrl sentTo(QUrlQuery(authorizeUrl).queryItemValue("redirect_uri", QUrl::FullyDecoded));
+    EXPECT_EQ(sentTo.scheme(), "http");
+    EXPECT_EQ(sentTo.host(), "127.0.0.1");
+    EXPECT_TRUE(acceptsConnections(quint16(sentTo.port())));
+    const QUrl redirect(fake.visitAuthorizePage(authorizeUrl));
+    const QString code = QUrlQuery(redirect).queryItemValue("code");
+    DropboxManager::shared().openURL(DropboxClientsManager::redirectUrlForCode(code));
+    EXPECT_FALSE(DropboxClientsManager::isAwaitingLoopbackRedirect());
+    // The exchange names the same redirect address, or the service refuses it.
+    ASSERT_TRUE(waitUntil([&] { return signIn.calls > 0; }));
+    EXPECT_TRUE(signIn.result->isSuccess()) << description(signIn.result->error()).toStdString();
+    EXPECT_FALSE(acceptsConnections(quint16(sentTo.port())));
 }
 
 TEST_F(CloudTest, WithoutAValidKeyTheClientIsNotConfigured) {

@@ -15,6 +15,7 @@
 #include <QTemporaryDir>
 #include <QTimer>
 #include <csignal>
+#include <limits>
 #include <cstdio>
 #include <optional>
 #include <string>
@@ -176,6 +177,7 @@ int runBench(int argc, char** argv, const Service& service, qint64 fileBytes, in
     double bestOurs = 1e9;
     double bestCurl = 1e9;
     qint64 peakGrowth = 0;
+    qint64 leastGrowth = std::numeric_limits<qint64>::max();
     for (int i = 0; i < runs; ++i) {
         const Download download = downloadThroughClient(QStringLiteral("/big.mp3"), ours);
         const double curl = downloadThroughCurl(service.url, tokens.accessToken,
@@ -191,6 +193,7 @@ int runBench(int argc, char** argv, const Service& service, qint64 fileBytes, in
         bestOurs = std::min(bestOurs, download.seconds);
         bestCurl = std::min(bestCurl, curl);
         peakGrowth = std::max(peakGrowth, download.peakGrowth);
+        leastGrowth = std::min(leastGrowth, download.peakGrowth);
     }
     const double oursRate = megabytes(fileBytes) / bestOurs;
     const double curlRate = megabytes(fileBytes) / bestCurl;
@@ -198,7 +201,11 @@ int runBench(int argc, char** argv, const Service& service, qint64 fileBytes, in
     std::printf("  Corvantis: %.1f MB/s\n", oursRate);
     std::printf("  curl: %.1f MB/s\n", curlRate);
     std::printf("  ratio: %.2fx curl (goal: at least 0.90x)\n", oursRate / curlRate);
-    std::printf("  peak memory growth: %.1f MB (goal: under 32 MB)\n", megabytes(peakGrowth));
+    // Every run must hold the bound, the first (which also sets the network up) included.
+    std::printf("  peak memory growth: %.1f MB in the worst of %d runs, %.1f MB in the best "
+                "(goal: under 32 MB in every run; pieces of %.0f MiB)\n",
+                megabytes(peakGrowth), runs, megabytes(leastGrowth),
+                megabytes(dropboxDownloadPieceBytes));
 
     const qint64 baseline = residentBytes();
     std::optional<Result<std::vector<FileProtocol>>> listing;
@@ -225,7 +232,7 @@ int main(int argc, char** argv) {
     const qint64 fileBytes = smoke ? 64ll << 20 : 1ll << 30;
     const int pages = smoke ? 10 : 100;
     const int pageEntries = smoke ? 200 : 2000;
-    const int runs = smoke ? 1 : 3;
+    const int runs = smoke ? 1 : 6;
     // Forked before any thread of this process exists.
     const Service service = startService(fileBytes, pages, pageEntries);
     if (service.pid <= 0 || service.refreshToken.isEmpty()) {

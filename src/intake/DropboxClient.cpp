@@ -357,17 +357,27 @@ void DropboxDownloadRequest::start() {
                          QStringLiteral(": ") + m_partial->errorString()});
         return;
     }
-    sendPiece();
+    m_chunk.resize(readBufferBytes);
+    requestMore();
 }
 
-void DropboxDownloadRequest::sendPiece() {
-    // A piece asked for again (after a refreshed token) starts where the file ends.
-    m_partial->resize(m_offset);
-    m_partial->seek(m_offset);
-    m_headersAccepted = false;
-    m_pieceLength = -1;
-    m_pieceReceived = 0;
-    m_client->withFreshToken([self = QPointer(this)](bool) {
+void DropboxDownloadRequest::requestMore() {
+    // Until the first answer tells the size, one piece at a time.
+    while (!m_done && int(m_pieces.size()) < dropboxDownloadPiecesInFlight &&
+           (m_pieces.empty() || m_total >= 0) && (m_total < 0 || m_requested < m_total)) {
+        auto piece = std::make_unique<Piece>();
+        piece->start = m_requested;
+        m_requested += dropboxDownloadPieceBytes;
+        send(piece.get());
+        m_pieces.push_back(std::move(piece));
+    }
+}
+
+void DropboxDownloadRequest::send(Piece* piece) {
+    piece->accepted = false;
+    piece->length = -1;
+    piece->received = 0;
+    m_client->withFreshToken([self = QPointer(this), piece](bool) {
         if (!self || self->m_done) {
             return;
         }
@@ -379,9 +389,9 @@ void DropboxDownloadRequest::sendPiece() {
             dropboxHeaderJson(QJsonObject{{QLatin1String("path"), dropboxWirePath(self->m_path)}}));
         // The content routes refuse a form content type; an empty one is what they expect.
         request.setRawHeader("Content-Type", QByteArray());
-        request.setRawHeader(
-            "Range", QByteArrayLiteral("bytes=") + QByteArray::number(self->m_offset) + '-' +
-                         QByteArray::number(self->m_offset + dropboxDownloadPieceBytes - 1));
+        request.setRawHeader("Range",
+                             "bytes=" + QByteArray::number(piece->start) + '-' +
+                                 QByteArray::number(piece->start + dropboxDownloadPieceBytes - 1));
         QNetworkReply* reply = self->m_client->m_network->post(request, QByteArray());
         // Holds the reply to about this much ahead of the file, once the
         // transfer thread has its side of the reply (a limit set before then
@@ -390,63 +400,83 @@ void DropboxDownloadRequest::sendPiece() {
         reply->setReadBufferSize(readBufferBytes);
         connect(reply, &QNetworkReply::metaDataChanged, reply,
                 [reply] { reply->setReadBufferSize(readBufferBytes + 1); });
-        self->m_reply = reply;
-        connect(reply, &QNetworkReply::readyRead, self, &DropboxDownloadRequest::onReadyRead);
-        connect(reply, &QNetworkReply::finished, self, &DropboxDownloadRequest::onFinished);
-        connect(reply, &QNetworkReply::downloadProgress, self,
-                [self](qint64 received, qint64) { self->onProgress(received); });
+        piece->reply = reply;
+        connect(reply, &QNetworkReply::readyRead, self, [self, reply] {
+            if (Piece* piece = self->pieceOf(reply)) {
+                self->onReadyRead(piece);
+            }
+        });
+        connect(reply, &QNetworkReply::finished, self, [self, reply] { self->onFinished(reply); });
     });
 }
 
-bool DropboxDownloadRequest::headersAccepted() {
-    if (m_headersAccepted) {
-        return true;
+DropboxDownloadRequest::Piece* DropboxDownloadRequest::pieceOf(QNetworkReply* reply) {
+    for (const auto& piece : m_pieces) {
+        if (piece->reply == reply) {
+            return piece.get();
+        }
     }
-    if (m_done || !m_reply || !isBody(httpStatus(m_reply))) {
-        return false;
-    }
-    if (std::optional<CallError> error = acceptHeaders()) {
-        finish(std::move(error));
-        m_reply->abort();
-        return false;
-    }
-    m_headersAccepted = true;
-    return true;
+    return nullptr;
 }
 
-std::optional<CallError> DropboxDownloadRequest::acceptHeaders() {
+bool DropboxDownloadRequest::accepted(Piece* piece) {
+    if (piece->accepted) {
+        return !m_done;
+    }
+    if (m_done || !piece->reply || !isBody(httpStatus(piece->reply))) {
+        return false;
+    }
+    if (std::optional<CallError> error = acceptHeaders(piece)) {
+        finish(std::move(error));
+        return false;
+    }
+    piece->accepted = true;
+    requestMore();  // the size is known now
+    return !m_done;
+}
+
+std::optional<CallError> DropboxDownloadRequest::acceptHeaders(Piece* piece) {
+    QNetworkReply* reply = piece->reply;
     const QJsonObject metadata =
-        QJsonDocument::fromJson(m_reply->rawHeader("Dropbox-API-Result")).object();
+        QJsonDocument::fromJson(reply->rawHeader("Dropbox-API-Result")).object();
     const Revision revision{metadata.value(QLatin1String("rev")).toString(),
                             metadata.value(QLatin1String("content_hash")).toString(),
                             metadata.value(QLatin1String("size")).toInteger(-1)};
     qint64 total = -1;
-    if (httpStatus(m_reply) == 206) {
+    if (httpStatus(reply) == 206) {
         const std::optional<ContentRange> range =
-            parseContentRange(m_reply->rawHeader("Content-Range"));
+            parseContentRange(reply->rawHeader("Content-Range"));
         if (!range || range->first < 0) {
             return CallError{QStringLiteral("Client error: unreadable Content-Range \"%1\"")
-                                 .arg(QString::fromLatin1(m_reply->rawHeader("Content-Range")))};
+                                 .arg(QString::fromLatin1(reply->rawHeader("Content-Range")))};
         }
-        if (range->first != m_offset) {
-            return CallError{QStringLiteral("Client error: asked for bytes from %1, got from %2")
-                                 .arg(m_offset)
-                                 .arg(range->first)};
-        }
-        m_pieceLength = range->last - range->first + 1;
         total = range->total >= 0 ? range->total : revision.size;
+        if (total < 0) {
+            return CallError{QStringLiteral("Client error: the service did not tell the size")};
+        }
+        const qint64 asked = std::min(dropboxDownloadPieceBytes, total - piece->start);
+        // A shorter piece would leave a hole before the next one.
+        if (range->first != piece->start || range->last - range->first + 1 != asked) {
+            return CallError{QStringLiteral("Client error: asked for bytes %1 to %2, got %3 to %4")
+                                 .arg(piece->start)
+                                 .arg(piece->start + asked - 1)
+                                 .arg(range->first)
+                                 .arg(range->last)};
+        }
+        piece->length = asked;
     } else {
         // The whole file in one answer, as from a server that does not do ranges.
-        if (m_offset != 0) {
+        if (piece->start != 0) {
             return CallError{
                 QStringLiteral("Client error: the service answered a piece with the whole file")};
         }
         bool known = false;
-        m_pieceLength = m_reply->header(QNetworkRequest::ContentLengthHeader).toLongLong(&known);
+        piece->length = reply->header(QNetworkRequest::ContentLengthHeader).toLongLong(&known);
         if (!known) {
-            m_pieceLength = revision.size;
+            piece->length = revision.size;
         }
-        total = m_pieceLength;
+        total = piece->length;
+        m_requested = std::max<qint64>(total, 0);  // nothing more to ask for
     }
     if (!m_revision) {
         m_revision = revision;
@@ -465,35 +495,45 @@ std::optional<CallError> DropboxDownloadRequest::acceptHeaders() {
     return std::nullopt;
 }
 
-void DropboxDownloadRequest::onReadyRead() {
-    if (!headersAccepted()) {
+void DropboxDownloadRequest::onReadyRead(Piece* piece) {
+    if (!accepted(piece)) {
         return;  // an error body is read whole when the reply ends
     }
-    const QByteArray chunk = m_reply->readAll();
-    m_pieceReceived += chunk.size();
-    if (m_partial->write(chunk) != chunk.size()) {
-        const QString reason = m_partial->errorString();
-        finish(CallError{QStringLiteral("Client error: cannot write ") + m_destination +
-                         QStringLiteral(": ") + reason});
-        m_reply->abort();
-    }
-}
-
-void DropboxDownloadRequest::onProgress(qint64 received) {
-    // An abort reports progress on its way out; a cancel has no more to tell.
-    if (m_cancelled || m_done || !headersAccepted()) {
+    if (!m_partial->seek(piece->start + piece->received)) {
+        finish(CallError{QStringLiteral("Client error: ") + m_partial->errorString()});
         return;
     }
-    const TransferProgress progress{m_offset + received, std::max<qint64>(m_total, 0)};
-    if (m_onProgress) {
-        m_onProgress(progress);
+    qint64 n = 0;
+    bool moved = false;
+    while ((n = piece->reply->read(m_chunk.data(), m_chunk.size())) > 0) {
+        piece->received += n;
+        moved = true;
+        if (m_partial->write(m_chunk.constData(), n) != n) {
+            finish(CallError{QStringLiteral("Client error: cannot write ") + m_destination +
+                             QStringLiteral(": ") + m_partial->errorString()});
+            return;
+        }
+    }
+    // A cancel has no more to tell.
+    if (moved && !m_cancelled) {
+        reportProgress();
     }
 }
 
-void DropboxDownloadRequest::onFinished() {
-    QNetworkReply* reply = m_reply;
+void DropboxDownloadRequest::reportProgress() {
+    qint64 completed = m_written;
+    for (const auto& piece : m_pieces) {
+        completed += piece->received;
+    }
+    if (m_onProgress) {
+        m_onProgress(TransferProgress{completed, std::max<qint64>(m_total, 0)});
+    }
+}
+
+void DropboxDownloadRequest::onFinished(QNetworkReply* reply) {
     reply->deleteLater();
-    if (m_done) {
+    Piece* piece = pieceOf(reply);
+    if (m_done || !piece) {
         return;
     }
     if (m_cancelled) {
@@ -501,27 +541,28 @@ void DropboxDownloadRequest::onFinished() {
         return;
     }
     const int status = httpStatus(reply);
-    if (status == 401 && !m_retried && !m_client->m_tokens.refreshToken.isEmpty()) {
-        m_retried = true;
+    if (status == 401 && !piece->retried && !m_client->m_tokens.refreshToken.isEmpty()) {
+        piece->retried = true;
+        piece->reply.clear();
         const CallError failure = dropboxCallError(reply, reply->readAll());
-        m_reply.clear();
-        m_client->refresh([self = QPointer(this), failure](bool ok) {
+        m_client->refresh([self = QPointer(this), piece, failure](bool ok) {
             if (!self || self->m_done) {
                 return;
             }
             if (ok) {
-                self->sendPiece();
+                self->send(piece);
             } else {
                 self->finish(failure);
             }
         });
         return;
     }
-    if (status == 416 && m_offset == 0) {
+    if (status == 416 && piece->start == 0) {
         // No byte to give: an empty file.
         const std::optional<ContentRange> range =
             parseContentRange(reply->rawHeader("Content-Range"));
         if (range && range->total == 0) {
+            m_total = 0;
             complete();
             return;
         }
@@ -530,33 +571,32 @@ void DropboxDownloadRequest::onFinished() {
         finish(dropboxCallError(reply, isBody(status) ? QByteArray() : reply->readAll()));
         return;
     }
-    onReadyRead();
+    onReadyRead(piece);
     if (m_done) {
         return;
     }
     // A connection that ends early can look like a clean end to the reply;
     // the length the service announced tells.
-    if (m_pieceLength >= 0 && m_pieceReceived != m_pieceLength) {
+    if (piece->length >= 0 && piece->received != piece->length) {
         finish(CallError{QStringLiteral("Client error: the connection ended after %1 of %2 bytes")
-                             .arg(m_offset + m_pieceReceived)
-                             .arg(m_total >= 0 ? m_total : m_offset + m_pieceLength)});
+                             .arg(m_written + piece->received)
+                             .arg(m_total >= 0 ? m_total : piece->length)});
         return;
     }
-    m_offset += m_pieceReceived;
+    m_written += piece->received;
     if (m_total < 0) {
-        m_total = m_offset;  // a whole file of unannounced length
+        m_total = m_written;  // a whole file of unannounced length
+        m_requested = m_total;
     }
-    m_retried = false;  // each piece may find the token run out once
-    m_reply.clear();
-    if (m_offset < m_total) {
-        sendPiece();
-    } else {
+    std::erase_if(m_pieces, [piece](const auto& p) { return p.get() == piece; });
+    requestMore();
+    if (m_pieces.empty()) {
         complete();
     }
 }
 
 void DropboxDownloadRequest::complete() {
-    if (!m_partial->flush()) {
+    if (!m_partial->resize(m_total) || !m_partial->flush()) {
         finish(CallError{QStringLiteral("Client error: ") + m_partial->errorString()});
         return;
     }
@@ -574,9 +614,14 @@ void DropboxDownloadRequest::cancel() {
         return;
     }
     m_cancelled = true;
-    if (m_reply) {
-        m_reply->abort();  // ends the reply, and with it the request, in onFinished
-    } else {
+    bool aborting = false;
+    for (const auto& piece : m_pieces) {
+        if (piece->reply) {
+            aborting = true;
+            piece->reply->abort();  // ends the reply, and with it the request, in onFinished
+        }
+    }
+    if (!aborting) {
         finish(CallError{QStringLiteral("Client error: cancelled")});
     }
 }
@@ -588,6 +633,12 @@ void DropboxDownloadRequest::finish(std::optional<CallError> error) {
     m_done = true;
     if (error) {
         m_partial.reset();  // removes the partial file
+    }
+    // The other pieces have nothing more to bring.
+    for (const auto& piece : std::exchange(m_pieces, {})) {
+        if (piece->reply) {
+            piece->reply->abort();
+        }
     }
     // Answers arrive later on the main thread, never inside the caller's call:
     // a cancel must return before its request's failure is heard.

@@ -62,15 +62,17 @@ QByteArray dropboxHeaderJson(const QJsonObject& object);
 
 class DropboxClient;
 
-// How many bytes one ranged request of a download asks for. The transfer
-// layer may hold a whole answer in memory before the file sees it, so this is
-// what bounds the memory of a download, however fast the peer is.
-constexpr qint64 dropboxDownloadPieceBytes = 8 * 1024 * 1024;
+// How many bytes one ranged request of a download asks for, and how many such
+// requests run at once. The transfer layer may hold a whole answer in memory
+// before the file sees it, so these bound the memory of a download however
+// fast the peer is; the second request hides the pause between pieces.
+constexpr qint64 dropboxDownloadPieceBytes = 4 * 1024 * 1024;
+constexpr int dropboxDownloadPiecesInFlight = 2;
 
-// One file transfer, fetched in ranged pieces of the same revision. The body
-// goes to a temporary file next to the destination, renamed onto it when
-// complete, so a failed or cancelled transfer never leaves a partial file
-// under the destination's name.
+// One file transfer, fetched in ranged pieces of the same revision, each
+// written at its place in a temporary file next to the destination, which is
+// renamed onto it when complete; so a failed or cancelled transfer never
+// leaves a partial file under the destination's name.
 class DropboxDownloadRequest : public QObject {
     Q_OBJECT
 
@@ -92,16 +94,27 @@ private:
         QString contentHash;
         qint64 size = -1;
     };
+    struct Piece {
+        qint64 start = 0;
+        qint64 length = -1;  // once its headers are in; -1 for a whole file of unknown length
+        qint64 received = 0;
+        bool accepted = false;
+        bool retried = false;
+        QPointer<QNetworkReply> reply;
+    };
 
     DropboxDownloadRequest(DropboxClient* client, QString path, QString destination);
     void start();
-    void sendPiece();
+    // Asks for the next pieces while fewer than the limit are on their way.
+    void requestMore();
+    void send(Piece* piece);
+    Piece* pieceOf(QNetworkReply* reply);
     // Checks a piece's headers once: its place in the file and its revision.
-    bool headersAccepted();
-    std::optional<CallError> acceptHeaders();
-    void onReadyRead();
-    void onFinished();
-    void onProgress(qint64 received);
+    bool accepted(Piece* piece);
+    std::optional<CallError> acceptHeaders(Piece* piece);
+    void onReadyRead(Piece* piece);
+    void onFinished(QNetworkReply* reply);
+    void reportProgress();
     void complete();
     void finish(std::optional<CallError> error);
 
@@ -109,17 +122,14 @@ private:
     QString m_path;
     QString m_destination;
     std::unique_ptr<QTemporaryFile> m_partial;
-    QPointer<QNetworkReply> m_reply;
+    std::vector<std::unique_ptr<Piece>> m_pieces;  // on their way
     ProgressHandler m_onProgress;
     ResponseHandler m_onResponse;
-    // Bytes of the file already in the partial file, where the next piece starts.
-    qint64 m_offset = 0;
-    qint64 m_total = -1;        // -1 until the first answer tells it
-    qint64 m_pieceLength = -1;  // of the piece in flight, once its headers are in
-    qint64 m_pieceReceived = 0;
+    qint64 m_requested = 0;              // where the next piece starts
+    qint64 m_written = 0;                // bytes of finished pieces
+    qint64 m_total = -1;                 // -1 until the first answer tells it
     std::optional<Revision> m_revision;  // of the first piece
-    bool m_headersAccepted = false;
-    bool m_retried = false;
+    QByteArray m_chunk;                  // reused for every read, so reading allocates nothing
     bool m_cancelled = false;
     bool m_done = false;
 };

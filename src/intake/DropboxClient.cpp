@@ -365,11 +365,10 @@ void DropboxDownloadRequest::requestMore() {
     // Until the first answer tells the size, one piece at a time.
     while (!m_done && int(m_pieces.size()) < dropboxDownloadPiecesInFlight &&
            (m_pieces.empty() || m_total >= 0) && (m_total < 0 || m_requested < m_total)) {
-        auto piece = std::make_unique<Piece>();
-        piece->start = m_requested;
-        m_requested += dropboxDownloadPieceBytes;
-        send(piece.get());
-        m_pieces.push_back(std::move(piece));
+        m_pieces.push_back(std::make_unique<Piece>());
+        m_pieces.back()->start =
+            std::exchange(m_requested, m_requested + dropboxDownloadPieceBytes);
+        send(m_pieces.back().get());
     }
 }
 
@@ -614,16 +613,20 @@ void DropboxDownloadRequest::cancel() {
         return;
     }
     m_cancelled = true;
-    bool aborting = false;
+    // An abort ends its piece, and with it the request, at once in onFinished,
+    // which empties the list of pieces: so the replies are taken first.
+    QList<QPointer<QNetworkReply>> replies;
     for (const auto& piece : m_pieces) {
         if (piece->reply) {
-            aborting = true;
-            piece->reply->abort();  // ends the reply, and with it the request, in onFinished
+            replies.append(piece->reply);
         }
     }
-    if (!aborting) {
-        finish(CallError{QStringLiteral("Client error: cancelled")});
+    for (const QPointer<QNetworkReply>& reply : replies) {
+        if (reply) {
+            reply->abort();
+        }
     }
+    finish(CallError{QStringLiteral("Client error: cancelled")});  // if no reply was on its way
 }
 
 void DropboxDownloadRequest::finish(std::optional<CallError> error) {

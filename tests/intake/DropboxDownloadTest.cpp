@@ -138,11 +138,13 @@ TEST_F(CloudTest, ADroppedConnectionFailsAndLeavesNoFileBehind) {
 
 TEST_F(CloudTest, ACancelledDownloadEndsLaterAndLeavesNoFile) {
     signInBeforeLaunch();
-    fake.addGeneratedFile("/Slow.mp3", 2 * 1024 * 1024);
+    // Long enough for two pieces on their way at once.
+    fake.addGeneratedFile("/Slow.mp3", dropboxDownloadPieceBytes + 2 * 1024 * 1024);
     fake.setSlowTransfer(16 * 1024, 20);
     Transfer transfer;
     startTransfer(transfer, {"/slow.mp3", "Slow.mp3", Source::dropbox},
                   downloadedMusicDirectory() + "/Slow.mp3");
+    ASSERT_TRUE(waitUntil([&] { return fake.count("/2/files/download") == 2; }));
     ASSERT_TRUE(waitUntil([&] { return !transfer.progress.isEmpty(); }));
     DropboxManager::shared().cancelFile("/slow.mp3");
     EXPECT_TRUE(DropboxManager::shared().downloadTasks.isEmpty());

@@ -16,6 +16,7 @@ packages=(
   clang-14 libclang-rt-14-dev
   chromium
   nginx-light
+  qtkeychain-qt6-dev gnome-keyring
 )
 
 missing=()

@@ -36,6 +36,11 @@ QUrl join(const QUrl& base, const QString& route) {
     return url;
 }
 
+CallError keychainError() {
+    return {
+        QStringLiteral("Client error: the sign-in kept in the system keychain could not be read")};
+}
+
 int httpStatus(QNetworkReply* reply) {
     return reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
 }
@@ -188,6 +193,10 @@ void DropboxClient::listFolderContinue(const QString& cursor,
 void DropboxClient::rpc(const QString& route, const QJsonObject& arguments, JsonHandler done,
                         bool retried) {
     withFreshToken([=, this](bool) {
+        if (tokensUnreadable()) {
+            done(keychainError());
+            return;
+        }
         QNetworkRequest request(join(m_endpoints.api, route));
         request.setRawHeader("Authorization", authorization());
         request.setHeader(QNetworkRequest::ContentTypeHeader,
@@ -226,7 +235,36 @@ void DropboxClient::rpc(const QString& route, const QJsonObject& arguments, Json
     });
 }
 
+bool DropboxClient::tokensUnreadable() const {
+    return m_tokens.inKeychain && m_tokens.accessToken.isEmpty() && m_tokens.refreshToken.isEmpty();
+}
+
 void DropboxClient::withFreshToken(std::function<void(bool ok)> then) {
+    if (tokensUnreadable()) {
+        // Every call waits for the one read; a failed read is tried again by the next call.
+        m_keychainWaiters.push_back(std::move(then));
+        if (m_keychainWaiters.size() > 1) {
+            return;
+        }
+        DropboxTokenStore::readSecrets(
+            [self = QPointer(this)](const std::optional<DropboxSecrets>& secrets) {
+                if (!self) {
+                    return;
+                }
+                if (secrets) {
+                    self->m_tokens.accessToken = secrets->accessToken;
+                    self->m_tokens.refreshToken = secrets->refreshToken;
+                }
+                for (auto& waiter : std::exchange(self->m_keychainWaiters, {})) {
+                    if (secrets) {
+                        self->withFreshToken(std::move(waiter));
+                    } else {
+                        waiter(false);
+                    }
+                }
+            });
+        return;
+    }
     const bool expired =
         m_tokens.expiresAt.isValid() &&
         QDateTime::currentDateTimeUtc().secsTo(m_tokens.expiresAt) < refreshMarginSeconds;
@@ -378,6 +416,10 @@ void DropboxDownloadRequest::send(Piece* piece) {
     piece->received = 0;
     m_client->withFreshToken([self = QPointer(this), piece](bool) {
         if (!self || self->m_done) {
+            return;
+        }
+        if (self->m_client->tokensUnreadable()) {
+            self->finish(keychainError());
             return;
         }
         QNetworkRequest request(

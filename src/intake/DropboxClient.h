@@ -161,8 +161,11 @@ private:
 
     void rpc(const QString& route, const QJsonObject& arguments, JsonHandler done,
              bool retried = false);
-    // Runs `then` with a usable access token, refreshing first if it has run out.
+    // Runs `then` with a usable access token: read from the keychain first if
+    // it is kept there, refreshed first if it has run out.
     void withFreshToken(std::function<void(bool ok)> then);
+    // The tokens are kept in the keychain, which could not give them.
+    bool tokensUnreadable() const;
     void refresh(std::function<void(bool ok)> then);
     QByteArray authorization() const;
 
@@ -170,6 +173,7 @@ private:
     DropboxEndpoints m_endpoints;
     QNetworkAccessManager* m_network;
     std::vector<std::function<void(bool)>> m_refreshWaiters;
+    std::vector<std::function<void(bool)>> m_keychainWaiters;
 };
 
 // The service's words for a failed HTTP exchange (status, error body, headers).

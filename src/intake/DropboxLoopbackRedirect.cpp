@@ -111,8 +111,8 @@ void DropboxLoopbackRedirect::onReadyRead(QTcpSocket* socket) {
     socket->setParent(nullptr);
     answer(socket, 200, "OK",
            page("Corvantis",
-                "Corvantis has the answer of Dropbox to your sign-in. You can close this window "
-                "and go back to Corvantis."));
+                "Corvantis has received the answer of Dropbox to your sign-in. You can close "
+                "this window and go back to Corvantis."));
     QUrl redirect(redirectUri());
     redirect.setQuery(target.query(QUrl::FullyEncoded), QUrl::StrictMode);
     close();

@@ -15,8 +15,8 @@
 #include <QTemporaryDir>
 #include <QTimer>
 #include <csignal>
-#include <limits>
 #include <cstdio>
+#include <limits>
 #include <optional>
 #include <string>
 
@@ -202,10 +202,10 @@ int runBench(int argc, char** argv, const Service& service, qint64 fileBytes, in
     std::printf("  curl: %.1f MB/s\n", curlRate);
     std::printf("  ratio: %.2fx curl (goal: at least 0.90x)\n", oursRate / curlRate);
     // Every run must hold the bound, the first (which also sets the network up) included.
-    std::printf("  peak memory growth: %.1f MB in the worst of %d runs, %.1f MB in the best "
-                "(goal: under 32 MB in every run; pieces of %.0f MiB)\n",
-                megabytes(peakGrowth), runs, megabytes(leastGrowth),
-                megabytes(dropboxDownloadPieceBytes));
+    std::printf(
+        "  peak memory growth: %.1f MB in the worst of %d runs, %.1f MB in the best "
+        "(goal: under 32 MB in every run; pieces of %.0f MiB)\n",
+        megabytes(peakGrowth), runs, megabytes(leastGrowth), megabytes(dropboxDownloadPieceBytes));
 
     const qint64 baseline = residentBytes();
     std::optional<Result<std::vector<FileProtocol>>> listing;

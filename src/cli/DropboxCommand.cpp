@@ -11,6 +11,7 @@
 #include "DownloadManager.h"
 #include "DropboxManager.h"
 #include "DropboxSignOut.h"
+#include "DropboxTokenStore.h"
 #include "NotificationCenter.h"
 #include "PrintedMessages.h"
 
@@ -212,11 +213,7 @@ int logout() {
     return messages.failed ? 1 : 0;
 }
 
-}  // namespace
-
-int runDropboxCommand(const QStringList& arguments) {
-    const QString action = arguments.value(0);
-    DropboxManager::shared();
+int runAction(const QString& action, const QStringList& arguments) {
     if (action == QLatin1String("login") && arguments.size() == 1) {
         return login();
     }
@@ -235,4 +232,15 @@ int runDropboxCommand(const QStringList& arguments) {
         return logout();
     }
     return cliFail("usage: dropbox login | ls [PATH] | get PATH | status | logout");
+}
+
+}  // namespace
+
+int runDropboxCommand(const QStringList& arguments) {
+    DropboxManager::shared();
+    const int code = runAction(arguments.value(0), arguments);
+    // A sign-in on its way into the keychain (or out of it) gets there
+    // before the command ends; the keychain's own bound keeps this short.
+    waitFor([] { return !DropboxTokenStore::keychainBusy(); });
+    return code;
 }

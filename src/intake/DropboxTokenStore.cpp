@@ -29,6 +29,7 @@ struct Keychain {
     bool failed = false;     // once, for the rest of the run: the file only
     bool used = false;       // something was written there in this run
     quint64 generation = 0;  // of the newest save or removal
+    int pending = 0;         // calls not yet ended or given up
 };
 
 Keychain& keychain() {
@@ -58,7 +59,12 @@ void keychainFailed(const QString& reason) {
 // Starts `job`; `done` runs once, with the job when it ended in time, else
 // with null. A job is never deleted while the keychain may still answer it.
 void runBounded(QKeychain::Job* job, std::function<void(QKeychain::Job*)> done) {
-    auto pending = std::make_shared<std::function<void(QKeychain::Job*)>>(std::move(done));
+    ++keychain().pending;
+    auto pending = std::make_shared<std::function<void(QKeychain::Job*)>>(
+        [done = std::move(done)](QKeychain::Job* job) {
+            --keychain().pending;
+            done(job);
+        });
     job->setAutoDelete(true);
     job->setKey(keychainKey);
     QObject::connect(job, &QKeychain::Job::finished, job, [pending](QKeychain::Job* finished) {
@@ -211,6 +217,11 @@ void readSecrets(std::function<void(const std::optional<DropboxSecrets>&)> done)
     }
     runBounded(new QKeychain::ReadPasswordJob(keychainService),
                [done = std::move(done)](QKeychain::Job* finished) {
+                   if (finished && finished->error() == QKeychain::EntryNotFound) {
+                       qCWarning(lcTokenStore) << "the system keychain holds no sign-in";
+                       done(std::nullopt);
+                       return;
+                   }
                    if (!finished || finished->error() != QKeychain::NoError) {
                        keychainFailed(failure(finished));
                        done(std::nullopt);
@@ -228,6 +239,10 @@ void readSecrets(std::function<void(const std::optional<DropboxSecrets>&)> done)
                    }
                    done(secrets);
                });
+}
+
+bool keychainBusy() {
+    return keychain().pending > 0;
 }
 
 }  // namespace DropboxTokenStore

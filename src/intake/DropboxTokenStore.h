@@ -41,4 +41,6 @@ void remove();
 // The tokens that load() left in the keychain. `done` runs later, on the main
 // thread, with nothing when the keychain failed or did not answer in time.
 void readSecrets(std::function<void(const std::optional<DropboxSecrets>&)> done);
+// Whether a keychain call is on its way (each ends within a few seconds).
+bool keychainBusy();
 }  // namespace DropboxTokenStore

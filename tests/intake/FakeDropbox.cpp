@@ -605,12 +605,12 @@ private:
         if (!header.startsWith("bytes=") || header.contains(',')) {
             return std::nullopt;
         }
-        const QByteArray spec = header.mid(6).trimmed();
-        const qsizetype dash = spec.indexOf('-');
+        const QByteArray byteRange = header.mid(6).trimmed();
+        const qsizetype dash = byteRange.indexOf('-');
         bool firstOk = false;
         bool lastOk = false;
-        const qint64 first = spec.left(dash).toLongLong(&firstOk);
-        const qint64 last = spec.mid(dash + 1).toLongLong(&lastOk);
+        const qint64 first = byteRange.left(dash).toLongLong(&firstOk);
+        const qint64 last = byteRange.mid(dash + 1).toLongLong(&lastOk);
         if (dash < 0 || (!firstOk && !lastOk) || (firstOk && lastOk && last < first)) {
             return std::nullopt;
         }

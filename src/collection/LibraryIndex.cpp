@@ -141,19 +141,27 @@ QHash<QString, IndexedFile> LibraryIndex::load() {
     return files;
 }
 
-void LibraryIndex::update(const QList<IndexedFile>& changed, const QStringList& removed) {
-    if ((changed.isEmpty() && removed.isEmpty()) || !open() || !exec("BEGIN")) {
+LibraryIndex::Transaction::Transaction(LibraryIndex& index) : m_index(index) {
+    m_open = m_index.open() && m_index.exec("BEGIN");
+}
+
+LibraryIndex::Transaction::~Transaction() {
+    if (m_open) {
+        m_index.exec("COMMIT");
+    }
+}
+
+void LibraryIndex::Transaction::store(const QList<IndexedFile>& files) {
+    if (!m_open || files.isEmpty()) {
         return;
     }
-    Statement insert(m_db,
+    Statement insert(m_index.m_db,
                      "INSERT OR REPLACE INTO files (path, size, modified, title, album, artist, "
                      "album_artist, duration, track_number) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)");
-    Statement erase(m_db, "DELETE FROM files WHERE path = ?");
-    if (!insert || !erase) {
-        exec("ROLLBACK");
+    if (!insert) {
         return;
     }
-    for (const IndexedFile& file : changed) {
+    for (const IndexedFile& file : files) {
         insert.bindText(1, file.path);
         sqlite3_bind_int64(insert.get(), 2, file.size);
         sqlite3_bind_int64(insert.get(), 3, file.modified);
@@ -170,10 +178,19 @@ void LibraryIndex::update(const QList<IndexedFile>& changed, const QStringList& 
         sqlite3_step(insert.get());
         sqlite3_reset(insert.get());
     }
-    for (const QString& path : removed) {
+}
+
+void LibraryIndex::Transaction::forget(const QStringList& paths) {
+    if (!m_open || paths.isEmpty()) {
+        return;
+    }
+    Statement erase(m_index.m_db, "DELETE FROM files WHERE path = ?");
+    if (!erase) {
+        return;
+    }
+    for (const QString& path : paths) {
         erase.bindText(1, path);
         sqlite3_step(erase.get());
         sqlite3_reset(erase.get());
     }
-    exec("COMMIT");
 }

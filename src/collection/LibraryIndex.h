@@ -32,8 +32,23 @@ public:
     LibraryIndex& operator=(const LibraryIndex&) = delete;
 
     QHash<QString, IndexedFile> load();
-    // Stores `changed` and forgets `removed`, in one transaction.
-    void update(const QList<IndexedFile>& changed, const QStringList& removed);
+
+    // Changes to the index, made in one transaction that is committed when
+    // the object goes: a scan hands over what it has read piece by piece.
+    class Transaction {
+    public:
+        explicit Transaction(LibraryIndex& index);
+        ~Transaction();
+        Transaction(const Transaction&) = delete;
+        Transaction& operator=(const Transaction&) = delete;
+
+        void store(const QList<IndexedFile>& files);
+        void forget(const QStringList& paths);
+
+    private:
+        LibraryIndex& m_index;
+        bool m_open = false;
+    };
 
 private:
     bool open();

@@ -46,11 +46,42 @@ quint64 stableID(const char* kind, const QString& text) {
     return qFromBigEndian<quint64>(hash.result().constData());
 }
 
+// A regular file met by the walk. Its status is read when first asked for:
+// a file the index does not know yet is measured by the reader that opens it.
+class FoundFile {
+public:
+    FoundFile(QString path, int directory, const char* name, const struct stat* status)
+        : path(std::move(path)), m_directory(directory), m_name(name) {
+        if (status) {
+            m_status = *status;
+        }
+    }
+    const QString path;  // below the root
+
+    // Null when the file has gone since the walk saw it.
+    const struct stat* status() {
+        if (!m_status && !m_gone) {
+            struct stat status {};
+            m_gone = fstatat(m_directory, m_name, &status, 0) != 0;
+            if (!m_gone) {
+                m_status = status;
+            }
+        }
+        return m_status ? &*m_status : nullptr;
+    }
+
+private:
+    int m_directory;
+    const char* m_name;
+    std::optional<struct stat> m_status;
+    bool m_gone = false;
+};
+
 // Every regular file below `absolute`, symbolic links followed, each
-// directory once. One stat per entry: a large library is walked at start-up.
+// directory once. Entries the directory says are files are not measured
+// here: a large library is walked at start-up.
 void walkFiles(const QByteArray& absolute, const QString& relative,
-               QSet<std::pair<dev_t, ino_t>>& seen,
-               const std::function<void(const QString&, const struct stat&)>& visit) {
+               QSet<std::pair<dev_t, ino_t>>& seen, const std::function<void(FoundFile&)>& visit) {
     DIR* dir = opendir(absolute.constData());
     if (dir == nullptr) {
         return;
@@ -59,19 +90,25 @@ void walkFiles(const QByteArray& absolute, const QString& relative,
         if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0) {
             continue;
         }
+        const QString name = QFile::decodeName(entry->d_name);
+        const QString path = relative.isEmpty() ? name : relative + QLatin1Char('/') + name;
+        if (entry->d_type == DT_REG) {
+            FoundFile file(path, dirfd(dir), entry->d_name, nullptr);
+            visit(file);
+            continue;
+        }
         struct stat status {};
         if (fstatat(dirfd(dir), entry->d_name, &status, 0) != 0) {
             continue;
         }
-        const QString name = QFile::decodeName(entry->d_name);
-        const QString path = relative.isEmpty() ? name : relative + QLatin1Char('/') + name;
         if (S_ISDIR(status.st_mode)) {
             if (!seen.contains({status.st_dev, status.st_ino})) {
                 seen.insert({status.st_dev, status.st_ino});
                 walkFiles(absolute + '/' + entry->d_name, path, seen, visit);
             }
         } else if (S_ISREG(status.st_mode)) {
-            visit(path, status);
+            FoundFile file(path, dirfd(dir), entry->d_name, &status);
+            visit(file);
         }
     }
     closedir(dir);
@@ -213,35 +250,34 @@ std::optional<FolderLibrarySource::Snapshot> FolderLibrarySource::refresh() {
     if (struct stat status{}; ::stat(QFile::encodeName(m_root).constData(), &status) == 0) {
         seen.insert({status.st_dev, status.st_ino});
     }
-    walkFiles(QFile::encodeName(m_root), QString(), seen,
-              [&](const QString& path, const struct stat& status) {
-                  const QString suffix = suffixOf(path);
-                  if (isPlaylistFile(suffix)) {
-                      snapshot.playlistPaths.append(path);
-                  }
-                  if (!audioSuffixes().contains(suffix)) {
-                      return;
-                  }
-                  IndexedFile file;
-                  file.path = path;
-                  file.size = status.st_size;
-                  // Nanoseconds, so that a retag within the same second shows.
-                  file.modified =
-                      qint64(status.st_mtim.tv_sec) * 1000000000 + status.st_mtim.tv_nsec;
-                  const auto found = known.find(file.path);
-                  if (found != known.end()) {
-                      if (found->size == file.size && found->modified == file.modified) {
-                          snapshot.files.append(*found);
-                          known.erase(found);
-                          return;
-                      }
-                      known.erase(found);
-                  }
-                  batch.append(file);
-                  if (batch.size() == kReadBatch) {
-                      dispatch();
-                  }
-              });
+    walkFiles(QFile::encodeName(m_root), QString(), seen, [&](FoundFile& found) {
+        const QString suffix = suffixOf(found.path);
+        if (isPlaylistFile(suffix)) {
+            snapshot.playlistPaths.append(found.path);
+        }
+        if (!audioSuffixes().contains(suffix)) {
+            return;
+        }
+        IndexedFile file;
+        file.path = found.path;
+        if (const auto indexed = known.find(file.path); indexed != known.end()) {
+            const struct stat* status = found.status();
+            if (!status) {
+                return;
+            }
+            setStatus(file, *status);
+            if (indexed->size == file.size && indexed->modified == file.modified) {
+                snapshot.files.append(*indexed);
+                known.erase(indexed);
+                return;
+            }
+            known.erase(indexed);
+        }
+        batch.append(file);
+        if (batch.size() == kReadBatch) {
+            dispatch();
+        }
+    });
     dispatch();
 
     LibraryIndex::Transaction transaction(m_index);

@@ -6,6 +6,7 @@
 #include <optional>
 
 struct sqlite3;
+struct sqlite3_stmt;
 
 // What the library source knows of one file: where it is, how it looked when
 // its tags were read, and what they said (absent fields stay absent).
@@ -48,6 +49,7 @@ public:
     private:
         LibraryIndex& m_index;
         bool m_open = false;
+        sqlite3_stmt* m_insert = nullptr;
     };
 
 private:

@@ -38,12 +38,11 @@ class WindowedFileStream final : public TagLib::IOStream {
 public:
     explicit WindowedFileStream(const QString& path) : m_name(QFile::encodeName(path)) {
         m_fd = ::open(m_name.constData(), O_RDONLY | O_CLOEXEC);
-        struct stat status {};
-        if (m_fd >= 0 && (::fstat(m_fd, &status) != 0 || !S_ISREG(status.st_mode))) {
+        if (m_fd >= 0 && (::fstat(m_fd, &m_status) != 0 || !S_ISREG(m_status.st_mode))) {
             ::close(m_fd);
             m_fd = -1;
         }
-        m_length = m_fd >= 0 ? status.st_size : 0;
+        m_length = m_fd >= 0 ? m_status.st_size : 0;
     }
     ~WindowedFileStream() override {
         if (m_fd >= 0) {
@@ -52,6 +51,9 @@ public:
     }
     WindowedFileStream(const WindowedFileStream&) = delete;
     WindowedFileStream& operator=(const WindowedFileStream&) = delete;
+
+    // The status of the file as it was opened.
+    const struct stat& status() const { return m_status; }
 
     TagLib::FileName name() const override { return m_name.constData(); }
     bool readOnly() const override { return true; }
@@ -135,6 +137,7 @@ private:
 
     QByteArray m_name;
     int m_fd = -1;
+    struct stat m_status {};
     long m_length = 0;
     long m_position = 0;
     unsigned m_uses = 0;
@@ -332,11 +335,22 @@ std::optional<QString> joined(const TagLib::StringList& values) {
 
 }  // namespace
 
+void setStatus(IndexedFile& file, const struct stat& status) {
+    file.size = status.st_size;
+    // Nanoseconds, so that a retag within the same second shows.
+    file.modified = qint64(status.st_mtim.tv_sec) * 1000000000 + status.st_mtim.tv_nsec;
+}
+
 void readLibraryTags(const QString& absolutePath, IndexedFile& file) {
     WindowedFileStream stream(absolutePath);
     if (!stream.isOpen()) {
+        // Kept as it is, so that it is not read again until it changes.
+        if (struct stat status{}; ::stat(stream.name(), &status) == 0) {
+            setStatus(file, status);
+        }
         return;
     }
+    setStatus(file, stream.status());
     const TagLib::FileRef ref(&stream, true, TagLib::AudioProperties::Average);
     if (ref.isNull()) {
         return;

@@ -236,11 +236,16 @@ std::optional<FolderLibrarySource::Snapshot> FolderLibrarySource::refresh() {
             ++batches.reading;
         }
         m_readers.start([this, &batches, files = std::exchange(batch, {})]() mutable {
+            // A file gone since the walk saw it is left out.
+            QList<IndexedFile> read;
+            read.reserve(files.size());
             for (IndexedFile& file : files) {
-                readLibraryTags(absolutePath(file.path), file);
+                if (readLibraryTags(absolutePath(file.path), file)) {
+                    read.append(std::move(file));
+                }
             }
             const std::lock_guard guard(batches.mutex);
-            batches.read.append(std::move(files));
+            batches.read.append(std::move(read));
             --batches.reading;
             batches.changed.notify_one();
         });

@@ -341,19 +341,22 @@ void setStatus(IndexedFile& file, const struct stat& status) {
     file.modified = qint64(status.st_mtim.tv_sec) * 1000000000 + status.st_mtim.tv_nsec;
 }
 
-void readLibraryTags(const QString& absolutePath, IndexedFile& file) {
+bool readLibraryTags(const QString& absolutePath, IndexedFile& file) {
     WindowedFileStream stream(absolutePath);
     if (!stream.isOpen()) {
-        // Kept as it is, so that it is not read again until it changes.
-        if (struct stat status{}; ::stat(stream.name(), &status) == 0) {
-            setStatus(file, status);
+        // One that is there but cannot be read is kept as it is, so that it
+        // is not tried again until it changes.
+        struct stat status {};
+        if (::stat(stream.name(), &status) != 0) {
+            return false;
         }
-        return;
+        setStatus(file, status);
+        return true;
     }
     setStatus(file, stream.status());
     const TagLib::FileRef ref(&stream, true, TagLib::AudioProperties::Average);
     if (ref.isNull()) {
-        return;
+        return true;
     }
     TagValues values;
     if (!readDirectly(ref.file(), values)) {
@@ -373,4 +376,5 @@ void readLibraryTags(const QString& absolutePath, IndexedFile& file) {
     if (const TagLib::AudioProperties* audio = ref.audioProperties()) {
         file.duration = audio->lengthInMilliseconds() / 1000.0;
     }
+    return true;
 }

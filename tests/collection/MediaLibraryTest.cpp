@@ -297,6 +297,11 @@ TEST(FolderLibrarySource, ReadsEveryFormatAsThePropertyMapDoes) {
     readLibraryTags(dir + "ape.wv", ape);
     EXPECT_EQ(ape.albumArtist, "Ape band");
     EXPECT_EQ(ape.trackNumber, 9);
+    // A file gone since the walk is no file at all.
+    IndexedFile gone;
+    EXPECT_FALSE(readLibraryTags(dir + "gone.mp3", gone));
+    EXPECT_TRUE(readLibraryTags(dir + "broken.flac", gone));
+    EXPECT_EQ(gone.size, 29);
 }
 
 TEST(FolderLibrarySource, IdsAreStableAndTheIndexSparesUnchangedFiles) {

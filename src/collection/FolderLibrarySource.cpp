@@ -304,9 +304,6 @@ std::optional<FolderLibrarySource::Snapshot> FolderLibrarySource::refresh() {
     }
     transaction.forget(known.keys());
 
-    // By path, so that the library's own order is the same on every run.
-    std::sort(snapshot.files.begin(), snapshot.files.end(),
-              [](const IndexedFile& a, const IndexedFile& b) { return a.path < b.path; });
     snapshot.playlistPaths.sort();
     return snapshot;
 }
@@ -350,12 +347,19 @@ std::optional<QList<MediaItem>> FolderLibrarySource::songs() {
     if (!snapshot) {
         return std::nullopt;
     }
+    // By path, so that the library's own order is the same on every run.
+    const QList<IndexedFile>& files = snapshot->files;
+    std::vector<const IndexedFile*> byPath(size_t(files.size()));
+    std::transform(files.begin(), files.end(), byPath.begin(),
+                   [](const IndexedFile& file) { return &file; });
+    std::sort(byPath.begin(), byPath.end(),
+              [](const IndexedFile* a, const IndexedFile* b) { return a->path < b->path; });
     // Artists and albums recur: each name is hashed once.
     IDCache ids;
     QList<MediaItem> items;
-    items.reserve(snapshot->files.size());
-    for (const IndexedFile& file : snapshot->files) {
-        items.append(itemFor(file, ids));
+    items.reserve(files.size());
+    for (const IndexedFile* file : byPath) {
+        items.append(itemFor(*file, ids));
     }
     return items;
 }

@@ -43,7 +43,7 @@ public:
 
 private:
     struct Snapshot {
-        QList<IndexedFile> files;   // sorted by path below the root
+        QList<IndexedFile> files;   // in no order
         QStringList playlistPaths;  // below the root, sorted
     };
     struct IDCache {

@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <climits>
-#include <vector>
+#include <memory>
 
 #include <taglib/aifffile.h>
 #include <taglib/apefile.h>
@@ -89,7 +89,7 @@ public:
         const long offset = m_position - window.start;
         const auto available =
             static_cast<unsigned int>(std::max(0L, std::min<long>(wanted, window.size - offset)));
-        TagLib::ByteVector block(window.bytes.data() + offset, available);
+        TagLib::ByteVector block(window.bytes.get() + offset, available);
         m_position += available;
         return block;
     }
@@ -108,7 +108,7 @@ private:
         long start = -1;
         long size = 0;
         unsigned useCount = 0;
-        std::vector<char> bytes;
+        std::unique_ptr<char[]> bytes;  // left unfilled: pread fills what is used
     };
 
     // The window that holds [position, position + count), loaded into the one
@@ -124,12 +124,14 @@ private:
         }
         Window& window =
             m_windows[0].useCount <= m_windows[1].useCount ? m_windows[0] : m_windows[1];
-        window.bytes.resize(kWindowSize);
+        if (!window.bytes) {
+            window.bytes = std::make_unique_for_overwrite<char[]>(kWindowSize);
+        }
         window.start = position - position % kPage;
         if (position + count > window.start + kWindowSize) {
             window.start = position;
         }
-        const ssize_t got = ::pread(m_fd, window.bytes.data(), kWindowSize, window.start);
+        const ssize_t got = ::pread(m_fd, window.bytes.get(), kWindowSize, window.start);
         window.size = std::max<long>(got, 0);
         window.useCount = m_uses;
         return window;

@@ -21,9 +21,12 @@
 #include <taglib/mpcfile.h>
 #include <taglib/mpegfile.h>
 #include <taglib/oggfile.h>
+#include <taglib/oggpageheader.h>
+#include <taglib/opusfile.h>
 #include <taglib/textidentificationframe.h>
 #include <taglib/tpropertymap.h>
 #include <taglib/trueaudiofile.h>
+#include <taglib/vorbisfile.h>
 #include <taglib/wavfile.h>
 #include <taglib/wavpackfile.h>
 #include <taglib/xiphcomment.h>
@@ -320,6 +323,39 @@ bool readDirectly(TagLib::File* file, TagValues& values) {
     return true;
 }
 
+// The length in milliseconds of an Ogg Vorbis or Opus stream as TagLib's
+// properties give it, from the granule positions of its first and last pages
+// and the rate of the identification header; nothing for other streams.
+// TagLib's properties also reassemble every header packet, the comment with
+// its covers included, for a bitrate the library does not keep.
+std::optional<int> oggLength(TagLib::File* file) {
+    auto* vorbis = dynamic_cast<TagLib::Ogg::Vorbis::File*>(file);
+    auto* opus = dynamic_cast<TagLib::Ogg::Opus::File*>(file);
+    if (!vorbis && !opus) {
+        return std::nullopt;
+    }
+    auto* ogg = static_cast<TagLib::Ogg::File*>(file);
+    const TagLib::ByteVector header = ogg->packet(0);
+    if (vorbis && header.size() < 28) {
+        return 0;
+    }
+    // Opus decodes at 48 kHz whatever the input was, after skipping the
+    // encoder's delay.
+    const unsigned int rate = vorbis ? header.toUInt(12, false) : 48000;
+    const long long skipped = vorbis ? 0 : header.toUShort(10, false);
+    const TagLib::Ogg::PageHeader* first = ogg->firstPageHeader();
+    const TagLib::Ogg::PageHeader* last = ogg->lastPageHeader();
+    if (!first || !last) {
+        return 0;
+    }
+    const long long start = first->absoluteGranularPosition();
+    const long long end = last->absoluteGranularPosition();
+    if (start < 0 || end < 0 || rate == 0 || end - start - skipped <= 0) {
+        return 0;
+    }
+    return static_cast<int>((end - start - skipped) * 1000.0 / rate + 0.5);
+}
+
 QString toQString(const TagLib::String& text) {
     return QString::fromUtf8(text.toCString(true));
 }
@@ -356,7 +392,18 @@ bool readLibraryTags(const QString& absolutePath, IndexedFile& file) {
         return true;
     }
     setStatus(file, stream.status());
-    const TagLib::FileRef ref(&stream, true, TagLib::AudioProperties::Average);
+    const bool ogg = absolutePath.endsWith(QLatin1String(".ogg"), Qt::CaseInsensitive) ||
+                     absolutePath.endsWith(QLatin1String(".opus"), Qt::CaseInsensitive);
+    TagLib::FileRef ref(&stream, !ogg, TagLib::AudioProperties::Average);
+    std::optional<int> length;
+    if (ogg && !ref.isNull()) {
+        length = oggLength(ref.file());
+    }
+    if (ogg && !length) {
+        // Not Vorbis or Opus after all: TagLib measures it.
+        stream.seek(0, TagLib::IOStream::Beginning);
+        ref = TagLib::FileRef(&stream, true, TagLib::AudioProperties::Average);
+    }
     if (ref.isNull()) {
         return true;
     }
@@ -375,7 +422,9 @@ bool readLibraryTags(const QString& absolutePath, IndexedFile& file) {
             file.trackNumber = value;
         }
     }
-    if (const TagLib::AudioProperties* audio = ref.audioProperties()) {
+    if (length) {
+        file.duration = *length / 1000.0;
+    } else if (const TagLib::AudioProperties* audio = ref.audioProperties()) {
         file.duration = audio->lengthInMilliseconds() / 1000.0;
     }
     return true;

@@ -175,10 +175,15 @@ struct TagValues {
     }
 };
 
-constexpr const char* kKeys[] = {"TITLE", "ALBUM", "ARTIST", "ALBUMARTIST", "TRACKNUMBER"};
+// Made once: maps are searched with them for every file.
+const std::array<TagLib::String, 5>& keys() {
+    static const std::array<TagLib::String, 5> keys{"TITLE", "ALBUM", "ARTIST", "ALBUMARTIST",
+                                                    "TRACKNUMBER"};
+    return keys;
+}
 
 void fromPropertyMap(const TagLib::PropertyMap& properties, TagValues& values) {
-    for (const char* key : kKeys) {
+    for (const TagLib::String& key : keys()) {
         const auto it = properties.find(key);
         if (it != properties.end()) {
             *values.slot(key) = it->second;
@@ -222,7 +227,7 @@ void fromId3v2(const TagLib::ID3v2::Tag& tag, TagValues& values) {
 
 void fromXiph(const TagLib::Ogg::XiphComment& comment, TagValues& values) {
     const TagLib::Ogg::FieldListMap& fields = comment.fieldListMap();
-    for (const char* key : kKeys) {
+    for (const TagLib::String& key : keys()) {
         const auto it = fields.find(key);
         if (it != fields.end()) {
             *values.slot(key) = it->second;
@@ -363,6 +368,9 @@ QString toQString(const TagLib::String& text) {
 std::optional<QString> joined(const TagLib::StringList& values) {
     if (values.isEmpty()) {
         return std::nullopt;
+    }
+    if (values.size() == 1) {
+        return toQString(values.front());
     }
     QStringList texts;
     for (const TagLib::String& value : values) {

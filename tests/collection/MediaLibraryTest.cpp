@@ -202,15 +202,6 @@ TEST(FolderLibrarySource, ReadsEveryFormatAsThePropertyMapDoes) {
         paths.append(dir + name);
         return dir + name;
     };
-    const auto encode = [&](const QString& name, FixtureFormat format) {
-        const QString path = dir + name;
-        const int rate = format == FixtureFormat::opus ? 48000 : 44100;
-        // Lengths of whole milliseconds and between them.
-        const int frames = rate / 5 + (name.startsWith("full") ? 0 : rate / 1000 * 7 / 10);
-        EXPECT_EQ(writeAudioFixture(path, {format, frames, rate, 2, {}}), "");
-        paths.append(path);
-        return path;
-    };
     const TagSpec full{.title = "Título",
                        .album = "Album",
                        .artist = "Artist",
@@ -218,24 +209,18 @@ TEST(FolderLibrarySource, ReadsEveryFormatAsThePropertyMapDoes) {
                        .frontCover = pictureBytes({8, 8}, Qt::red)};
     // Present but empty values, and absent ones, in every format.
     const TagSpec sparse{.title = "", .artist = "Artist"};
-    for (const auto& [stem, format] : {std::pair{"mp3", FixtureFormat::mp3},
-                                       {"flac", FixtureFormat::flac},
-                                       {"ogg", FixtureFormat::oggVorbis},
-                                       {"opus", FixtureFormat::opus},
-                                       {"m4a", FixtureFormat::m4aAac}}) {
-        const QString tagged = encode(QString("full.%1").arg(stem), format);
-        ASSERT_TRUE(writeTag(tagged, full)) << stem;
+    for (const FixtureFormat format :
+         {FixtureFormat::mp3, FixtureFormat::flac, FixtureFormat::oggVorbis, FixtureFormat::opus,
+          FixtureFormat::m4aAac, FixtureFormat::wav, FixtureFormat::aiff}) {
+        const QString suffix = fixtureExtension(format);
+        // Lengths of whole milliseconds and between them.
+        const int rate = format == FixtureFormat::opus ? 48000 : 8000;
+        const QString tagged = add("full" + suffix, untaggedAudio(format, rate / 5));
+        ASSERT_TRUE(writeTag(tagged, full)) << fixtureName(format);
         setTrackNumber(tagged, "7/12");
-        ASSERT_TRUE(writeTag(encode(QString("sparse.%1").arg(stem), format), sparse)) << stem;
-        encode(QString("bare.%1").arg(stem), format);
-    }
-    for (const QString stem : {"wav", "aif"}) {
-        const QByteArray audio = stem == "wav" ? pcmWav(800) : pcmAiff(800);
-        const QString tagged = add("full." + stem, audio);
-        ASSERT_TRUE(writeTag(tagged, full));
-        setTrackNumber(tagged, "3");
-        ASSERT_TRUE(writeTag(add("sparse." + stem, audio), sparse));
-        add("bare." + stem, audio);
+        const QByteArray between = untaggedAudio(format, rate / 5 + rate / 1000 * 7 / 10);
+        ASSERT_TRUE(writeTag(add("sparse" + suffix, between), sparse)) << fixtureName(format);
+        add("bare" + suffix, between);
     }
     {
         // ID3v2 lists and user text frames, which the map files under its keys.

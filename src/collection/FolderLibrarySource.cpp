@@ -11,14 +11,14 @@
 #include <QSet>
 #include <QStandardPaths>
 #include <QUrl>
-#include <QtConcurrent>
 #include <QtEndian>
+#include <algorithm>
+#include <condition_variable>
 #include <cstring>
-
-#include <taglib/fileref.h>
-#include <taglib/tpropertymap.h>
+#include <utility>
 
 #include "AppDirectories.h"
+#include "LibraryTagReader.h"
 #include "M3uReader.h"
 #include "TagReader.h"
 #include "UserDefaults.h"
@@ -46,51 +46,42 @@ quint64 stableID(const char* kind, const QString& text) {
     return qFromBigEndian<quint64>(hash.result().constData());
 }
 
-QString toQString(const TagLib::String& text) {
-    return QString::fromUtf8(text.toCString(true));
-}
-
-std::optional<QString> property(const TagLib::PropertyMap& properties, const char* key) {
-    const auto it = properties.find(key);
-    if (it == properties.end() || it->second.isEmpty()) {
-        return std::nullopt;
-    }
-    QStringList values;
-    for (const TagLib::String& value : it->second) {
-        values.append(toQString(value));
-    }
-    return values.join(QStringLiteral(" / "));
-}
-
-// One open per file: the text fields, the track number and the length.
-void readTags(const QString& absolutePath, IndexedFile& file) {
-    const TagLib::FileRef ref(QFile::encodeName(absolutePath).constData(), true,
-                              TagLib::AudioProperties::Average);
-    if (ref.isNull()) {
-        return;
-    }
-    const TagLib::PropertyMap properties = ref.file()->properties();
-    file.title = property(properties, "TITLE");
-    file.album = property(properties, "ALBUM");
-    file.artist = property(properties, "ARTIST");
-    file.albumArtist = property(properties, "ALBUMARTIST");
-    if (const std::optional<QString> number = property(properties, "TRACKNUMBER")) {
-        bool ok = false;
-        const int value = number->section(QLatin1Char('/'), 0, 0).trimmed().toInt(&ok);
-        if (ok) {
-            file.trackNumber = value;
+// A regular file met by the walk. Its status is read when first asked for:
+// a file the index does not know yet is measured by the reader that opens it.
+class FoundFile {
+public:
+    FoundFile(QString path, int directory, const char* name, const struct stat* status)
+        : path(std::move(path)), m_directory(directory), m_name(name) {
+        if (status) {
+            m_status = *status;
         }
     }
-    if (const TagLib::AudioProperties* audio = ref.audioProperties()) {
-        file.duration = audio->lengthInMilliseconds() / 1000.0;
+    const QString path;  // below the root
+
+    // Null when the file has gone since the walk saw it.
+    const struct stat* status() {
+        if (!m_status && !m_gone) {
+            struct stat status {};
+            m_gone = fstatat(m_directory, m_name, &status, 0) != 0;
+            if (!m_gone) {
+                m_status = status;
+            }
+        }
+        return m_status ? &*m_status : nullptr;
     }
-}
+
+private:
+    int m_directory;
+    const char* m_name;
+    std::optional<struct stat> m_status;
+    bool m_gone = false;
+};
 
 // Every regular file below `absolute`, symbolic links followed, each
-// directory once. One stat per entry: a large library is walked at start-up.
+// directory once. Entries the directory says are files are not measured
+// here: a large library is walked at start-up.
 void walkFiles(const QByteArray& absolute, const QString& relative,
-               QSet<std::pair<dev_t, ino_t>>& seen,
-               const std::function<void(const QString&, const struct stat&)>& visit) {
+               QSet<std::pair<dev_t, ino_t>>& seen, const std::function<void(FoundFile&)>& visit) {
     DIR* dir = opendir(absolute.constData());
     if (dir == nullptr) {
         return;
@@ -99,19 +90,25 @@ void walkFiles(const QByteArray& absolute, const QString& relative,
         if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0) {
             continue;
         }
+        const QString name = QFile::decodeName(entry->d_name);
+        const QString path = relative.isEmpty() ? name : relative + QLatin1Char('/') + name;
+        if (entry->d_type == DT_REG) {
+            FoundFile file(path, dirfd(dir), entry->d_name, nullptr);
+            visit(file);
+            continue;
+        }
         struct stat status {};
         if (fstatat(dirfd(dir), entry->d_name, &status, 0) != 0) {
             continue;
         }
-        const QString name = QFile::decodeName(entry->d_name);
-        const QString path = relative.isEmpty() ? name : relative + QLatin1Char('/') + name;
         if (S_ISDIR(status.st_mode)) {
             if (!seen.contains({status.st_dev, status.st_ino})) {
                 seen.insert({status.st_dev, status.st_ino});
                 walkFiles(absolute + '/' + entry->d_name, path, seen, visit);
             }
         } else if (S_ISREG(status.st_mode)) {
-            visit(path, status);
+            FoundFile file(path, dirfd(dir), entry->d_name, &status);
+            visit(file);
         }
     }
     closedir(dir);
@@ -204,6 +201,11 @@ quint64 FolderLibrarySource::albumID(const QString& albumTitle, const QString& a
     return stableID("album", albumTitle + QChar(0x1F) + albumArtist);
 }
 
+QString FolderLibrarySource::absolutePath(const QString& relativePath) const {
+    return m_root.endsWith(QLatin1Char('/')) ? m_root + relativePath
+                                             : m_root + QLatin1Char('/') + relativePath;
+}
+
 std::optional<FolderLibrarySource::Snapshot> FolderLibrarySource::refresh() {
     // Without permission the library reads as nothing at all.
     if (authorizationStatus() != MediaLibraryAuthorizationStatus::authorized ||
@@ -211,71 +213,123 @@ std::optional<FolderLibrarySource::Snapshot> FolderLibrarySource::refresh() {
         return std::nullopt;
     }
     const std::lock_guard lock(m_mutex);
+    // What is left of it after the walk has gone from the folder.
     QHash<QString, IndexedFile> known = m_index.load();
     Snapshot snapshot;
-    QHash<QString, IndexedFile>& current = snapshot.files;
-    QList<IndexedFile> toRead;
+
+    // Files to read go to the workers in small batches while the walk goes
+    // on, and come back to be stored while they read the next ones: the walk
+    // and the index writes overlap the reading instead of adding to it.
+    struct Batches {
+        std::mutex mutex;
+        std::condition_variable changed;
+        QList<QList<IndexedFile>> read;
+        int reading = 0;
+    } batches;
+    QList<IndexedFile> batch;
+    const auto dispatch = [&] {
+        if (batch.isEmpty()) {
+            return;
+        }
+        {
+            const std::lock_guard guard(batches.mutex);
+            ++batches.reading;
+        }
+        m_readers.start([this, &batches, files = std::exchange(batch, {})]() mutable {
+            // A file gone since the walk saw it is left out.
+            QList<IndexedFile> read;
+            read.reserve(files.size());
+            for (IndexedFile& file : files) {
+                if (readLibraryTags(absolutePath(file.path), file)) {
+                    read.append(std::move(file));
+                }
+            }
+            const std::lock_guard guard(batches.mutex);
+            batches.read.append(std::move(read));
+            --batches.reading;
+            batches.changed.notify_one();
+        });
+    };
+
     QSet<std::pair<dev_t, ino_t>> seen;
     if (struct stat status{}; ::stat(QFile::encodeName(m_root).constData(), &status) == 0) {
         seen.insert({status.st_dev, status.st_ino});
     }
-    walkFiles(QFile::encodeName(m_root), QString(), seen,
-              [&](const QString& path, const struct stat& status) {
-                  const QString suffix = suffixOf(path);
-                  if (isPlaylistFile(suffix)) {
-                      snapshot.playlistPaths.append(path);
-                  }
-                  if (!audioSuffixes().contains(suffix)) {
-                      return;
-                  }
-                  IndexedFile file;
-                  file.path = path;
-                  file.size = status.st_size;
-                  // Nanoseconds, so that a retag within the same second shows.
-                  file.modified =
-                      qint64(status.st_mtim.tv_sec) * 1000000000 + status.st_mtim.tv_nsec;
-                  const auto found = known.constFind(file.path);
-                  if (found != known.cend() && found->size == file.size &&
-                      found->modified == file.modified) {
-                      current.insert(file.path, *found);
-                  } else {
-                      toRead.append(file);
-                  }
-              });
-    const QString rootPath = m_root;
-    const QList<IndexedFile> read =
-        QtConcurrent::blockingMapped(&m_readers, toRead, [rootPath](IndexedFile file) {
-            readTags(QDir(rootPath).filePath(file.path), file);
-            return file;
-        });
-    QStringList removed;
-    for (auto entry = known.cbegin(); entry != known.cend(); ++entry) {
-        if (!current.contains(entry.key())) {
-            removed.append(entry.key());
+    walkFiles(QFile::encodeName(m_root), QString(), seen, [&](FoundFile& found) {
+        const QString suffix = suffixOf(found.path);
+        if (isPlaylistFile(suffix)) {
+            snapshot.playlistPaths.append(found.path);
+        }
+        if (!audioSuffixes().contains(suffix)) {
+            return;
+        }
+        IndexedFile file;
+        file.path = found.path;
+        if (const auto indexed = known.find(file.path); indexed != known.end()) {
+            const struct stat* status = found.status();
+            if (!status) {
+                return;
+            }
+            setStatus(file, *status);
+            if (indexed->size == file.size && indexed->modified == file.modified) {
+                snapshot.files.append(*indexed);
+                known.erase(indexed);
+                return;
+            }
+            known.erase(indexed);
+        }
+        batch.append(file);
+        if (batch.size() == kReadBatch) {
+            dispatch();
+        }
+    });
+    dispatch();
+
+    LibraryIndex::Transaction transaction(m_index);
+    for (;;) {
+        QList<QList<IndexedFile>> read;
+        {
+            std::unique_lock guard(batches.mutex);
+            batches.changed.wait(guard,
+                                 [&] { return !batches.read.isEmpty() || batches.reading == 0; });
+            if (batches.read.isEmpty()) {
+                break;
+            }
+            read.swap(batches.read);
+        }
+        for (const QList<IndexedFile>& files : read) {
+            transaction.store(files);
+            snapshot.files.append(files);
         }
     }
-    for (const IndexedFile& file : read) {
-        current.insert(file.path, file);
-        removed.removeOne(file.path);
-    }
-    m_index.update(read, removed);
+    transaction.forget(known.keys());
+
     snapshot.playlistPaths.sort();
     return snapshot;
 }
 
-MediaItem FolderLibrarySource::itemFor(const IndexedFile& file) const {
+MediaItem FolderLibrarySource::itemFor(const IndexedFile& file, IDCache& ids) const {
     MediaItem item;
     item.persistentID = itemID(file.path);
-    item.artistPersistentID = artistID(file.artist.value_or(QString()));
-    item.albumPersistentID =
-        albumID(file.album.value_or(QString()), file.albumArtist.value_or(QString()));
+    const QString artist = file.artist.value_or(QString());
+    auto artistIt = ids.artists.constFind(artist);
+    if (artistIt == ids.artists.cend()) {
+        artistIt = ids.artists.insert(artist, artistID(artist));
+    }
+    item.artistPersistentID = *artistIt;
+    const std::pair album(file.album.value_or(QString()), file.albumArtist.value_or(QString()));
+    auto albumIt = ids.albums.constFind(album);
+    if (albumIt == ids.albums.cend()) {
+        albumIt = ids.albums.insert(album, albumID(album.first, album.second));
+    }
+    item.albumPersistentID = *albumIt;
     item.title = file.title;
     item.albumTitle = file.album;
     item.artist = file.artist;
     item.albumArtist = file.albumArtist;
     item.playbackDuration = file.duration;
     item.albumTrackNumber = file.trackNumber;
-    const QString path = QDir(m_root).filePath(file.path);
+    const QString path = absolutePath(file.path);
     item.assetURL = path;
     item.artwork = [path](QSize size) {
         const std::optional<QByteArray> cover = TagReader::readFrontCover(path);
@@ -293,14 +347,19 @@ std::optional<QList<MediaItem>> FolderLibrarySource::songs() {
     if (!snapshot) {
         return std::nullopt;
     }
-    const QHash<QString, IndexedFile>& files = snapshot->files;
     // By path, so that the library's own order is the same on every run.
-    QStringList paths = files.keys();
-    paths.sort();
+    const QList<IndexedFile>& files = snapshot->files;
+    std::vector<const IndexedFile*> byPath(size_t(files.size()));
+    std::transform(files.begin(), files.end(), byPath.begin(),
+                   [](const IndexedFile& file) { return &file; });
+    std::sort(byPath.begin(), byPath.end(),
+              [](const IndexedFile* a, const IndexedFile* b) { return a->path < b->path; });
+    // Artists and albums recur: each name is hashed once.
+    IDCache ids;
     QList<MediaItem> items;
-    items.reserve(paths.size());
-    for (const QString& path : paths) {
-        items.append(itemFor(files.value(path)));
+    items.reserve(files.size());
+    for (const IndexedFile* file : byPath) {
+        items.append(itemFor(*file, ids));
     }
     return items;
 }
@@ -310,7 +369,11 @@ std::optional<QList<MediaPlaylist>> FolderLibrarySource::playlists() {
     if (!snapshot) {
         return std::nullopt;
     }
-    const QHash<QString, IndexedFile>& files = snapshot->files;
+    QSet<QString> files;
+    files.reserve(snapshot->files.size());
+    for (const IndexedFile& file : snapshot->files) {
+        files.insert(file.path);
+    }
     const QDir root(m_root);
     QList<MediaPlaylist> playlists;
     for (const QString& relative : snapshot->playlistPaths) {

@@ -43,12 +43,20 @@ public:
 
 private:
     struct Snapshot {
-        QHash<QString, IndexedFile> files;  // by path below the root
-        QStringList playlistPaths;          // below the root, sorted
+        QList<IndexedFile> files;   // in no order
+        QStringList playlistPaths;  // below the root, sorted
     };
+    struct IDCache {
+        QHash<QString, quint64> artists;
+        QHash<std::pair<QString, QString>, quint64> albums;
+    };
+    // Files read by one task of the readers.
+    static constexpr qsizetype kReadBatch = 32;
+
     // Brings the index up to date with the folder; nothing without permission.
     std::optional<Snapshot> refresh();
-    MediaItem itemFor(const IndexedFile& file) const;
+    MediaItem itemFor(const IndexedFile& file, IDCache& ids) const;
+    QString absolutePath(const QString& relativePath) const;
 
     QString m_root;
     LibraryIndex m_index;

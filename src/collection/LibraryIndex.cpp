@@ -23,6 +23,15 @@ CREATE TABLE IF NOT EXISTS files (
 ) WITHOUT ROWID;
 )";
 
+void bindText(sqlite3_stmt* statement, int index, const std::optional<QString>& text) {
+    if (!text) {
+        sqlite3_bind_null(statement, index);
+        return;
+    }
+    const QByteArray utf8 = text->toUtf8();
+    sqlite3_bind_text(statement, index, utf8.constData(), int(utf8.size()), SQLITE_TRANSIENT);
+}
+
 class Statement {
 public:
     Statement(sqlite3* db, const char* sql) {
@@ -37,15 +46,6 @@ public:
 
     explicit operator bool() const { return m_statement != nullptr; }
     sqlite3_stmt* get() const { return m_statement; }
-
-    void bindText(int index, const std::optional<QString>& text) {
-        if (!text) {
-            sqlite3_bind_null(m_statement, index);
-            return;
-        }
-        const QByteArray utf8 = text->toUtf8();
-        sqlite3_bind_text(m_statement, index, utf8.constData(), int(utf8.size()), SQLITE_TRANSIENT);
-    }
 
     std::optional<QString> text(int column) const {
         if (sqlite3_column_type(m_statement, column) == SQLITE_NULL) {
@@ -90,14 +90,18 @@ bool LibraryIndex::open() {
                 readable = version && sqlite3_step(version.get()) == SQLITE_ROW;
                 stored = readable ? sqlite3_column_int(version.get(), 0) : -1;
             }
+            // The journal first, so that making the schema does not wait for
+            // the disk as a rollback journal would.
+            if (readable) {
+                exec("PRAGMA journal_mode = WAL");
+                exec("PRAGMA synchronous = NORMAL");
+            }
             if (readable && stored != kSchemaVersion) {
                 exec("DROP TABLE IF EXISTS files");
             }
             if (readable && exec(kSchema) &&
                 exec(QByteArray("PRAGMA user_version = " + QByteArray::number(kSchemaVersion))
                          .constData())) {
-                exec("PRAGMA journal_mode = WAL");
-                exec("PRAGMA synchronous = NORMAL");
                 return true;
             }
         }
@@ -141,39 +145,63 @@ QHash<QString, IndexedFile> LibraryIndex::load() {
     return files;
 }
 
-void LibraryIndex::update(const QList<IndexedFile>& changed, const QStringList& removed) {
-    if ((changed.isEmpty() && removed.isEmpty()) || !open() || !exec("BEGIN")) {
+LibraryIndex::Transaction::Transaction(LibraryIndex& index) : m_index(index) {
+    m_open = m_index.open() && m_index.exec("BEGIN");
+}
+
+LibraryIndex::Transaction::~Transaction() {
+    sqlite3_finalize(m_insert);
+    if (m_open) {
+        m_index.exec("COMMIT");
+    }
+}
+
+void LibraryIndex::Transaction::store(const QList<IndexedFile>& files) {
+    if (!m_open || files.isEmpty()) {
         return;
     }
-    Statement insert(m_db,
-                     "INSERT OR REPLACE INTO files (path, size, modified, title, album, artist, "
-                     "album_artist, duration, track_number) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)");
-    Statement erase(m_db, "DELETE FROM files WHERE path = ?");
-    if (!insert || !erase) {
-        exec("ROLLBACK");
+    // Prepared once for all the pieces of a scan.
+    if (!m_insert &&
+        sqlite3_prepare_v2(m_index.m_db,
+                           "INSERT OR REPLACE INTO files (path, size, modified, title, album, "
+                           "artist, album_artist, duration, track_number) "
+                           "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)",
+                           -1, &m_insert, nullptr) != SQLITE_OK) {
+        qCWarning(lcLibraryIndex) << "prepare failed:" << sqlite3_errmsg(m_index.m_db);
+        m_open = false;
+        m_index.exec("ROLLBACK");
         return;
     }
-    for (const IndexedFile& file : changed) {
-        insert.bindText(1, file.path);
-        sqlite3_bind_int64(insert.get(), 2, file.size);
-        sqlite3_bind_int64(insert.get(), 3, file.modified);
-        insert.bindText(4, file.title);
-        insert.bindText(5, file.album);
-        insert.bindText(6, file.artist);
-        insert.bindText(7, file.albumArtist);
-        sqlite3_bind_double(insert.get(), 8, file.duration);
+    for (const IndexedFile& file : files) {
+        bindText(m_insert, 1, file.path);
+        sqlite3_bind_int64(m_insert, 2, file.size);
+        sqlite3_bind_int64(m_insert, 3, file.modified);
+        bindText(m_insert, 4, file.title);
+        bindText(m_insert, 5, file.album);
+        bindText(m_insert, 6, file.artist);
+        bindText(m_insert, 7, file.albumArtist);
+        sqlite3_bind_double(m_insert, 8, file.duration);
         if (file.trackNumber) {
-            sqlite3_bind_int(insert.get(), 9, *file.trackNumber);
+            sqlite3_bind_int(m_insert, 9, *file.trackNumber);
         } else {
-            sqlite3_bind_null(insert.get(), 9);
+            sqlite3_bind_null(m_insert, 9);
         }
-        sqlite3_step(insert.get());
-        sqlite3_reset(insert.get());
+        sqlite3_step(m_insert);
+        sqlite3_reset(m_insert);
     }
-    for (const QString& path : removed) {
-        erase.bindText(1, path);
+}
+
+void LibraryIndex::Transaction::forget(const QStringList& paths) {
+    if (!m_open || paths.isEmpty()) {
+        return;
+    }
+    Statement erase(m_index.m_db, "DELETE FROM files WHERE path = ?");
+    if (!erase) {
+        return;
+    }
+    for (const QString& path : paths) {
+        bindText(erase.get(), 1, path);
         sqlite3_step(erase.get());
         sqlite3_reset(erase.get());
     }
-    exec("COMMIT");
 }

@@ -6,6 +6,7 @@
 #include <optional>
 
 struct sqlite3;
+struct sqlite3_stmt;
 
 // What the library source knows of one file: where it is, how it looked when
 // its tags were read, and what they said (absent fields stay absent).
@@ -32,8 +33,24 @@ public:
     LibraryIndex& operator=(const LibraryIndex&) = delete;
 
     QHash<QString, IndexedFile> load();
-    // Stores `changed` and forgets `removed`, in one transaction.
-    void update(const QList<IndexedFile>& changed, const QStringList& removed);
+
+    // Changes to the index, made in one transaction that is committed when
+    // the object goes: a scan hands over what it has read piece by piece.
+    class Transaction {
+    public:
+        explicit Transaction(LibraryIndex& index);
+        ~Transaction();
+        Transaction(const Transaction&) = delete;
+        Transaction& operator=(const Transaction&) = delete;
+
+        void store(const QList<IndexedFile>& files);
+        void forget(const QStringList& paths);
+
+    private:
+        LibraryIndex& m_index;
+        bool m_open = false;
+        sqlite3_stmt* m_insert = nullptr;
+    };
 
 private:
     bool open();

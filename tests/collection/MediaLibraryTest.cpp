@@ -8,15 +8,24 @@
 #include <QFile>
 #include <QThread>
 
+#include <taglib/apetag.h>
 #include <taglib/fileref.h>
+#include <taglib/id3v1tag.h>
+#include <taglib/id3v2tag.h>
+#include <taglib/mpegfile.h>
+#include <taglib/textidentificationframe.h>
 #include <taglib/tpropertymap.h>
+#include <taglib/wavpackfile.h>
 
+#include "AudioFixtures.h"
 #include "CollectionFixtures.h"
 #include "FolderLibrarySource.h"
+#include "LibraryTagReader.h"
 #include "Log.h"
 #include "M3uReader.h"
 #include "MediaLibraryManager.h"
 #include "TestSupport.h"
+#include "TextOrder.h"
 #include "UserDefaults.h"
 
 namespace {
@@ -40,6 +49,48 @@ void addLibraryFile(const QString& relative, const TagSpec& spec, std::optional<
         ref.file()->setProperties(properties);
         ASSERT_TRUE(ref.save());
     }
+}
+
+void setTrackNumber(const QString& path, const QString& number) {
+    TagLib::FileRef ref(QFile::encodeName(path).constData());
+    TagLib::PropertyMap properties = ref.file()->properties();
+    properties.replace("TRACKNUMBER", TagLib::String(number.toStdString()));
+    ref.file()->setProperties(properties);
+    ASSERT_TRUE(ref.save());
+}
+
+// The library's first reading of a file: the whole property map of whatever
+// TagLib makes of it. The direct reads must give exactly this.
+IndexedFile readThroughPropertyMap(const QString& path) {
+    IndexedFile file;
+    const TagLib::FileRef ref(QFile::encodeName(path).constData(), true,
+                              TagLib::AudioProperties::Average);
+    if (ref.isNull()) {
+        return file;
+    }
+    const TagLib::PropertyMap properties = ref.file()->properties();
+    const auto property = [&](const char* key) -> std::optional<QString> {
+        const auto it = properties.find(key);
+        if (it == properties.end() || it->second.isEmpty()) {
+            return std::nullopt;
+        }
+        QStringList values;
+        for (const TagLib::String& value : it->second) {
+            values.append(QString::fromStdString(value.to8Bit(true)));
+        }
+        return values.join(" / ");
+    };
+    file.title = property("TITLE");
+    file.album = property("ALBUM");
+    file.artist = property("ARTIST");
+    file.albumArtist = property("ALBUMARTIST");
+    if (const std::optional<QString> number = property("TRACKNUMBER")) {
+        bool ok = false;
+        const int value = number->section('/', 0, 0).trimmed().toInt(&ok);
+        file.trackNumber = ok ? std::optional(value) : std::nullopt;
+    }
+    file.duration = ref.audioProperties()->lengthInMilliseconds() / 1000.0;
+    return file;
 }
 
 std::shared_ptr<FolderLibrarySource> grantedSource() {
@@ -143,6 +194,103 @@ TEST(FolderLibrarySource, ItemsCarryTheirTagsWithAbsentFieldsAbsent) {
     EXPECT_EQ(track->artist, "N/A");
 }
 
+TEST(FolderLibrarySource, ReadsEveryFormatAsThePropertyMapDoes) {
+    const QString dir = testHome() + "/formats/";
+    QStringList paths;
+    const auto add = [&](const QString& name, const QByteArray& audio) {
+        writeFile(dir + name, audio);
+        paths.append(dir + name);
+        return dir + name;
+    };
+    const TagSpec full{.title = "Título",
+                       .album = "Album",
+                       .artist = "Artist",
+                       .albumArtist = "Band",
+                       .frontCover = pictureBytes({8, 8}, Qt::red)};
+    // Present but empty values, and absent ones, in every format.
+    const TagSpec sparse{.title = "", .artist = "Artist"};
+    for (const FixtureFormat format :
+         {FixtureFormat::mp3, FixtureFormat::flac, FixtureFormat::oggVorbis, FixtureFormat::opus,
+          FixtureFormat::m4aAac, FixtureFormat::wav, FixtureFormat::aiff}) {
+        const QString suffix = fixtureExtension(format);
+        // Lengths of whole milliseconds and between them.
+        const int rate = format == FixtureFormat::opus ? 48000 : 8000;
+        const QString tagged = add("full" + suffix, untaggedAudio(format, rate / 5));
+        ASSERT_TRUE(writeTag(tagged, full)) << fixtureName(format);
+        setTrackNumber(tagged, "7/12");
+        const QByteArray between = untaggedAudio(format, rate / 5 + rate / 1000 * 7 / 10);
+        ASSERT_TRUE(writeTag(add("sparse" + suffix, between), sparse)) << fixtureName(format);
+        add("bare" + suffix, between);
+    }
+    {
+        // ID3v2 lists and user text frames, which the map files under its keys.
+        TagLib::MPEG::File file(QFile::encodeName(add("lists.mp3", silentMp3(20))).constData());
+        auto* artists = new TagLib::ID3v2::TextIdentificationFrame("TPE1", TagLib::String::UTF8);
+        artists->setText(TagLib::StringList(TagLib::String("One")).append("Two"));
+        file.ID3v2Tag(true)->addFrame(artists);
+        auto* band = new TagLib::ID3v2::UserTextIdentificationFrame(TagLib::String::UTF8);
+        band->setDescription("AlbumArtist");
+        band->setText("Band");
+        file.ID3v2Tag()->addFrame(band);
+        file.ID3v2Tag()->setTitle("Lists");
+        ASSERT_TRUE(file.save(TagLib::MPEG::File::ID3v2));
+    }
+    {
+        // Only the tags below ID3v2: left to the map itself.
+        TagLib::MPEG::File file(QFile::encodeName(add("v1.mp3", silentMp3(20))).constData());
+        file.ID3v1Tag(true)->setTitle("Old");
+        file.ID3v1Tag()->setTrack(4);
+        file.APETag(true)->setArtist("Ape");
+        ASSERT_TRUE(file.save(TagLib::MPEG::File::ID3v1 | TagLib::MPEG::File::APE));
+    }
+    {
+        // An APE tag with its own spellings of the keys, on a WavPack block.
+        QByteArray block("wvpk");
+        block.append(
+            QByteArray::fromHex("18000000100400000000000000000000ffffffff0000000000000000"));
+        TagLib::WavPack::File file(QFile::encodeName(add("ape.wv", block)).constData());
+        file.APETag(true)->setTitle("Ape title");
+        file.APETag()->addValue("Album Artist", "Ape band");
+        file.APETag()->addValue("Track", "9");
+        ASSERT_TRUE(file.save());
+    }
+    writeFile(dir + "broken.flac", "fLaC and nothing that follows");
+    paths.append(dir + "broken.flac");
+
+    for (const QString& path : paths) {
+        SCOPED_TRACE(path.toStdString());
+        IndexedFile direct;
+        readLibraryTags(path, direct);
+        const IndexedFile reference = readThroughPropertyMap(path);
+        EXPECT_EQ(direct.title, reference.title);
+        EXPECT_EQ(direct.album, reference.album);
+        EXPECT_EQ(direct.artist, reference.artist);
+        EXPECT_EQ(direct.albumArtist, reference.albumArtist);
+        EXPECT_EQ(direct.trackNumber, reference.trackNumber);
+        EXPECT_EQ(direct.duration, reference.duration);
+    }
+    // The reference itself sees what was written.
+    IndexedFile flac;
+    readLibraryTags(dir + "full.flac", flac);
+    EXPECT_EQ(flac.title, "Título");
+    EXPECT_EQ(flac.albumArtist, "Band");
+    EXPECT_EQ(flac.trackNumber, 7);
+    EXPECT_NEAR(flac.duration, 0.2, 0.01);
+    IndexedFile lists;
+    readLibraryTags(dir + "lists.mp3", lists);
+    EXPECT_EQ(lists.artist, "One / Two");
+    EXPECT_EQ(lists.albumArtist, "Band");
+    IndexedFile ape;
+    readLibraryTags(dir + "ape.wv", ape);
+    EXPECT_EQ(ape.albumArtist, "Ape band");
+    EXPECT_EQ(ape.trackNumber, 9);
+    // A file gone since the walk is no file at all.
+    IndexedFile gone;
+    EXPECT_FALSE(readLibraryTags(dir + "gone.mp3", gone));
+    EXPECT_TRUE(readLibraryTags(dir + "broken.flac", gone));
+    EXPECT_EQ(gone.size, 29);
+}
+
 TEST(FolderLibrarySource, IdsAreStableAndTheIndexSparesUnchangedFiles) {
     addLibraryFile("a.wav", {.title = "A", .album = "Same", .artist = "X", .albumArtist = "AA"});
     addLibraryFile("b.wav", {.title = "B", .album = "Same", .artist = "Y", .albumArtist = "AA"});
@@ -197,6 +345,42 @@ TEST(FolderLibrarySource, PlaylistsResolveTheirEntriesToLibraryItems) {
     EXPECT_EQ(playlists[1].name, "My Name");
     EXPECT_EQ(playlists[1].itemPersistentIDs.size(), 1);
     EXPECT_EQ(playlists[0].persistentID, grantedSource()->playlists().value()[0].persistentID);
+}
+
+TEST(TrackOrder, AnswersAsTheNormalizedKeysDoEvenAfterFieldsChange) {
+    // Canonically equivalent spellings, case, the full width and astral planes.
+    const QStringList texts{"Zebra",
+                            "apple",
+                            "Apple",
+                            QString::fromUtf8("e\u0301clair"),
+                            QString::fromUtf8("\u00e9clair"),
+                            QString::fromUtf8("\U0001F3B5 note"),
+                            QString::fromUtf8("\uFF21 wide"),
+                            QString::fromUtf8("\u2126"),
+                            QString::fromUtf8("\u03A9"),
+                            ""};
+    QList<TrackPtr> tracks;
+    for (int i = 0; i < 60; ++i) {
+        const auto text = [&](int salt) { return texts[(i * 7 + salt * i * i + salt) % 10]; };
+        tracks.append(makeTrack(text(1), text(2), text(3)));
+    }
+    const auto expectKeyOrder = [&] {
+        int wrong = 0;
+        for (const TrackPtr& a : tracks) {
+            for (const TrackPtr& b : tracks) {
+                wrong += (*a < *b) != (compareText(b->sortKey(), a->sortKey()) < 0);
+            }
+        }
+        EXPECT_EQ(wrong, 0);
+    };
+    expectKeyOrder();
+    // Fields replaced, or changed in place, after the tracks were compared.
+    tracks[0]->title = QString::fromUtf8("\u00e9");
+    tracks[1]->artist.append(QString::fromUtf8("\u0301"));
+    tracks[3]->album[0] = QChar('A');
+    expectKeyOrder();
+    EXPECT_FALSE(*makeTrack(QString::fromUtf8("\u00e9"), "x", "y") <
+                 *makeTrack(QString::fromUtf8("e\u0301"), "x", "y"));
 }
 
 TEST(MediaLibraryManager, AsksOnceThenSendsToTheSettings) {

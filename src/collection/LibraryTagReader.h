@@ -1,0 +1,19 @@
+#pragma once
+
+#include <sys/stat.h>
+
+#include <QString>
+
+#include "LibraryIndex.h"
+
+// Size and modification time of `file` as the index keys them.
+void setStatus(IndexedFile& file, const struct stat& status);
+
+// Fills the tag fields, track number and length of `file` from the audio file
+// at `absolutePath`, and its size and modification time as it was read; a
+// file that cannot be read keeps the tag fields absent. False when there is
+// no file at the path any more. Fields are
+// those of TagLib's property map (several values joined by " / ", empty
+// values absent), read straight from the format's own tag where that is the
+// one the map would show. Safe to call from several threads at once.
+bool readLibraryTags(const QString& absolutePath, IndexedFile& file);

@@ -2,6 +2,25 @@
 
 #include "TextOrder.h"
 
+bool containsText(QStringView text, QStringView part) {
+    const qsizetype length = part.size();
+    if (length == 0) {
+        return true;
+    }
+    if (length > text.size()) {
+        return false;
+    }
+    const QChar* const partData = part.data();
+    const QChar first = partData[0];
+    const QChar* const last = text.data() + (text.size() - length);
+    for (const QChar* at = text.data(); at <= last; ++at) {
+        if (*at == first && std::equal(partData + 1, partData + length, at + 1)) {
+            return true;
+        }
+    }
+    return false;
+}
+
 QList<TrackPtr> sortedByTrackNumber(QList<TrackPtr> tracks) {
     std::stable_sort(tracks.begin(), tracks.end(), [](const TrackPtr& a, const TrackPtr& b) {
         return a->mediaLibraryAlbumTrackNumber.value_or(0) <

@@ -102,6 +102,10 @@ TEST(SortableList, SearchComparesBeforeReloading) {
     EXPECT_EQ(observed.reloads, reloads + 1);  // same rows: no reload
     list.didChange(QString(" "));
     EXPECT_TRUE(list.filteredItems().isEmpty());  // a space is searched for
+    list.didChange(QString("aA"));  // "gamma" then "alpha": no match across two titles
+    EXPECT_TRUE(list.filteredItems().isEmpty());
+    list.didChange(QString("MA"));  // at the very end of a title
+    EXPECT_EQ(titles(list.filteredItems()), QStringList{"Gamma"});
     reloads = observed.reloads;
 
     // Clearing the field under NORMAL always reloads; under DESC only on change.

@@ -253,11 +253,9 @@ private:
         while (c.offset < limit && c.socket->bytesToWrite() < (1 << 20)) {
             const qint64 n = std::min(
                 {c.chunk > 0 ? std::min<qint64>(c.chunk, sendSlice) : sendSlice, limit - c.offset});
-            if (c.generated >= 0) {
-                c.socket->write(patternBlock().constData() + c.offset % patternPeriod, n);
-            } else {
-                c.socket->write(c.content.constData() + c.offset, n);
-            }
+            c.socket->write(c.generated >= 0 ? patternBlock().constData() + c.offset % patternPeriod
+                                             : c.content.constData() + c.offset,
+                            n);
             c.offset += n;
             if (c.interval > 0) {
                 c.waiting = true;

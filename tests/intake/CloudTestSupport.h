@@ -61,6 +61,7 @@ protected:
         std::optional<Result<std::vector<FileProtocol>>> result;
         DropboxManager::shared().listFolder(path, entries, cursor,
                                             [&](const auto& answer) { result = answer; });
+        EXPECT_FALSE(result.has_value());  // never inside the caller's call
         EXPECT_TRUE(waitUntil([&] { return result.has_value(); }, 10000));
         return result;
     }

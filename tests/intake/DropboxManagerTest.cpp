@@ -67,14 +67,8 @@ TEST_F(CloudTest, PagesArriveNewestFirstWithTheirOwnOrderKept) {
 }
 
 TEST_F(CloudTest, ListingSignedOutFailsUnauthorizedLater) {
-    bool called = false;
-    std::optional<Result<std::vector<FileProtocol>>> result;
-    DropboxManager::shared().listFolder("", std::nullopt, std::nullopt, [&](const auto& answer) {
-        called = true;
-        result = answer;
-    });
-    EXPECT_FALSE(called);  // not inside the caller's call
-    ASSERT_TRUE(waitUntil([&] { return called; }));
+    const auto result = list("");
+    ASSERT_TRUE(result.has_value());
     ASSERT_FALSE(result->isSuccess());
     EXPECT_TRUE(std::holds_alternative<AuthError>(result->error()));
     EXPECT_EQ(errorText(result->error()), "Unauthorized");

@@ -2,13 +2,37 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <QDir>
+#include <QFile>
 #include <optional>
 
 #include "AppDirectories.h"
 #include "DropboxManager.h"
 #include "FakeDropbox.h"
 #include "TestSupport.h"
+
+// The service's file at `path`, as a listing names it.
+inline CloudFile remoteFile(const QString& path) {
+    return {path.toLower(), path.section('/', -1), Source::dropbox};
+}
+
+// The permission bits of the file at `path`; -1 when there is none.
+inline int fileMode(const QString& path) {
+    struct stat info {};
+    return ::stat(QFile::encodeName(path).constData(), &info) == 0 ? int(info.st_mode & 0777) : -1;
+}
+
+// Every Qt message from now on, diagnostics included, for a check that no
+// secret reaches them.
+inline QStringList& captureMessages() {
+    static QStringList messages;
+    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& message) {
+        messages.append(message);
+    });
+    return messages;
+}
 
 // A test against the local fake service, with the client pointed at it. Each
 // TEST runs in a process of its own, so the shared managers start fresh.
@@ -31,10 +55,13 @@ protected:
         return tokens;
     }
 
-    std::optional<Result<std::vector<FileProtocol>>> list(const QString& path) {
+    std::optional<Result<std::vector<FileProtocol>>> list(
+        const QString& path, std::optional<std::vector<Metadata>> entries = std::nullopt,
+        std::optional<QString> cursor = std::nullopt) {
         std::optional<Result<std::vector<FileProtocol>>> result;
-        DropboxManager::shared().listFolder(path, std::nullopt, std::nullopt,
+        DropboxManager::shared().listFolder(path, entries, cursor,
                                             [&](const auto& answer) { result = answer; });
+        EXPECT_FALSE(result.has_value());  // never inside the caller's call
         EXPECT_TRUE(waitUntil([&] { return result.has_value(); }, 10000));
         return result;
     }

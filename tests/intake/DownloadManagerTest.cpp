@@ -33,15 +33,6 @@ struct Heard {
     QList<QPair<QString, CloudFile>> events;
 };
 
-CloudFile remote(const QString& path) {
-    return {path.toLower(), path.section('/', -1), Source::dropbox};
-}
-
-QByteArray contents(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 bool settled(const CloudFile& file) {
     return DownloadManager::shared().downloadStatus(file).kind != Status::Kind::downloading;
 }
@@ -50,8 +41,8 @@ bool settled(const CloudFile& file) {
 
 TEST_F(CloudTest, SameNameDownloadsPileUpSuffixesAndAreKept) {
     signInBeforeLaunch();
-    const QList<CloudFile> files{remote("/a/Song.mp3"), remote("/b/Song.mp3"),
-                                 remote("/c/Song.mp3")};
+    const QList<CloudFile> files{remoteFile("/a/Song.mp3"), remoteFile("/b/Song.mp3"),
+                                 remoteFile("/c/Song.mp3")};
     for (const CloudFile& file : files) {
         fake.addFile(file.id, file.id.toUtf8());
     }
@@ -68,7 +59,7 @@ TEST_F(CloudTest, SameNameDownloadsPileUpSuffixesAndAreKept) {
         EXPECT_EQ(
             books.downloadStatus(files[i]),
             Status::completed(QUrl::fromLocalFile(downloadedMusicDirectory() + "/" + expected[i])));
-        EXPECT_EQ(contents(downloadedMusicDirectory() + "/" + expected[i]), files[i].id.toUtf8());
+        EXPECT_EQ(readFile(downloadedMusicDirectory() + "/" + expected[i]), files[i].id.toUtf8());
     }
     EXPECT_EQ(heard.count(DownloadManager::downloadCompleteNotification), 3);
     ASSERT_GE(heard.events.size(), 2);
@@ -106,7 +97,7 @@ TEST(DownloadBooks, UniqueNamesFollowThePiledUpSuffixRule) {
 
 TEST_F(CloudTest, CancelIsSilentAndALateFailureEndsTheNextStart) {
     signInBeforeLaunch();
-    const CloudFile file = remote("/Slow.mp3");
+    const CloudFile file = remoteFile("/Slow.mp3");
     fake.addGeneratedFile("/Slow.mp3", 4 * 1024 * 1024);
     fake.setSlowTransfer(32 * 1024, 10);
     Heard heard;
@@ -131,7 +122,7 @@ TEST_F(CloudTest, CancelIsSilentAndALateFailureEndsTheNextStart) {
 
 TEST_F(CloudTest, ADroppedDownloadReturnsToUnstartedWithoutAFile) {
     signInBeforeLaunch();
-    const CloudFile file = remote("/Big.mp3");
+    const CloudFile file = remoteFile("/Big.mp3");
     fake.addGeneratedFile("/Big.mp3", 4 * 1024 * 1024);
     fake.dropNextDownloadAfter(512 * 1024);
     Heard heard;
@@ -155,7 +146,7 @@ TEST_F(CloudTest, TwentyDownloadsAtOnceArriveWholeAfterOneTokenRefresh) {
     for (int i = 0; i < 20; ++i) {
         const QString path = QStringLiteral("/Album/Track %1.mp3").arg(i);
         fake.addFile(path, QByteArray(100 * 1024 + i * 999, char('a' + i)));
-        files.append(remote(path));
+        files.append(remoteFile(path));
     }
     fake.expireAccessTokens();
     for (const CloudFile& file : files) {
@@ -165,7 +156,7 @@ TEST_F(CloudTest, TwentyDownloadsAtOnceArriveWholeAfterOneTokenRefresh) {
     for (int i = 0; i < 20; ++i) {
         const QString name = DownloadManager::shared().downloadedTasks.value(files[i].id);
         ASSERT_EQ(name, files[i].name);
-        EXPECT_EQ(contents(downloadedMusicDirectory() + "/" + name),
+        EXPECT_EQ(readFile(downloadedMusicDirectory() + "/" + name),
                   QByteArray(100 * 1024 + i * 999, char('a' + i)));
     }
     EXPECT_EQ(fake.count("/oauth2/token"), 1);

@@ -1,4 +1,3 @@
-#include <QFile>
 #include <QFileInfo>
 #include <QSet>
 
@@ -6,30 +5,33 @@
 
 namespace {
 
+// A download of the service's file at `path` into the music folder, under its name.
 struct Transfer {
+    explicit Transfer(const QString& path) {
+        DropboxManager::shared().downloadFile(
+            remoteFile(path), destination(path),
+            [this](const TransferProgress& progress) { this->progress.append(progress); },
+            [this](const Result<QString>& result) { this->result = result; });
+    }
+    Transfer(const Transfer&) = delete;
+    static QString destination(const QString& path) {
+        return downloadedMusicDirectory() + "/" + path.section('/', -1);
+    }
+    bool finish() {
+        return waitUntil([&] { return result.has_value(); }, 20000);
+    }
+    QString error() const { return errorText(result->error()); }
     std::optional<Result<QString>> result;
     QList<TransferProgress> progress;
 };
-
-void startTransfer(Transfer& transfer, const CloudFile& file, const QString& destination) {
-    DropboxManager::shared().downloadFile(
-        file, destination,
-        [&transfer](const TransferProgress& progress) { transfer.progress.append(progress); },
-        [&transfer](const Result<QString>& result) { transfer.result = result; });
-}
-
-QByteArray contents(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 }  // namespace
 
 TEST_F(CloudTest, DownloadComesInRangedPiecesWithProgressAndOneRefresh) {
     signInBeforeLaunch();
     const qint64 size = 2 * dropboxDownloadPieceBytes + 17;
-    fake.addGeneratedFile(QString::fromUtf8("/Música/Ça va.mp3"), size);
-    const QString destination = downloadedMusicDirectory() + "/Ça va.mp3";
+    const QString path = QString::fromUtf8("/Música/Ça va.mp3");
+    fake.addGeneratedFile(path, size);
     // The token runs out by the third request: that piece alone is asked for
     // again, not the whole file.
     fake.failOnce(
@@ -38,14 +40,12 @@ TEST_F(CloudTest, DownloadComesInRangedPiecesWithProgressAndOneRefresh) {
          R"({"error_summary":"expired_access_token/","error":{".tag":"expired_access_token"}})",
          {}},
         2);
-    Transfer transfer;
-    startTransfer(transfer, {QString::fromUtf8("/música/ça va.mp3"), "Ça va.mp3", Source::dropbox},
-                  destination);
+    Transfer transfer(path);
     EXPECT_EQ(DropboxManager::shared().downloadTasks.size(), 1);
-    ASSERT_TRUE(waitUntil([&] { return transfer.result.has_value(); }, 20000));
-    ASSERT_TRUE(transfer.result->isSuccess()) << errorText(transfer.result->error()).toStdString();
-    EXPECT_EQ(transfer.result->value(), destination);
-    EXPECT_TRUE(contents(destination) == FakeDropbox::patternBytes(size));
+    ASSERT_TRUE(transfer.finish());
+    ASSERT_TRUE(transfer.result->isSuccess()) << transfer.error().toStdString();
+    EXPECT_EQ(transfer.result->value(), downloadedMusicDirectory() + "/Ça va.mp3");
+    EXPECT_TRUE(readFile(transfer.result->value()) == FakeDropbox::patternBytes(size));
     EXPECT_EQ(musicFolderContents(), QStringList{"Ça va.mp3"});
     EXPECT_TRUE(DropboxManager::shared().downloadTasks.isEmpty());
 
@@ -83,13 +83,10 @@ TEST_F(CloudTest, AFileSavedAgainBetweenPiecesFailsTheDownloadCleanly) {
     signInBeforeLaunch();
     fake.addGeneratedFile("/Live.mp3", dropboxDownloadPieceBytes + 1);
     fake.reviseFileAfterDownloads("/Live.mp3", 1);  // same size, new revision
-    Transfer transfer;
-    startTransfer(transfer, {"/live.mp3", "Live.mp3", Source::dropbox},
-                  downloadedMusicDirectory() + "/Live.mp3");
-    ASSERT_TRUE(waitUntil([&] { return transfer.result.has_value(); }, 20000));
+    Transfer transfer("/Live.mp3");
+    ASSERT_TRUE(transfer.finish());
     ASSERT_FALSE(transfer.result->isSuccess());
-    EXPECT_TRUE(errorText(transfer.result->error()).contains("changed"))
-        << errorText(transfer.result->error()).toStdString();
+    EXPECT_TRUE(transfer.error().contains("changed")) << transfer.error().toStdString();
     EXPECT_EQ(fake.count("/2/files/download"), 2);
     EXPECT_TRUE(musicFolderContents().isEmpty()) << musicFolderContents().join(",").toStdString();
     EXPECT_TRUE(DropboxManager::shared().downloadTasks.isEmpty());
@@ -101,36 +98,18 @@ TEST_F(CloudTest, AServerWithoutRangesAndAnEmptyFileStillDownload) {
     fake.addGeneratedFile("/Whole.mp3", size);
     fake.addFile("/Empty.mp3", {});
     fake.setIgnoreRange(true);
-    Transfer whole;
-    startTransfer(whole, {"/whole.mp3", "Whole.mp3", Source::dropbox},
-                  downloadedMusicDirectory() + "/Whole.mp3");
-    ASSERT_TRUE(waitUntil([&] { return whole.result.has_value(); }, 20000));
-    ASSERT_TRUE(whole.result->isSuccess()) << errorText(whole.result->error()).toStdString();
-    EXPECT_EQ(QFileInfo(downloadedMusicDirectory() + "/Whole.mp3").size(), size);
+    Transfer whole("/Whole.mp3");
+    ASSERT_TRUE(whole.finish());
+    ASSERT_TRUE(whole.result->isSuccess()) << whole.error().toStdString();
+    EXPECT_EQ(QFileInfo(Transfer::destination("/Whole.mp3")).size(), size);
     EXPECT_EQ(fake.count("/2/files/download"), 1);
 
     fake.setIgnoreRange(false);  // a range of an empty file: 416, and an empty file
-    Transfer empty;
-    startTransfer(empty, {"/empty.mp3", "Empty.mp3", Source::dropbox},
-                  downloadedMusicDirectory() + "/Empty.mp3");
-    ASSERT_TRUE(waitUntil([&] { return empty.result.has_value(); }));
-    ASSERT_TRUE(empty.result->isSuccess()) << errorText(empty.result->error()).toStdString();
+    Transfer empty("/Empty.mp3");
+    ASSERT_TRUE(empty.finish());
+    ASSERT_TRUE(empty.result->isSuccess()) << empty.error().toStdString();
     EXPECT_EQ(musicFolderContents(), (QStringList{"Empty.mp3", "Whole.mp3"}));
-    EXPECT_EQ(QFileInfo(downloadedMusicDirectory() + "/Empty.mp3").size(), 0);
-}
-
-TEST_F(CloudTest, ADroppedConnectionFailsAndLeavesNoFileBehind) {
-    signInBeforeLaunch();
-    fake.addGeneratedFile("/Big.mp3", 4 * 1024 * 1024);
-    fake.dropNextDownloadAfter(300 * 1024);
-    Transfer transfer;
-    startTransfer(transfer, {"/big.mp3", "Big.mp3", Source::dropbox},
-                  downloadedMusicDirectory() + "/Big.mp3");
-    ASSERT_TRUE(waitUntil([&] { return transfer.result.has_value(); }, 20000));
-    ASSERT_FALSE(transfer.result->isSuccess());
-    EXPECT_TRUE(std::holds_alternative<DescribableError>(transfer.result->error()));
-    EXPECT_TRUE(musicFolderContents().isEmpty()) << musicFolderContents().join(",").toStdString();
-    EXPECT_TRUE(DropboxManager::shared().downloadTasks.isEmpty());
+    EXPECT_EQ(QFileInfo(Transfer::destination("/Empty.mp3")).size(), 0);
 }
 
 TEST_F(CloudTest, ACancelledDownloadEndsLaterAndLeavesNoFile) {
@@ -138,45 +117,37 @@ TEST_F(CloudTest, ACancelledDownloadEndsLaterAndLeavesNoFile) {
     // Long enough for two pieces on their way at once.
     fake.addGeneratedFile("/Slow.mp3", dropboxDownloadPieceBytes + 2 * 1024 * 1024);
     fake.setSlowTransfer(16 * 1024, 20);
-    Transfer transfer;
-    startTransfer(transfer, {"/slow.mp3", "Slow.mp3", Source::dropbox},
-                  downloadedMusicDirectory() + "/Slow.mp3");
+    Transfer transfer("/Slow.mp3");
     ASSERT_TRUE(waitUntil([&] { return fake.count("/2/files/download") == 2; }));
     ASSERT_TRUE(waitUntil([&] { return !transfer.progress.isEmpty(); }));
     DropboxManager::shared().cancelFile("/slow.mp3");
     EXPECT_TRUE(DropboxManager::shared().downloadTasks.isEmpty());
     EXPECT_FALSE(transfer.result.has_value());  // heard later, never inside the cancel
-    ASSERT_TRUE(waitUntil([&] { return transfer.result.has_value(); }));
+    ASSERT_TRUE(transfer.finish());
     EXPECT_FALSE(transfer.result->isSuccess());
     EXPECT_TRUE(musicFolderContents().isEmpty());
 }
 
 TEST_F(CloudTest, DownloadFailuresCarryTheServicesWords) {
     signInBeforeLaunch();
-    Transfer missing;
-    startTransfer(missing, {"/gone.mp3", "gone.mp3", Source::dropbox},
-                  downloadedMusicDirectory() + "/gone.mp3");
-    ASSERT_TRUE(waitUntil([&] { return missing.result.has_value(); }));
+    Transfer missing("/gone.mp3");
+    ASSERT_TRUE(missing.finish());
     ASSERT_FALSE(missing.result->isSuccess());
-    EXPECT_TRUE(errorText(missing.result->error()).contains("path/not_found"));
+    EXPECT_TRUE(missing.error().contains("path/not_found"));
 
     // A name taken while the transfer ran is kept, not overwritten.
     fake.addFile("/Taken.mp3", "remote");
-    writeFile(downloadedMusicDirectory() + "/Taken.mp3", "local");
-    Transfer taken;
-    startTransfer(taken, {"/taken.mp3", "Taken.mp3", Source::dropbox},
-                  downloadedMusicDirectory() + "/Taken.mp3");
-    ASSERT_TRUE(waitUntil([&] { return taken.result.has_value(); }));
+    writeFile(Transfer::destination("/Taken.mp3"), "local");
+    Transfer taken("/Taken.mp3");
+    ASSERT_TRUE(taken.finish());
     EXPECT_FALSE(taken.result->isSuccess());
-    EXPECT_EQ(contents(downloadedMusicDirectory() + "/Taken.mp3"), "local");
+    EXPECT_EQ(readFile(Transfer::destination("/Taken.mp3")), "local");
     EXPECT_EQ(musicFolderContents(), QStringList{"Taken.mp3"});
 }
 
 TEST_F(CloudTest, DownloadSignedOutCallsNeitherHandler) {
     fake.addFile("/A.mp3", "x");
-    Transfer transfer;
-    startTransfer(transfer, {"/a.mp3", "A.mp3", Source::dropbox},
-                  downloadedMusicDirectory() + "/A.mp3");
+    Transfer transfer("/A.mp3");
     spinEventLoop(200);
     EXPECT_FALSE(transfer.result.has_value());
     EXPECT_TRUE(transfer.progress.isEmpty());

@@ -1,6 +1,3 @@
-#include <sys/stat.h>
-
-#include <QFile>
 #include <QJsonDocument>
 #include <QLoggingCategory>
 #include <QUrlQuery>
@@ -10,21 +7,6 @@
 #include "HttpTestClient.h"
 #include "Localization.h"
 #include "Log.h"
-
-namespace {
-
-const QString unsupported = QStringLiteral("/2/files/list_folder");
-
-QString description(const CloudError& error) {
-    return errorText(error);
-}
-
-template <typename T>
-bool holds(const CloudError& error) {
-    return std::holds_alternative<T>(error);
-}
-
-}  // namespace
 
 TEST(DropboxWire, PathsAreNormalisedAndHeaderJsonIsAscii) {
     EXPECT_EQ(dropboxWirePath("/"), "");
@@ -48,6 +30,30 @@ TEST_F(CloudTest, PagesArriveNewestFirstWithTheirOwnOrderKept) {
     EXPECT_EQ(names(result->value()), (QStringList{"E.mp3", "D.mp3", "A.mp3", "B.mp3", "C.mp3"}));
     EXPECT_EQ(fake.count("/2/files/list_folder/continue"), 2);
 
+    // A failed page drops the pages before it, and the caller hears once.
+    fake.failOnce("/2/files/list_folder/continue", {500, "oops", {}});
+    int calls = 0;
+    std::optional<Result<std::vector<FileProtocol>>> failed;
+    DropboxManager::shared().listFolder("/Music", std::nullopt, std::nullopt,
+                                        [&](const auto& answer) {
+                                            ++calls;
+                                            failed = answer;
+                                        });
+    ASSERT_TRUE(waitUntil([&] { return calls > 0; }));
+    spinEventLoop(100);
+    EXPECT_EQ(calls, 1);
+    ASSERT_FALSE(failed->isSuccess());
+    EXPECT_TRUE(std::holds_alternative<DescribableError>(failed->error()));
+    EXPECT_TRUE(errorText(failed->error()).contains("500"));
+
+    // Entries, not the cursor, decide which page is asked for: a cursor alone
+    // still gets the first page; entries alone a continuation, with the empty
+    // cursor the service refuses.
+    EXPECT_TRUE(list("/Music", std::nullopt, QString("ignored"))->isSuccess());
+    EXPECT_EQ(fake.count("/2/files/list_folder"), 3);
+    EXPECT_FALSE(list("/Music", std::vector<Metadata>{})->isSuccess());
+    EXPECT_EQ(fake.count("/2/files/list_folder/continue"), 6);
+
     // The first call carries exactly the listing options, and nothing more.
     const QJsonObject options =
         QJsonDocument::fromJson(fake.requests("/2/files/list_folder").value(0).body).object();
@@ -61,18 +67,12 @@ TEST_F(CloudTest, PagesArriveNewestFirstWithTheirOwnOrderKept) {
 }
 
 TEST_F(CloudTest, ListingSignedOutFailsUnauthorizedLater) {
-    bool called = false;
-    std::optional<Result<std::vector<FileProtocol>>> result;
-    DropboxManager::shared().listFolder("", std::nullopt, std::nullopt, [&](const auto& answer) {
-        called = true;
-        result = answer;
-    });
-    EXPECT_FALSE(called);  // not inside the caller's call
-    ASSERT_TRUE(waitUntil([&] { return called; }));
+    const auto result = list("");
+    ASSERT_TRUE(result.has_value());
     ASSERT_FALSE(result->isSuccess());
-    EXPECT_TRUE(holds<AuthError>(result->error()));
-    EXPECT_EQ(description(result->error()), "Unauthorized");
-    EXPECT_EQ(fake.count(unsupported), 0);
+    EXPECT_TRUE(std::holds_alternative<AuthError>(result->error()));
+    EXPECT_EQ(errorText(result->error()), "Unauthorized");
+    EXPECT_EQ(fake.count("/2/files/list_folder"), 0);
 }
 
 TEST_F(CloudTest, OnlyFoldersAndMusicByExtensionAreKept) {
@@ -81,14 +81,17 @@ TEST_F(CloudTest, OnlyFoldersAndMusicByExtensionAreKept) {
     for (const char* name : {"Song.MP3", "Song.wav", "Song.mp4", "README", "Tune.ogg", "x.m3u8"}) {
         fake.addFile(QStringLiteral("/Music/") + name, "x");
     }
+    fake.addFileWithoutLowerPath("/Music/Shared.mp3", "x");
     const auto result = list("/Music");
     ASSERT_TRUE(result && result->isSuccess());
     const std::vector<FileProtocol>& entries = result->value();
-    ASSERT_EQ(names(entries), (QStringList{"Live", "Song.MP3", "Tune.ogg"}));
+    ASSERT_EQ(names(entries), (QStringList{"Live", "Song.MP3", "Tune.ogg", "Shared.mp3"}));
     ASSERT_NE(entries[0].folder(), nullptr);
     EXPECT_EQ(*entries[0].folder(), (Folder{QString(), "Live", folderMimeType()}));
     ASSERT_NE(entries[1].cloudFile(), nullptr);
     EXPECT_EQ(*entries[1].cloudFile(), (CloudFile{"/music/song.mp3", "Song.MP3", Source::dropbox}));
+    // Without a lower-case path, the file's ID is empty.
+    EXPECT_EQ(*entries[3].cloudFile(), (CloudFile{"", "Shared.mp3", Source::dropbox}));
 }
 
 TEST_F(CloudTest, CallersPathFormsReachTheServiceNormalised) {
@@ -96,7 +99,7 @@ TEST_F(CloudTest, CallersPathFormsReachTheServiceNormalised) {
     fake.addFile("/Music/Live/Show.mp3", "x");
     fake.addFile("/Top.mp3", "x");
     const auto nested = list("/Music//Live/");
-    ASSERT_TRUE(nested && nested->isSuccess()) << description(nested->error()).toStdString();
+    ASSERT_TRUE(nested && nested->isSuccess()) << errorText(nested->error()).toStdString();
     EXPECT_EQ(names(nested->value()), QStringList{"Show.mp3"});
     for (const QString root : {"//", "/", ""}) {
         const auto top = list(root);
@@ -105,35 +108,13 @@ TEST_F(CloudTest, CallersPathFormsReachTheServiceNormalised) {
     }
 }
 
-TEST_F(CloudTest, AFailedPageDropsThePagesBeforeIt) {
-    signInBeforeLaunch();
-    for (const char* name : {"A.mp3", "B.mp3", "C.mp3"}) {
-        fake.addFile(QStringLiteral("/Music/") + name, "x");
-    }
-    fake.setPageSizes({2, 1});
-    fake.failOnce("/2/files/list_folder/continue", {500, "oops", {}});
-    int calls = 0;
-    std::optional<Result<std::vector<FileProtocol>>> result;
-    DropboxManager::shared().listFolder("/Music", std::nullopt, std::nullopt,
-                                        [&](const auto& answer) {
-                                            ++calls;
-                                            result = answer;
-                                        });
-    ASSERT_TRUE(waitUntil([&] { return calls > 0; }));
-    spinEventLoop(100);
-    EXPECT_EQ(calls, 1);
-    ASSERT_FALSE(result->isSuccess());
-    EXPECT_TRUE(holds<DescribableError>(result->error()));
-    EXPECT_TRUE(description(result->error()).contains("500"));
-}
-
 TEST_F(CloudTest, ServiceErrorsBecomeDescribableErrorsWithTheirWords) {
     signInBeforeLaunch();
     fake.addFolder("/Music");
     const auto missing = list("/Nowhere");
     ASSERT_FALSE(missing->isSuccess());
-    EXPECT_TRUE(description(missing->error()).contains("path/not_found"))
-        << description(missing->error()).toStdString();
+    EXPECT_TRUE(errorText(missing->error()).contains("path/not_found"))
+        << errorText(missing->error()).toStdString();
 
     fake.failOnce(
         "/2/files/list_folder",
@@ -141,8 +122,8 @@ TEST_F(CloudTest, ServiceErrorsBecomeDescribableErrorsWithTheirWords) {
          "7"});
     const auto limited = list("/Music");
     ASSERT_FALSE(limited->isSuccess());
-    EXPECT_TRUE(description(limited->error()).contains("too_many_requests"));
-    EXPECT_TRUE(description(limited->error()).contains("7 seconds"));
+    EXPECT_TRUE(errorText(limited->error()).contains("too_many_requests"));
+    EXPECT_TRUE(errorText(limited->error()).contains("7 seconds"));
 }
 
 TEST_F(CloudTest, AnExpiredTokenIsRefreshedOnceAndKept) {
@@ -163,47 +144,42 @@ TEST_F(CloudTest, AnExpiredTokenIsRefreshedOnceAndKept) {
     fake.failOnce("/oauth2/token", {400, R"({"error":"invalid_grant"})", {}});
     const auto refused = list("");
     ASSERT_FALSE(refused->isSuccess());
-    EXPECT_TRUE(description(refused->error()).contains("expired_access_token"));
+    EXPECT_TRUE(errorText(refused->error()).contains("expired_access_token"));
 }
 
 namespace {
 
+// A sign-in started as from the app's button; the browser is sent to `authorizeUrl`.
 struct SignIn {
+    void start(DropboxClientsManager::Redirect redirect = DropboxClientsManager::Redirect::scheme) {
+        DropboxManager::shared().completion = [this](const VoidResult& answer) {
+            ++calls;
+            result = answer;
+        };
+        ASSERT_TRUE(DropboxClientsManager::authorizeFromController(
+            [this](const QUrl& url) { authorizeUrl = url; }, redirect));
+    }
+    QUrl authorizeUrl;
     std::optional<VoidResult> result;
     int calls = 0;
 };
-
-void startSignIn(
-    SignIn& signIn, QUrl& authorizeUrl,
-    DropboxClientsManager::Redirect redirect = DropboxClientsManager::Redirect::scheme) {
-    DropboxManager::shared().completion = [&signIn](const VoidResult& result) {
-        ++signIn.calls;
-        signIn.result = result;
-    };
-    ASSERT_TRUE(DropboxClientsManager::authorizeFromController(
-        [&authorizeUrl](const QUrl& url) { authorizeUrl = url; }, redirect));
-}
 
 }  // namespace
 
 TEST_F(CloudTest, SignInWithPkceStoresTokensForTheUserAlone) {
     // Tokens must never reach a log, diagnostics included.
     QLoggingCategory::setFilterRules("corvantis.*=true");
-    static QStringList messages;
-    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& message) {
-        messages.append(message);
-    });
+    const QStringList& messages = captureMessages();
     LogCapture log;
     SignIn signIn;
-    QUrl authorizeUrl;
-    startSignIn(signIn, authorizeUrl);
-    const QUrlQuery query(authorizeUrl);
+    signIn.start();
+    const QUrlQuery query(signIn.authorizeUrl);
     EXPECT_EQ(query.queryItemValue("code_challenge_method"), "S256");
     EXPECT_EQ(query.queryItemValue("token_access_type"), "offline");
     EXPECT_EQ(query.queryItemValue("redirect_uri", QUrl::FullyDecoded),
               "db-fakeappkey12345://2/token");
 
-    const QString redirect = fake.visitAuthorizePage(authorizeUrl);
+    const QString redirect = fake.visitAuthorizePage(signIn.authorizeUrl);
     ASSERT_TRUE(redirect.startsWith("db-fakeappkey12345://2/token?code="))
         << redirect.toStdString();
     EXPECT_TRUE(DropboxManager::shared().openURL(QUrl(redirect)));
@@ -214,9 +190,7 @@ TEST_F(CloudTest, SignInWithPkceStoresTokensForTheUserAlone) {
     EXPECT_TRUE(log.contains("Success! User is logged into Dropbox."));
     ASSERT_NE(DropboxClientsManager::authorizedClient(), nullptr);
 
-    struct stat info {};
-    ASSERT_EQ(::stat(QFile::encodeName(DropboxTokenStore::filePath()).constData(), &info), 0);
-    EXPECT_EQ(info.st_mode & 0777, 0600u);
+    EXPECT_EQ(fileMode(DropboxTokenStore::filePath()), 0600);
 
     // A later launch finds the sign-in.
     DropboxClientsManager::setupWithAppKey(FakeDropbox::appKey);
@@ -236,14 +210,13 @@ TEST_F(CloudTest, CancelledSignInCallsCompletionOnceAndForgetsIt) {
     LogCapture log;
     fake.setDenyAuthorization(true);
     SignIn signIn;
-    QUrl authorizeUrl;
-    startSignIn(signIn, authorizeUrl);
-    const QString redirect = fake.visitAuthorizePage(authorizeUrl);
+    signIn.start();
+    const QString redirect = fake.visitAuthorizePage(signIn.authorizeUrl);
     DropboxManager::shared().openURL(QUrl(redirect));
     ASSERT_TRUE(waitUntil([&] { return signIn.calls > 0; }));
     ASSERT_FALSE(signIn.result->isSuccess());
-    ASSERT_TRUE(holds<UserCancelledError>(signIn.result->error()));
-    EXPECT_EQ(description(signIn.result->error()), "The operation was cancelled by the user");
+    ASSERT_TRUE(std::holds_alternative<UserCancelledError>(signIn.result->error()));
+    EXPECT_EQ(errorText(signIn.result->error()), "The operation was cancelled by the user");
     EXPECT_FALSE(DropboxManager::shared().completion);
     EXPECT_EQ(DropboxClientsManager::authorizedClient(), nullptr);
 
@@ -257,30 +230,29 @@ TEST_F(CloudTest, CancelledSignInCallsCompletionOnceAndForgetsIt) {
 TEST_F(CloudTest, RedirectsThatAreNoAnswerOrFailGiveAuthErrors) {
     LogCapture log;
     SignIn signIn;
-    QUrl authorizeUrl;
-    startSignIn(signIn, authorizeUrl);
+    signIn.start();
     DropboxManager::shared().openURL(QUrl("https://example.invalid/elsewhere"));
     ASSERT_TRUE(waitUntil([&] { return signIn.calls == 1; }));
-    ASSERT_TRUE(holds<AuthError>(signIn.result->error()));
-    EXPECT_EQ(description(signIn.result->error()), "None");
+    ASSERT_TRUE(std::holds_alternative<AuthError>(signIn.result->error()));
+    EXPECT_EQ(errorText(signIn.result->error()), "None");
     EXPECT_TRUE(log.lines().isEmpty());
 
     // A code the service never issued: the exchange fails with its words.
-    startSignIn(signIn, authorizeUrl);
-    const QString state = QUrlQuery(authorizeUrl).queryItemValue("state");
+    signIn.start();
+    const QString state = QUrlQuery(signIn.authorizeUrl).queryItemValue("state");
     DropboxManager::shared().openURL(
         QUrl("db-fakeappkey12345://2/token?code=forged&state=" + state));
     ASSERT_TRUE(waitUntil([&] { return signIn.calls == 2; }));
-    ASSERT_TRUE(holds<AuthError>(signIn.result->error()));
-    EXPECT_EQ(description(signIn.result->error()), "code doesn't exist or has expired");
+    ASSERT_TRUE(std::holds_alternative<AuthError>(signIn.result->error()));
+    EXPECT_EQ(errorText(signIn.result->error()), "code doesn't exist or has expired");
     EXPECT_TRUE(log.contains("Error: code doesn't exist or has expired"));
 
     // An error without a description: the localised unknown-error text, and a bare log line.
-    startSignIn(signIn, authorizeUrl);
+    signIn.start();
     DropboxManager::shared().openURL(QUrl("db-fakeappkey12345://2/token?error=server_error"));
     ASSERT_TRUE(waitUntil([&] { return signIn.calls == 3; }));
-    EXPECT_EQ(description(signIn.result->error()), Localization::text("error_unkown"));
-    EXPECT_NE(description(signIn.result->error()), "error_unkown");
+    EXPECT_EQ(errorText(signIn.result->error()), Localization::text("error_unkown"));
+    EXPECT_NE(errorText(signIn.result->error()), "error_unkown");
     EXPECT_TRUE(log.contains("Error: "));
 }
 
@@ -299,63 +271,21 @@ TEST_F(CloudTest, ALoopbackListenerLivesNoLongerThanItsSignIn) {
 
     // The sign-in completes another way, by the code typed in: the listener goes.
     SignIn signIn;
-    QUrl authorizeUrl;
-    startSignIn(signIn, authorizeUrl, DropboxClientsManager::Redirect::loopback);
+    signIn.start(DropboxClientsManager::Redirect::loopback);
     ASSERT_TRUE(DropboxClientsManager::isAwaitingLoopbackRedirect());
-    const QUrl sentTo(QUrlQuery(authorizeUrl).queryItemValue("redirect_uri", QUrl::FullyDecoded));
+    const QUrl sentTo(
+        QUrlQuery(signIn.authorizeUrl).queryItemValue("redirect_uri", QUrl::FullyDecoded));
     EXPECT_EQ(sentTo.scheme(), "http");
     EXPECT_EQ(sentTo.host(), "127.0.0.1");
     EXPECT_TRUE(acceptsConnections(quint16(sentTo.port())));
-    const QUrl redirect(fake.visitAuthorizePage(authorizeUrl));
+    const QUrl redirect(fake.visitAuthorizePage(signIn.authorizeUrl));
     const QString code = QUrlQuery(redirect).queryItemValue("code");
     DropboxManager::shared().openURL(DropboxClientsManager::redirectUrlForCode(code));
     EXPECT_FALSE(DropboxClientsManager::isAwaitingLoopbackRedirect());
     // The exchange names the same redirect address, or the service refuses it.
     ASSERT_TRUE(waitUntil([&] { return signIn.calls > 0; }));
-    EXPECT_TRUE(signIn.result->isSuccess()) << description(signIn.result->error()).toStdString();
+    EXPECT_TRUE(signIn.result->isSuccess()) << errorText(signIn.result->error()).toStdString();
     EXPECT_FALSE(acceptsConnections(quint16(sentTo.port())));
-}
-
-TEST_F(CloudTest, WithoutAValidKeyTheClientIsNotConfigured) {
-    qputenv("CORVANTIS_DROPBOX_APP_KEY", "Not-A-Key");
-    DropboxManager::shared();
-    EXPECT_FALSE(DropboxClientsManager::isConfigured());
-    bool opened = false;
-    EXPECT_FALSE(
-        DropboxClientsManager::authorizeFromController([&](const QUrl&) { opened = true; }));
-    EXPECT_FALSE(opened);
-    const auto result = list("");
-    ASSERT_FALSE(result->isSuccess());
-    EXPECT_EQ(description(result->error()), "Unauthorized");
-}
-
-TEST_F(CloudTest, EntriesNotTheCursorDecideWhichPageIsAskedFor) {
-    signInBeforeLaunch();
-    fake.addFile("/Music/A.mp3", "x");
-    // A cursor without entries: still the first page.
-    std::optional<Result<std::vector<FileProtocol>>> first;
-    DropboxManager::shared().listFolder("/Music", std::nullopt, QString("ignored"),
-                                        [&](const auto& answer) { first = answer; });
-    ASSERT_TRUE(waitUntil([&] { return first.has_value(); }));
-    EXPECT_TRUE(first->isSuccess());
-    EXPECT_EQ(fake.count("/2/files/list_folder"), 1);
-
-    // Entries without a cursor: a continuation, with the empty cursor the service refuses.
-    std::optional<Result<std::vector<FileProtocol>>> next;
-    DropboxManager::shared().listFolder("/Music", std::vector<Metadata>{}, std::nullopt,
-                                        [&](const auto& answer) { next = answer; });
-    ASSERT_TRUE(waitUntil([&] { return next.has_value(); }));
-    EXPECT_FALSE(next->isSuccess());
-    EXPECT_EQ(fake.count("/2/files/list_folder/continue"), 1);
-}
-
-TEST_F(CloudTest, AFileWithoutALowerPathGetsAnEmptyId) {
-    signInBeforeLaunch();
-    fake.addFileWithoutLowerPath("/Shared.mp3", "x");
-    const auto result = list("");
-    ASSERT_TRUE(result && result->isSuccess());
-    ASSERT_EQ(result->value().size(), 1u);
-    EXPECT_EQ(*result->value()[0].cloudFile(), (CloudFile{"", "Shared.mp3", Source::dropbox}));
 }
 
 TEST(CloudErrors, ScreensSeeTheGenericSentenceNotTheCarriedText) {

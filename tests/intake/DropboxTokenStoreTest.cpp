@@ -1,5 +1,3 @@
-#include <sys/stat.h>
-
 #include <QElapsedTimer>
 #include <QLocalServer>
 #include <QLoggingCategory>
@@ -83,11 +81,6 @@ std::optional<DropboxSecrets> readKeychain() {
     return answer.value_or(std::nullopt);
 }
 
-QStringList& diagnostics() {
-    static QStringList lines;
-    return lines;
-}
-
 }  // namespace
 
 TEST_F(CloudTest, TheSignInMovesIntoARunningKeychainAndLeavesWithTheSignOut) {
@@ -98,9 +91,7 @@ TEST_F(CloudTest, TheSignInMovesIntoARunningKeychainAndLeavesWithTheSignOut) {
     if (!keyring.start()) {
         GTEST_SKIP() << "dbus-daemon or gnome-keyring-daemon is not installed";
     }
-    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& message) {
-        diagnostics().append(message);
-    });
+    const QStringList& diagnostics = captureMessages();
 
     // A launch knows the sign-in at once, and moves its tokens into the
     // keychain; even a command that ends at once waits for that.
@@ -127,8 +118,8 @@ TEST_F(CloudTest, TheSignInMovesIntoARunningKeychainAndLeavesWithTheSignOut) {
     ASSERT_TRUE(waitUntil([&] { return revoked; }));
     ASSERT_TRUE(waitUntil([&] { return !readKeychain().has_value(); }, 10000));
     qInstallMessageHandler(nullptr);
-    EXPECT_TRUE(diagnostics().filter("does not work").isEmpty())
-        << diagnostics().join('\n').toStdString();
+    EXPECT_TRUE(diagnostics.filter("does not work").isEmpty())
+        << diagnostics.join('\n').toStdString();
 }
 
 TEST_F(CloudTest, AKeychainThatNeverAnswersLeavesTheSignInInTheFile) {
@@ -138,9 +129,7 @@ TEST_F(CloudTest, AKeychainThatNeverAnswersLeavesTheSignInInTheFile) {
     ASSERT_TRUE(silent.listen(dir.filePath("bus")));
     qputenv("DBUS_SESSION_BUS_ADDRESS", ("unix:path=" + dir.filePath("bus")).toUtf8());
     QLoggingCategory::setFilterRules("corvantis.*=true");
-    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString& message) {
-        diagnostics().append(message);
-    });
+    const QStringList& diagnostics = captureMessages();
 
     QElapsedTimer timer;
     timer.start();
@@ -150,21 +139,19 @@ TEST_F(CloudTest, AKeychainThatNeverAnswersLeavesTheSignInInTheFile) {
     ASSERT_TRUE(listing && listing->isSuccess()) << errorText(listing->error()).toStdString();
     EXPECT_LT(timer.elapsed(), 2000);
 
-    const auto keychainLines = [] {
-        return diagnostics().filter("system keychain does not work").size();
+    const auto keychainLines = [&] {
+        return diagnostics.filter("system keychain does not work").size();
     };
     ASSERT_TRUE(waitUntil([&] { return keychainLines() > 0; }, 10000));
     DropboxTokenStore::save(tokens);  // no second try, no second line
     spinEventLoop(200);
     qInstallMessageHandler(nullptr);
     EXPECT_EQ(keychainLines(), 1);
-    for (const QString& line : diagnostics()) {
+    for (const QString& line : diagnostics) {
         EXPECT_FALSE(line.contains(tokens.refreshToken) || line.contains(tokens.accessToken));
     }
     const std::optional<DropboxTokens> stored = DropboxTokenStore::load();
     ASSERT_TRUE(stored);
     EXPECT_EQ(stored->refreshToken, tokens.refreshToken);
-    struct stat info {};
-    ASSERT_EQ(::stat(QFile::encodeName(DropboxTokenStore::filePath()).constData(), &info), 0);
-    EXPECT_EQ(info.st_mode & 0777, 0600u);
+    EXPECT_EQ(fileMode(DropboxTokenStore::filePath()), 0600);
 }

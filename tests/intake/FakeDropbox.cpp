@@ -5,6 +5,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QPointer>
+#include <QRegularExpression>
 #include <QSet>
 #include <QTcpServer>
 #include <QTcpSocket>
@@ -59,7 +60,6 @@ struct FakeDropbox::State {
     int serial = 0;
     QList<Request> log;
     int connections = 0;
-    qint64 sent = 0;
 
     QString nextToken(const char* kind) {
         return QStringLiteral("%1-%2-%3")
@@ -76,9 +76,12 @@ QString parentOf(const QString& lowerPath) {
     return slash <= 0 ? QString() : lowerPath.left(slash);
 }
 
+QByteArray compact(const QJsonObject& object) {
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}
+
 QByteArray errorJson(const QString& summary, const QJsonObject& error) {
-    return QJsonDocument(QJsonObject{{"error_summary", summary}, {"error", error}})
-        .toJson(QJsonDocument::Compact);
+    return compact({{"error_summary", summary}, {"error", error}});
 }
 
 QByteArray pathError(const char* tag) {
@@ -86,9 +89,16 @@ QByteArray pathError(const char* tag) {
                      QJsonObject{{".tag", "path"}, {"path", QJsonObject{{".tag", tag}}}});
 }
 
+QByteArray tokenError(const char* tag) {
+    return errorJson(QLatin1String(tag) + '/', QJsonObject{{".tag", tag}});
+}
+
 struct Response {
-    int status = 200;
-    QList<QPair<QByteArray, QByteArray>> headers;
+    using Headers = QList<QPair<QByteArray, QByteArray>>;
+    Response(int status = 200, Headers headers = {}, QByteArray body = {})
+        : status(status), headers(std::move(headers)), body(std::move(body)) {}
+    int status;
+    Headers headers;
     QByteArray body;
     // A download body: content or a generated size.
     bool isDownload = false;
@@ -99,40 +109,28 @@ struct Response {
 };
 
 Response text(int status, const QByteArray& body) {
-    Response response;
-    response.status = status;
-    response.headers = {{"Content-Type", "text/plain; charset=utf-8"}};
-    response.body = body;
-    return response;
+    return {status, {{"Content-Type", "text/plain; charset=utf-8"}}, body};
 }
 
 Response json(int status, const QByteArray& body) {
-    Response response = text(status, body);
-    response.headers = {{"Content-Type", "application/json"}};
-    return response;
+    return {status, {{"Content-Type", "application/json"}}, body};
+}
+
+// The service's answer to a call it cannot read: plain text naming the function.
+Response apiError(const QString& function, const QByteArray& detail) {
+    return text(400, "Error in call to API function \"" + function.toUtf8() + "\": " + detail);
 }
 
 QByteArray reason(int status) {
-    switch (status) {
-        case 200:
-            return "OK";
-        case 206:
-            return "Partial Content";
-        case 302:
-            return "Found";
-        case 400:
-            return "Bad Request";
-        case 401:
-            return "Unauthorized";
-        case 409:
-            return "Conflict";
-        case 416:
-            return "Range Not Satisfiable";
-        case 429:
-            return "Too Many Requests";
-        default:
-            return "Error";
-    }
+    static const QHash<int, QByteArray> reasons{{200, "OK"},
+                                                {206, "Partial Content"},
+                                                {302, "Found"},
+                                                {400, "Bad Request"},
+                                                {401, "Unauthorized"},
+                                                {409, "Conflict"},
+                                                {416, "Range Not Satisfiable"},
+                                                {429, "Too Many Requests"}};
+    return reasons.value(status, "Error");
 }
 
 }  // namespace
@@ -151,17 +149,15 @@ protected:
         socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
         auto connection = std::make_shared<Connection>();
         connection->socket = socket;
-        {
+        const auto count = [this](int change) {
             std::lock_guard lock(m_state.mutex);
-            ++m_state.connections;
-        }
+            m_state.connections += change;
+        };
+        count(1);
         connect(socket, &QTcpSocket::readyRead, this, [this, connection] { serve(*connection); });
         connect(socket, &QTcpSocket::bytesWritten, this, [this, connection] { pump(*connection); });
-        connect(socket, &QTcpSocket::disconnected, this, [this, socket] {
-            {
-                std::lock_guard lock(m_state.mutex);
-                --m_state.connections;
-            }
+        connect(socket, &QTcpSocket::disconnected, this, [socket, count] {
+            count(-1);
             socket->deleteLater();
         });
     }
@@ -194,7 +190,6 @@ private:
             const QList<QByteArray> first = lines.value(0).trimmed().split(' ');
             request.method = first.value(0);
             const QByteArray target = first.value(1);
-            qint64 length = 0;
             for (qsizetype i = 1; i < lines.size(); ++i) {
                 const qsizetype colon = lines[i].indexOf(':');
                 if (colon > 0) {
@@ -202,7 +197,7 @@ private:
                     request.headers.insert(name, lines[i].mid(colon + 1).trimmed());
                 }
             }
-            length = request.headers.value("content-length", "0").toLongLong();
+            const qint64 length = request.headers.value("content-length", "0").toLongLong();
             if (c.buffer.size() < end + 4 + length) {
                 return;
             }
@@ -211,8 +206,7 @@ private:
             const QUrl url(QString::fromLatin1(target));
             request.path = url.path();
             c.closeAfter = request.headers.value("connection").toLower() == "close";
-            const Response response = route(request, QUrlQuery(url));
-            respond(c, response);
+            respond(c, route(request, QUrlQuery(url)));
         }
     }
 
@@ -259,16 +253,10 @@ private:
         while (c.offset < limit && c.socket->bytesToWrite() < (1 << 20)) {
             const qint64 n = std::min(
                 {c.chunk > 0 ? std::min<qint64>(c.chunk, sendSlice) : sendSlice, limit - c.offset});
-            if (c.generated >= 0) {
-                c.socket->write(patternBlock().constData() + c.offset % patternPeriod, n);
-            } else {
-                c.socket->write(c.content.constData() + c.offset, n);
-            }
+            c.socket->write(c.generated >= 0 ? patternBlock().constData() + c.offset % patternPeriod
+                                             : c.content.constData() + c.offset,
+                            n);
             c.offset += n;
-            {
-                std::lock_guard lock(m_state.mutex);
-                m_state.sent += n;
-            }
             if (c.interval > 0) {
                 c.waiting = true;
                 QTimer::singleShot(c.interval, this, [this, socket = QPointer(c.socket), &c] {
@@ -314,12 +302,10 @@ private:
         const QByteArray header = request.headers.value("authorization");
         const QString token = QString::fromLatin1(header.mid(7));
         if (!header.startsWith("Bearer ") || !m_state.accessTokens.contains(token)) {
-            return json(401, errorJson("invalid_access_token/",
-                                       QJsonObject{{".tag", "invalid_access_token"}}));
+            return json(401, tokenError("invalid_access_token"));
         }
         if (m_state.expiredTokens.contains(token)) {
-            return json(401, errorJson("expired_access_token/",
-                                       QJsonObject{{".tag", "expired_access_token"}}));
+            return json(401, tokenError("expired_access_token"));
         }
         return std::nullopt;
     }
@@ -329,16 +315,35 @@ private:
     std::optional<Response> checkPath(const QString& routeName, const QString& path) {
         if (path == QLatin1String("/") ||
             (!path.isEmpty() && !path.startsWith('/') && !path.startsWith(QLatin1String("id:")))) {
-            return text(400, QStringLiteral("Error in call to API function \"%1\": request body: "
-                                            "path: '%2' did not match pattern "
-                                            "'(/(.|[\\r\\n])*)?|id:.*|(ns:[0-9]+(/.*)?)'")
-                                 .arg(routeName.mid(3), path)
-                                 .toUtf8());
+            return apiError(routeName.mid(3), "request body: path: '" + path.toUtf8() +
+                                                  "' did not match pattern "
+                                                  "'(/(.|[\\r\\n])*)?|id:.*|(ns:[0-9]+(/.*)?)'");
         }
         if (path.endsWith('/') || path.contains(QLatin1String("//"))) {
             return json(409, pathError("malformed_path"));
         }
         return std::nullopt;
+    }
+
+    // The entry at a call's path, or the documented error when the path is
+    // malformed, names nothing, or names the wrong kind of entry.
+    struct Lookup {
+        QString key;
+        std::optional<Response> error;
+    };
+    Lookup find(const QString& routeName, const QString& path, bool wantFolder) {
+        const QString key = path.toLower();
+        const auto found = m_state.entries.constFind(key);
+        if (auto bad = checkPath(routeName, path)) {
+            return {key, bad};
+        }
+        if (found == m_state.entries.constEnd()) {
+            return {key, json(409, pathError("not_found"))};
+        }
+        if (found->isFolder != wantFolder) {
+            return {key, json(409, pathError(wantFolder ? "not_folder" : "not_file"))};
+        }
+        return {key, std::nullopt};
     }
 
     QJsonObject metadata(const FakeDropbox::Entry& entry) const {
@@ -351,8 +356,7 @@ private:
             object.insert("path_lower", entry.displayPath.toLower());
         }
         if (!entry.isFolder) {
-            object.insert("size", entry.generatedSize >= 0 ? entry.generatedSize
-                                                           : qint64(entry.content.size()));
+            object.insert("size", entry.size());
             object.insert("rev",
                           QStringLiteral("015f0e1e0f0a%1").arg(entry.revision, 8, 16, QChar('0')));
             object.insert(
@@ -380,10 +384,7 @@ private:
                 .join('\n')
                 .toUtf8()
                 .toBase64());
-        return json(
-            200,
-            QJsonDocument(QJsonObject{{"entries", entries}, {"cursor", cursor}, {"has_more", more}})
-                .toJson(QJsonDocument::Compact));
+        return json(200, compact({{"entries", entries}, {"cursor", cursor}, {"has_more", more}}));
     }
 
     Response route(const FakeDropbox::Request& request, const QUrlQuery& query) {
@@ -414,33 +415,21 @@ private:
         if (path == QLatin1String("/2/files/download")) {
             return download(request);
         }
-        if (!request.headers.value("content-type").startsWith("application/json")) {
-            return text(400, "Error in call to API function \"" + path.mid(3).toUtf8() +
-                                 "\": Bad HTTP \"Content-Type\" header: \"" +
-                                 request.headers.value("content-type") +
-                                 "\".  Expecting one of \"application/json\", "
-                                 "\"application/json; charset=utf-8\", \"text/plain; "
-                                 "charset=dropbox-cors-hack\".");
+        const QByteArray type = request.headers.value("content-type");
+        if (!type.startsWith("application/json")) {
+            return apiError(path.mid(3), "Bad HTTP \"Content-Type\" header: \"" + type +
+                                             "\".  Expecting one of \"application/json\", "
+                                             "\"application/json; charset=utf-8\", \"text/plain; "
+                                             "charset=dropbox-cors-hack\".");
         }
         QJsonParseError parseError;
         const QJsonObject arguments = QJsonDocument::fromJson(request.body, &parseError).object();
         if (parseError.error != QJsonParseError::NoError) {
-            return text(400, "Error in call to API function \"" + path.mid(3).toUtf8() +
-                                 "\": request body: could not decode input as JSON");
+            return apiError(path.mid(3), "request body: could not decode input as JSON");
         }
         if (path == QLatin1String("/2/files/list_folder")) {
-            const QString folder = arguments.value("path").toString();
-            if (auto bad = checkPath(path, folder)) {
-                return *bad;
-            }
-            const QString key = folder.toLower();
-            if (!m_state.entries.contains(key)) {
-                return json(409, pathError("not_found"));
-            }
-            if (!m_state.entries.value(key).isFolder) {
-                return json(409, pathError("not_folder"));
-            }
-            return listPage(key, 0, 0);
+            const auto found = find(path, arguments.value("path").toString(), true);
+            return found.error ? *found.error : listPage(found.key, 0, 0);
         }
         if (path == QLatin1String("/2/files/list_folder/continue")) {
             const QStringList cursor =
@@ -448,9 +437,7 @@ private:
                     QByteArray::fromBase64(arguments.value("cursor").toString().toLatin1()))
                     .split('\n');
             if (cursor.size() != 3) {
-                return text(400,
-                            "Error in call to API function \"files/list_folder/continue\": "
-                            "Invalid \"cursor\" parameter");
+                return apiError("files/list_folder/continue", "Invalid \"cursor\" parameter");
             }
             return listPage(cursor[0], cursor[1].toInt(), cursor[2].toInt());
         }
@@ -480,17 +467,15 @@ private:
             return text(200, m_state.deny ? QByteArray("denied") : code.toUtf8());
         }
         // Joined as text: a URL parser would turn the host "2" into an address.
-        Response response = text(302, QByteArray());
-        response.headers.append(
-            {"Location", redirect.toUtf8() + '?' + answer.query(QUrl::FullyEncoded).toUtf8()});
-        return response;
+        return {
+            302,
+            {{"Location", redirect.toUtf8() + '?' + answer.query(QUrl::FullyEncoded).toUtf8()}}};
     }
 
     Response token(const QUrlQuery& form) {
         const auto fail = [](const char* description) {
-            return json(400, QJsonDocument(QJsonObject{{"error", "invalid_grant"},
-                                                       {"error_description", description}})
-                                 .toJson(QJsonDocument::Compact));
+            return json(400,
+                        compact({{"error", "invalid_grant"}, {"error_description", description}}));
         };
         if (form.queryItemValue("client_id") != QLatin1String(FakeDropbox::appKey)) {
             return fail("unknown client_id");
@@ -528,52 +513,37 @@ private:
         const QString access = m_state.nextToken("access");
         m_state.accessTokens.insert(access);
         answer.insert("access_token", access);
-        return json(200, QJsonDocument(answer).toJson(QJsonDocument::Compact));
+        return json(200, compact(answer));
     }
 
     Response download(const FakeDropbox::Request& request) {
         const QByteArray type = request.headers.value("content-type");
         if (!type.isEmpty() && type != "text/plain; charset=dropbox-cors-hack") {
-            return text(400,
-                        "Error in call to API function \"files/download\": Bad HTTP "
-                        "\"Content-Type\" header: \"" +
-                            type +
-                            "\".  Expecting one of \"text/plain; charset=dropbox-cors-hack\".");
+            return apiError("files/download", "Bad HTTP \"Content-Type\" header: \"" + type +
+                                                  "\".  Expecting one of \"text/plain; "
+                                                  "charset=dropbox-cors-hack\".");
         }
         const QByteArray argument = request.headers.value("dropbox-api-arg");
-        for (const char c : argument) {
-            if (static_cast<unsigned char>(c) > 0x7e) {
-                return text(400,
-                            "Error in call to API function \"files/download\": HTTP header "
-                            "\"Dropbox-API-Arg\": could not decode input as JSON");
-            }
-        }
         const QJsonObject arguments = QJsonDocument::fromJson(argument).object();
-        if (!arguments.contains("path")) {
-            return text(400,
-                        "Error in call to API function \"files/download\": HTTP header "
-                        "\"Dropbox-API-Arg\": could not decode input as JSON");
+        if (std::any_of(argument.begin(), argument.end(),
+                        [](char c) { return static_cast<unsigned char>(c) > 0x7e; }) ||
+            !arguments.contains("path")) {
+            return apiError("files/download",
+                            "HTTP header \"Dropbox-API-Arg\": could not decode input as JSON");
         }
-        const QString path = arguments.value("path").toString();
-        if (auto bad = checkPath(request.path, path)) {
-            return *bad;
+        const auto lookup = find(request.path, arguments.value("path").toString(), false);
+        if (lookup.error) {
+            return *lookup.error;
         }
-        const auto found = m_state.entries.constFind(path.toLower());
-        if (found == m_state.entries.constEnd()) {
-            return json(409, pathError("not_found"));
-        }
-        if (found->isFolder) {
-            return json(409, pathError("not_file"));
-        }
-        const qint64 size =
-            found->generatedSize >= 0 ? found->generatedSize : qint64(found->content.size());
+        const FakeDropbox::Entry& found = m_state.entries[lookup.key];
+        const qint64 size = found.size();
         Response response;
         response.isDownload = true;
-        response.content = found->content;
-        response.generatedSize = found->generatedSize;
+        response.content = found.content;
+        response.generatedSize = found.generatedSize;
         response.bodyLength = size;
         response.headers = {{"Content-Type", "application/octet-stream"},
-                            {"Dropbox-API-Result", dropboxHeaderJson(metadata(*found))}};
+                            {"Dropbox-API-Result", dropboxHeaderJson(metadata(found))}};
         if (const auto range = requestedRange(request.headers.value("range"), size);
             range && !m_state.ignoreRange) {
             const auto [first, last] = *range;
@@ -589,7 +559,7 @@ private:
                                                               QByteArray::number(size)});
             }
         }
-        const QString key = path.toLower();
+        const QString& key = lookup.key;
         if (m_state.revisions.contains(key) && --m_state.revisions[key] == 0) {
             m_state.revisions.remove(key);
             ++m_state.entries[key].revision;
@@ -597,27 +567,20 @@ private:
         return response;
     }
 
-    // One range of "bytes=FIRST-LAST", "bytes=FIRST-" or "bytes=-SUFFIX", with
-    // LAST cut to the file; nothing for a header that is absent or unreadable,
-    // which a server ignores. A FIRST past the end is kept: unsatisfiable.
+    // One range of "bytes=FIRST-LAST" or "bytes=FIRST-", with LAST cut to the
+    // file; nothing for a header that is absent or unreadable, which a server
+    // ignores. A FIRST past the end is kept: unsatisfiable.
     static std::optional<std::pair<qint64, qint64>> requestedRange(const QByteArray& header,
                                                                    qint64 size) {
-        if (!header.startsWith("bytes=") || header.contains(',')) {
+        static const QRegularExpression pattern(QStringLiteral("^bytes=(\\d+)-(\\d*)$"));
+        const QRegularExpressionMatch match = pattern.match(QString::fromLatin1(header));
+        const qint64 first = match.captured(1).toLongLong();
+        const bool open = match.captured(2).isEmpty();
+        const qint64 last = open ? size - 1 : match.captured(2).toLongLong();
+        if (!match.hasMatch() || (!open && last < first)) {
             return std::nullopt;
         }
-        const QByteArray byteRange = header.mid(6).trimmed();
-        const qsizetype dash = byteRange.indexOf('-');
-        bool firstOk = false;
-        bool lastOk = false;
-        const qint64 first = byteRange.left(dash).toLongLong(&firstOk);
-        const qint64 last = byteRange.mid(dash + 1).toLongLong(&lastOk);
-        if (dash < 0 || (!firstOk && !lastOk) || (firstOk && lastOk && last < first)) {
-            return std::nullopt;
-        }
-        if (!firstOk) {
-            return std::pair(std::max<qint64>(0, size - last), size - 1);
-        }
-        return std::pair(first, lastOk ? std::min(last, size - 1) : size - 1);
+        return std::pair(first, std::min(last, size - 1));
     }
 
     FakeDropbox::State& m_state;
@@ -688,14 +651,10 @@ void FakeDropbox::addGeneratedFile(const QString& path, qint64 size) {
     m_state->entries[path.toLower()].generatedSize = size;
 }
 
-char FakeDropbox::patternByte(qint64 offset) {
-    return patternBlock().at(offset % patternPeriod);
-}
-
 QByteArray FakeDropbox::patternBytes(qint64 size) {
     QByteArray bytes(size, Qt::Uninitialized);
     for (qint64 i = 0; i < size; ++i) {
-        bytes[i] = patternByte(i);
+        bytes[i] = patternBlock().at(i % patternPeriod);
     }
     return bytes;
 }
@@ -793,9 +752,4 @@ int FakeDropbox::count(const QString& route) const {
 int FakeDropbox::openConnections() const {
     std::lock_guard lock(m_state->mutex);
     return m_state->connections;
-}
-
-qint64 FakeDropbox::bytesSent() const {
-    std::lock_guard lock(m_state->mutex);
-    return m_state->sent;
 }

@@ -38,9 +38,8 @@ public:
     void addFile(const QString& path, const QByteArray& content);
     // A file whose listing entry has no path_lower, as for an unmounted one.
     void addFileWithoutLowerPath(const QString& path, const QByteArray& content);
-    // A file of `size` bytes of patternByte(i), made on the fly while sent.
+    // A file of `size` bytes of a fixed pattern, made on the fly while sent.
     void addGeneratedFile(const QString& path, qint64 size);
-    static char patternByte(qint64 offset);
     static QByteArray patternBytes(qint64 size);
     // Entries per listing page: the first page, the second, ...; the last
     // size repeats (the default is 1000).
@@ -85,7 +84,6 @@ public:
     QList<Request> requests(const QString& route) const;
     int count(const QString& route) const;
     int openConnections() const;
-    qint64 bytesSent() const;
 
 private:
     friend class FakeDropboxServer;
@@ -96,6 +94,7 @@ private:
         qint64 generatedSize = -1;  // >= 0 for a generated file
         bool withoutLowerPath = false;
         int revision = 0;  // goes up with every change of the content
+        qint64 size() const { return generatedSize >= 0 ? generatedSize : content.size(); }
     };
     struct State;
 

@@ -36,8 +36,12 @@ bool Album::operator==(const Album& other) const {
     return id == other.id && sameThumbnail(albumArtThumbnail, other.albumArtThumbnail);
 }
 
+QString Album::orderText() const {
+    return name + artist;
+}
+
 bool Album::operator<(const Album& other) const {
-    return compareText(other.name + other.artist, name + artist) < 0;
+    return compareText(other.orderText(), orderText()) < 0;
 }
 
 bool Album::matches(const QString& searchText) const {
@@ -61,8 +65,12 @@ bool Artist::operator==(const Artist& other) const {
     return id == other.id && sameThumbnail(albumArtThumbnail, other.albumArtThumbnail);
 }
 
+QString Artist::orderText() const {
+    return name;
+}
+
 bool Artist::operator<(const Artist& other) const {
-    return compareText(other.name, name) < 0;
+    return compareText(other.orderText(), orderText()) < 0;
 }
 
 bool Artist::matches(const QString& searchText) const {

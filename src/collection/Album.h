@@ -25,6 +25,8 @@ struct Album {
     // are equal until they hold pictures.
     bool operator==(const Album& other) const;
     // Against the natural order of the key name + artist.
+    // Name then artist; operator< runs against this text's order.
+    QString orderText() const;
     bool operator<(const Album& other) const;
     bool matches(const QString& searchText) const;
 };
@@ -43,6 +45,7 @@ struct Artist {
 
     bool operator==(const Artist& other) const;
     // Against the natural order of the name.
+    QString orderText() const;
     bool operator<(const Artist& other) const;
     bool matches(const QString& searchText) const;
 };

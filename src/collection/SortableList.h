@@ -8,6 +8,7 @@
 #include <type_traits>
 
 #include "Album.h"
+#include "TextOrder.h"
 #include "Track.h"
 
 // The last chosen order of a sortable list.
@@ -30,7 +31,8 @@ QList<TrackPtr> sortedByFileName(QList<TrackPtr> tracks);
 template <typename T>
 struct SortableTraits {
     static bool equal(const T& a, const T& b) { return a == b; }
-    static bool less(const T& a, const T& b) { return a < b; }
+    // The text whose order, reversed, is the element's operator<.
+    static QString orderText(const T& item) { return item.orderText(); }
     // The field the element's matches() searches; lists lower-case it once.
     static const QString& searchField(const T& item) { return item.name; }
 };
@@ -38,7 +40,7 @@ struct SortableTraits {
 template <>
 struct SortableTraits<TrackPtr> {
     static bool equal(const TrackPtr& a, const TrackPtr& b) { return a == b || *a == *b; }
-    static bool less(const TrackPtr& a, const TrackPtr& b) { return *a < *b; }
+    static QString orderText(const TrackPtr& item) { return item->sortKey(); }
     static const QString& searchField(const TrackPtr& item) { return item->title; }
 };
 
@@ -191,8 +193,24 @@ private:
         return std::equal(a.cbegin(), a.cend(), b.cbegin(), b.cend(), SortableTraits<T>::equal);
     }
 
+    // The same stable order as the elements' operator<, with each key
+    // normalised once and the sort moving small pairs: comparing elements
+    // directly reaches into every element on every comparison.
     void sortItems() {
-        std::stable_sort(m_items.begin(), m_items.end(), SortableTraits<T>::less);
+        QList<std::pair<QString, qsizetype>> keyed;
+        keyed.reserve(m_items.size());
+        for (qsizetype i = 0; i < m_items.size(); ++i) {
+            keyed.append({normalizedForOrder(SortableTraits<T>::orderText(m_items.at(i))), i});
+        }
+        std::stable_sort(keyed.begin(), keyed.end(), [](const auto& a, const auto& b) {
+            return compareNormalized(b.first, a.first) < 0;
+        });
+        QList<T> sorted;
+        sorted.reserve(m_items.size());
+        for (const auto& [key, index] : std::as_const(keyed)) {
+            sorted.append(std::move(m_items[index]));
+        }
+        m_items = std::move(sorted);
         m_searchEnds.clear();
     }
 

@@ -189,3 +189,24 @@ TEST(SortableList, StringsOrderByScalarValueAfterNormalisation) {
     EXPECT_FALSE(artist("\u00e9") < artist(QString::fromUtf8("e\u0301")));
     EXPECT_FALSE(artist(QString::fromUtf8("e\u0301")) < artist("\u00e9"));
 }
+
+TEST(SortableList, SortButtonsKeepTheOrderOfEqualKeys) {
+    // Enough elements that an unstable sort would show; equal keys differ
+    // only in their file names, which tell the order they came in.
+    TrackSortableList list;
+    QList<TrackPtr> tracks;
+    QStringList expected[3];
+    for (int i = 0; i < 90; ++i) {
+        const QString title = QStringList{"b", "a", "c"}.at(i % 3);
+        const QString fileName = QStringLiteral("%1.mp3").arg(i, 2, 10, QLatin1Char('0'));
+        tracks.append(makeTrack(title, "A", "B", fileName));
+        expected[title == "c" ? 0 : title == "b" ? 1 : 2].append(fileName);
+    }
+    list.setItems(tracks);
+    list.didClickSort(SortButton::desc);
+    QStringList fileNames;
+    for (const TrackPtr& track : list.items()) {
+        fileNames.append(track->fileName);
+    }
+    EXPECT_EQ(fileNames, expected[0] + expected[1] + expected[2]);
+}

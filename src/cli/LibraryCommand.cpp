@@ -28,26 +28,25 @@ bool ensureAccess(MediaLibraryManager& manager, bool grant) {
     return source->authorizationStatus() == MediaLibraryAuthorizationStatus::authorized;
 }
 
-QList<TrackPtr> loadTracks(MediaLibraryManager& manager) {
-    QList<TrackPtr> tracks;
+// The sorted list a load delivers on the main thread, waited for here.
+template <typename Element, typename Load>
+QList<Element> awaitSorted(Load load) {
+    QList<Element> result;
     QEventLoop loop;
-    manager.loadTracks(false, [&](QList<TrackPtr> sorted, QList<TrackPtr>) {
-        tracks = sorted;
+    load([&](QList<Element> sorted, QList<Element>) {
+        result = std::move(sorted);
         loop.quit();
     });
     loop.exec();
-    return tracks;
+    return result;
+}
+
+QList<TrackPtr> loadTracks(MediaLibraryManager& manager) {
+    return awaitSorted<TrackPtr>([&](auto done) { manager.loadTracks(false, done); });
 }
 
 QList<Playlist> loadPlaylists(MediaLibraryManager& manager) {
-    QList<Playlist> playlists;
-    QEventLoop loop;
-    manager.loadPlaylists(false, [&](QList<Playlist> sorted, QList<Playlist>) {
-        playlists = sorted;
-        loop.quit();
-    });
-    loop.exec();
-    return playlists;
+    return awaitSorted<Playlist>([&](auto done) { manager.loadPlaylists(false, done); });
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include "CliCommand.h"
 #include "CliFormat.h"
 #include "LocalTrackStore.h"
+#include "SortableList.h"
 
 // The music folder as a first load of the Tracks screen lists it: low to high
 // by title, artist and album.
@@ -19,8 +20,7 @@ int runScanCommand(const QStringList& arguments) {
     });
     loop.exec();
     QList<TrackPtr>& items = state->items;
-    std::stable_sort(items.begin(), items.end(),
-                     [](const TrackPtr& a, const TrackPtr& b) { return *a < *b; });
+    sortByOrder(items);
     std::reverse(items.begin(), items.end());
     for (const TrackPtr& track : items) {
         cliOut() << cliEscaped(track->fileName) << '\t' << cliEscaped(track->title) << '\t'

@@ -8,6 +8,7 @@
 #include "FolderLibrarySource.h"
 #include "Log.h"
 #include "MainQueue.h"
+#include "SortableList.h"
 #include "UserDefaults.h"
 
 namespace {
@@ -25,11 +26,6 @@ QList<TrackPtr> tracksFrom(const QList<MediaItem>& items) {
         }
     }
     return tracks;
-}
-
-void sortTracks(QList<TrackPtr>& tracks) {
-    std::stable_sort(tracks.begin(), tracks.end(),
-                     [](const TrackPtr& a, const TrackPtr& b) { return *a < *b; });
 }
 
 }  // namespace
@@ -80,7 +76,7 @@ void MediaLibraryManager::loadTracks(bool forceReload, TracksCompletion completi
             if (items) {
                 original = tracksFrom(*items);
                 sorted = tracksFrom(*items);
-                sortTracks(sorted);
+                sortByOrder(sorted);
             }
             lock.lock();
             m_originalTracks = std::move(original);
@@ -104,7 +100,7 @@ void MediaLibraryManager::deliverTracks(TracksCompletion completion) {
             sorted = m_tracks;
             original = m_originalTracks;
         }
-        sortTracks(sorted);
+        sortByOrder(sorted);
         completion(sorted, original);
     });
 }

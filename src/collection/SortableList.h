@@ -44,6 +44,27 @@ struct SortableTraits<TrackPtr> {
     static const QString& searchField(const TrackPtr& item) { return item->title; }
 };
 
+// The stable order of the elements' operator<, with each key normalised once
+// and the sort moving small pairs: comparing elements directly reaches into
+// both elements and normalises both keys on every comparison.
+template <typename T>
+void sortByOrder(QList<T>& items) {
+    QList<std::pair<QString, qsizetype>> keyed;
+    keyed.reserve(items.size());
+    for (qsizetype i = 0; i < items.size(); ++i) {
+        keyed.append({normalizedForOrder(SortableTraits<T>::orderText(items.at(i))), i});
+    }
+    std::stable_sort(keyed.begin(), keyed.end(), [](const auto& a, const auto& b) {
+        return compareNormalized(b.first, a.first) < 0;
+    });
+    QList<T> sorted;
+    sorted.reserve(items.size());
+    for (const auto& [key, index] : std::as_const(keyed)) {
+        sorted.append(std::move(items[index]));
+    }
+    items = std::move(sorted);
+}
+
 // The state behind a list screen with a search field and three sort buttons:
 // what there is (`items`), what is shown (`filteredItems`), and how they
 // relate. The element orders run against the natural direction of their keys,
@@ -193,24 +214,8 @@ private:
         return std::equal(a.cbegin(), a.cend(), b.cbegin(), b.cend(), SortableTraits<T>::equal);
     }
 
-    // The same stable order as the elements' operator<, with each key
-    // normalised once and the sort moving small pairs: comparing elements
-    // directly reaches into every element on every comparison.
     void sortItems() {
-        QList<std::pair<QString, qsizetype>> keyed;
-        keyed.reserve(m_items.size());
-        for (qsizetype i = 0; i < m_items.size(); ++i) {
-            keyed.append({normalizedForOrder(SortableTraits<T>::orderText(m_items.at(i))), i});
-        }
-        std::stable_sort(keyed.begin(), keyed.end(), [](const auto& a, const auto& b) {
-            return compareNormalized(b.first, a.first) < 0;
-        });
-        QList<T> sorted;
-        sorted.reserve(m_items.size());
-        for (const auto& [key, index] : std::as_const(keyed)) {
-            sorted.append(std::move(m_items[index]));
-        }
-        m_items = std::move(sorted);
+        sortByOrder(m_items);
         m_searchEnds.clear();
     }
 

@@ -228,26 +228,6 @@ bool Track::operator==(const Track& other) const {
     return mine->cacheKey() == theirs->cacheKey();
 }
 
-const QString& Track::normalizedSortKey() const {
-    // A field that still shares the kept text's buffer is unchanged: writing
-    // to it would have detached it.
-    const auto unchanged = [](const QString& kept, const QString& now) {
-        return (kept.constData() == now.constData() && kept.size() == now.size()) || kept == now;
-    };
-    const OrderKey* key = m_orderKey.load(std::memory_order_acquire);
-    if (key && unchanged(key->title, title) && unchanged(key->artist, artist) &&
-        unchanged(key->album, album)) {
-        return key->normalized;
-    }
-    auto made =
-        std::make_unique<const OrderKey>(title, artist, album, normalizedForOrder(sortKey()));
-    key = made.get();
-    const std::lock_guard lock(m_orderKeyMutex);
-    m_orderKeys.push_back(std::move(made));
-    m_orderKey.store(key, std::memory_order_release);
-    return key->normalized;
-}
-
 bool Track::operator<(const Track& other) const {
-    return compareNormalized(other.normalizedSortKey(), normalizedSortKey()) < 0;
+    return compareText(other.sortKey(), sortKey()) < 0;
 }

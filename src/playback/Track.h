@@ -4,12 +4,10 @@
 #include <QMetaType>
 #include <QSize>
 #include <QString>
-#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <vector>
 
 class Track;
 // Tracks are shared by reference between lists, cells and the play queue; a
@@ -81,25 +79,9 @@ public:
 
 private:
     void loadThumbnail(const QString& placeholder);
-    // sortKey() in normalisation form C, made once for as long as the fields
-    // stay as they are: a sort compares each track many times.
-    const QString& normalizedSortKey() const;
 
     mutable std::mutex m_thumbnailMutex;
     std::optional<QImage> m_albumArtThumbnail;
-
-    struct OrderKey {
-        QString title;
-        QString artist;
-        QString album;
-        QString normalized;
-    };
-    // Comparisons read the latest key without a lock, on any thread; a key is
-    // never changed or freed while the track lives, so a reader never sees
-    // one go. A new one is made only when a field has changed.
-    mutable std::atomic<const OrderKey*> m_orderKey{nullptr};
-    mutable std::mutex m_orderKeyMutex;
-    mutable std::vector<std::unique_ptr<const OrderKey>> m_orderKeys;
 };
 
 Q_DECLARE_METATYPE(TrackPtr)

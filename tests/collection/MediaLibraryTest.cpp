@@ -25,7 +25,6 @@
 #include "M3uReader.h"
 #include "MediaLibraryManager.h"
 #include "TestSupport.h"
-#include "TextOrder.h"
 #include "UserDefaults.h"
 
 namespace {
@@ -336,42 +335,6 @@ TEST(FolderLibrarySource, PlaylistsResolveTheirEntriesToLibraryItems) {
     EXPECT_EQ(playlists[1].name, "My Name");
     EXPECT_EQ(playlists[1].itemPersistentIDs.size(), 1);
     EXPECT_EQ(playlists[0].persistentID, grantedSource()->playlists().value()[0].persistentID);
-}
-
-TEST(TrackOrder, AnswersAsTheNormalizedKeysDoEvenAfterFieldsChange) {
-    // Canonically equivalent spellings, case, the full width and astral planes.
-    const QStringList texts{"Zebra",
-                            "apple",
-                            "Apple",
-                            QString::fromUtf8("e\u0301clair"),
-                            QString::fromUtf8("\u00e9clair"),
-                            QString::fromUtf8("\U0001F3B5 note"),
-                            QString::fromUtf8("\uFF21 wide"),
-                            QString::fromUtf8("\u2126"),
-                            QString::fromUtf8("\u03A9"),
-                            ""};
-    QList<TrackPtr> tracks;
-    for (int i = 0; i < 60; ++i) {
-        const auto text = [&](int salt) { return texts[(i * 7 + salt * i * i + salt) % 10]; };
-        tracks.append(makeTrack(text(1), text(2), text(3)));
-    }
-    const auto expectKeyOrder = [&] {
-        int wrong = 0;
-        for (const TrackPtr& a : tracks) {
-            for (const TrackPtr& b : tracks) {
-                wrong += (*a < *b) != (compareText(b->sortKey(), a->sortKey()) < 0);
-            }
-        }
-        EXPECT_EQ(wrong, 0);
-    };
-    expectKeyOrder();
-    // Fields replaced, or changed in place, after the tracks were compared.
-    tracks[0]->title = QString::fromUtf8("\u00e9");
-    tracks[1]->artist.append(QString::fromUtf8("\u0301"));
-    tracks[3]->album[0] = QChar('A');
-    expectKeyOrder();
-    EXPECT_FALSE(*makeTrack(QString::fromUtf8("\u00e9"), "x", "y") <
-                 *makeTrack(QString::fromUtf8("e\u0301"), "x", "y"));
 }
 
 TEST(MediaLibraryManager, AsksOnceThenSendsToTheSettingsAndDeniedGivesEmptyLists) {

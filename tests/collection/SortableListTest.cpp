@@ -210,3 +210,33 @@ TEST(SortableList, SortButtonsKeepTheOrderOfEqualKeys) {
     }
     EXPECT_EQ(fileNames, expected[0] + expected[1] + expected[2]);
 }
+
+TEST(SortableList, KeyedSortGivesTheOrderOfOperatorLess) {
+    // Canonically equivalent spellings, case, the full width and astral planes.
+    const QStringList texts{"Zebra",
+                            "apple",
+                            "Apple",
+                            QString::fromUtf8("e\u0301clair"),
+                            QString::fromUtf8("\u00e9clair"),
+                            QString::fromUtf8("\U0001F3B5 note"),
+                            QString::fromUtf8("\uFF21 wide"),
+                            QString::fromUtf8("\u2126"),
+                            QString::fromUtf8("\u03A9"),
+                            ""};
+    QList<TrackPtr> tracks;
+    QList<Album> albums;
+    for (int i = 0; i < 60; ++i) {
+        const auto text = [&](int salt) { return texts[(i * 7 + salt * i * i + salt) % 10]; };
+        tracks.append(makeTrack(text(1), text(2), text(3), QString::number(i)));
+        albums.append(Album{quint64(i), text(1), text(2), std::nullopt, nullptr});
+    }
+    QList<TrackPtr> expectedTracks = tracks;
+    std::stable_sort(expectedTracks.begin(), expectedTracks.end(),
+                     [](const TrackPtr& a, const TrackPtr& b) { return *a < *b; });
+    sortByOrder(tracks);
+    EXPECT_EQ(tracks, expectedTracks);
+    QList<Album> expectedAlbums = albums;
+    std::stable_sort(expectedAlbums.begin(), expectedAlbums.end());
+    sortByOrder(albums);
+    EXPECT_EQ(albums, expectedAlbums);
+}

@@ -1,0 +1,15 @@
+#include "Bundles.h"
+
+#include <QtQml/qqmlextensionplugin.h>
+
+#include "Storyboard.h"
+#include "TutorialViewController.h"
+
+Q_IMPORT_QML_PLUGIN(Corvantis_ShellPlugin)
+
+void registerBundles() {
+    Storyboard::registerBundle(QStringLiteral("Tutorial"),
+                               {Storyboard::screen<TutorialViewController>(
+                                    QUrl(QStringLiteral("qrc:/Corvantis/Shell/TutorialView.qml"))),
+                                {}});
+}

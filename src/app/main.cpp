@@ -1,0 +1,25 @@
+#include <QGuiApplication>
+#include <QQmlApplicationEngine>
+#include <QQuickStyle>
+
+#include "AppDelegate.h"
+#include "Bundles.h"
+#include "Localization.h"
+
+int main(int argc, char* argv[]) {
+    QGuiApplication app(argc, argv);
+    QGuiApplication::setApplicationName(QStringLiteral("corvantis"));
+    QGuiApplication::setApplicationDisplayName(QStringLiteral("Corvantis"));
+    QGuiApplication::setApplicationVersion(QStringLiteral(CORVANTIS_VERSION));
+    QGuiApplication::setDesktopFileName(QStringLiteral("corvantis"));
+    Localization::install();
+    QQuickStyle::setStyle(QStringLiteral("Basic"));
+    registerBundles();
+
+    QQmlApplicationEngine engine;
+    AppDelegate delegate;
+    if (!delegate.applicationDidFinishLaunching(engine)) {
+        return 1;
+    }
+    return QGuiApplication::exec();
+}

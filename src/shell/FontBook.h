@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QtQml/qqmlregistration.h>
+#include <QFont>
+#include <QObject>
+#include <QString>
+#include <optional>
+
+class QQmlEngine;
+class QJSEngine;
+
+// The design's font names mapped to the weights of one free family. A name
+// outside the table is unknown: callers decide whether that is a fallback to
+// the system font or a programming error.
+class FontBook : public QObject {
+    Q_OBJECT
+    QML_NAMED_ELEMENT(Fonts)
+    QML_SINGLETON
+
+public:
+    explicit FontBook(QObject* parent = nullptr) : QObject(parent) {}
+    static FontBook* create(QQmlEngine* engine, QJSEngine*);
+
+    static std::optional<QFont> font(const QString& name, qreal pixelSize);
+    static bool isKnown(const QString& name);
+
+    // For QML: the family and weight of a design name (the system font's for
+    // an unknown one).
+    Q_INVOKABLE static QString family(const QString& name);
+    Q_INVOKABLE static int weight(const QString& name);
+};

@@ -1,0 +1,126 @@
+import QtQuick
+import Corvantis.Shell
+
+// A presented screen and the way it comes and goes: full screen slides up
+// from the bottom; a popover is a sheet from the bottom on a narrow window
+// and a card by itself on a wide one. A view that brings its own motion
+// (alerts, the dialog) defines animateIn(done) and animateOut(done).
+FocusScope {
+    id: frame
+    required property ViewController controller
+    required property int style
+    property bool animated: true
+    property bool wide: false
+    readonly property alias host: host
+    readonly property bool popover: style === 7
+    readonly property bool ownMotion: host.view !== null && typeof host.view.animateIn === "function"
+    focus: true
+
+    // Behind a popover: the screen below, dimmed; a tap there closes it.
+    Rectangle {
+        id: scrim
+        anchors.fill: parent
+        color: Theme.dim
+        visible: frame.popover
+        opacity: 0
+        MouseArea {
+            anchors.fill: parent
+            enabled: frame.popover
+            onClicked: frame.controller.dismissAnimated()
+        }
+    }
+
+    Item {
+        id: sheet
+        readonly property real sheetHeight: frame.popover
+            ? (frame.wide ? Math.min(frame.height - 96, 640) : frame.height * 0.88) : frame.height
+        width: frame.popover && frame.wide ? Math.min(frame.width - 96, 440) : frame.width
+        height: sheetHeight
+        x: (frame.width - width) / 2
+        y: restY
+        readonly property real restY: frame.popover
+            ? (frame.wide ? (frame.height - height) / 2 : frame.height - height) : 0
+        clip: frame.popover
+
+        Rectangle {
+            anchors.fill: parent
+            visible: frame.popover
+            color: Theme.background
+            radius: Theme.radius
+        }
+        ScreenHost {
+            id: host
+            anchors.fill: parent
+            anchors.topMargin: frame.popover ? 8 : 0
+            controller: frame.controller
+            focus: true
+        }
+    }
+
+    Keys.onEscapePressed: event => {
+        if (frame.popover)
+            frame.controller.dismissAnimated()
+        else
+            event.accepted = false
+    }
+
+    NumberAnimation {
+        id: slide
+        target: sheet
+        property: "y"
+        duration: Theme.animationMs
+        easing.type: Easing.OutCubic
+        property var done
+        onFinished: if (done) done()
+    }
+    NumberAnimation {
+        id: scrimFade
+        target: scrim
+        property: "opacity"
+        duration: Theme.animationMs
+    }
+
+    function appear(requestId) {
+        forceActiveFocus()
+        const finish = () => Navigation.transitionFinished(requestId)
+        if (ownMotion) {
+            host.view.animateIn(finish)
+            return
+        }
+        if (!animated) {
+            scrim.opacity = 1
+            finish()
+            return
+        }
+        sheet.y = frame.height
+        slide.from = frame.height
+        slide.to = sheet.restY
+        slide.done = finish
+        slide.start()
+        scrimFade.from = 0
+        scrimFade.to = 1
+        scrimFade.start()
+    }
+
+    function disappear(animatedOut, requestId) {
+        const finish = () => {
+            Navigation.transitionFinished(requestId)
+            frame.destroy()
+        }
+        if (ownMotion && animatedOut) {
+            host.view.animateOut(finish)
+            return
+        }
+        if (!animatedOut) {
+            finish()
+            return
+        }
+        slide.from = sheet.y
+        slide.to = frame.height
+        slide.done = finish
+        slide.start()
+        scrimFade.from = scrim.opacity
+        scrimFade.to = 0
+        scrimFade.start()
+    }
+}

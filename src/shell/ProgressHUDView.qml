@@ -1,0 +1,64 @@
+import QtQuick
+import QtQuick.Controls
+import Corvantis.Shell
+
+// The shared progress display: a spinner, a cross or a check, and a line of
+// text, over the whole window. While it shows, nothing below takes a touch.
+Item {
+    id: hud
+    visible: opacity > 0
+    opacity: ProgressHUD.visible ? 1 : 0
+    Behavior on opacity { NumberAnimation { duration: 180 } }
+
+    MouseArea {
+        anchors.fill: parent
+        enabled: ProgressHUD.visible
+        hoverEnabled: true
+        preventStealing: true
+        onWheel: wheel => wheel.accepted = true
+    }
+
+    Rectangle {
+        id: box
+        anchors.centerIn: parent
+        width: Math.max(120, Math.min(hud.width - 64, label.implicitWidth + 40))
+        height: indicator.height + (label.visible ? label.implicitHeight + 16 : 0) + 48
+        radius: 16
+        color: Qt.rgba(0.1, 0.1, 0.11, 0.94)
+        border.color: Theme.separator
+        Accessible.role: Accessible.Indicator
+        Accessible.name: ProgressHUD.hasText ? ProgressHUD.text : "Progress"
+
+        Item {
+            id: indicator
+            width: 44
+            height: 44
+            anchors.horizontalCenter: parent.horizontalCenter
+            y: 24
+            BusyIndicator {
+                anchors.fill: parent
+                visible: ProgressHUD.type === 0
+                running: ProgressHUD.visible && ProgressHUD.type === 0
+            }
+            Text {
+                anchors.centerIn: parent
+                visible: ProgressHUD.type !== 0
+                text: ProgressHUD.type === 1 ? "\ue5cd" : "\ue5ca"
+                font.family: Theme.iconFamily
+                font.pixelSize: 44
+                color: ProgressHUD.type === 1 ? Theme.destructive : Theme.accentColor
+            }
+        }
+        Label {
+            id: label
+            visible: ProgressHUD.hasText && text.length > 0
+            text: ProgressHUD.text
+            anchors { top: indicator.bottom; topMargin: 16; horizontalCenter: parent.horizontalCenter }
+            width: Math.min(implicitWidth, hud.width - 104)
+            color: Theme.text
+            font.pixelSize: 15
+            horizontalAlignment: Text.AlignHCenter
+            wrapMode: Text.Wrap
+        }
+    }
+}

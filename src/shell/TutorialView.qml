@@ -1,0 +1,94 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Corvantis.Shell
+
+// Two pages, one continue button; nothing else to do or to skip.
+Rectangle {
+    id: tutorial
+    required property TutorialViewController controller
+    color: Theme.background
+    focus: true
+    Keys.onReturnPressed: controller.didClickContinue()
+    Keys.onEnterPressed: controller.didClickContinue()
+
+    ColumnLayout {
+        anchors.fill: parent
+        anchors.margins: 24
+        anchors.topMargin: 48
+        spacing: 20
+
+        Image {
+            id: picture
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            Layout.maximumHeight: 420
+            Layout.alignment: Qt.AlignHCenter
+            fillMode: Image.PreserveAspectFit
+            source: Images.source(tutorial.controller.image)
+            sourceSize.width: 640
+            sourceSize.height: 640
+            smooth: true
+            Accessible.role: Accessible.Graphic
+            Accessible.name: tutorial.controller.image
+        }
+        Label {
+            Layout.fillWidth: true
+            Layout.maximumWidth: 560
+            Layout.alignment: Qt.AlignHCenter
+            text: tutorial.controller.titleText
+            color: Theme.text
+            font.family: Fonts.family("AvenirNext-Bold")
+            font.weight: Fonts.weight("AvenirNext-Bold")
+            font.pixelSize: 28
+            horizontalAlignment: Text.AlignHCenter
+            wrapMode: Text.Wrap
+            Accessible.role: Accessible.Heading
+            Accessible.name: text
+        }
+        Label {
+            Layout.fillWidth: true
+            Layout.maximumWidth: 560
+            Layout.alignment: Qt.AlignHCenter
+            text: tutorial.controller.contentText
+            color: Theme.secondaryText
+            font.family: Fonts.family("AvenirNext-Medium")
+            font.weight: Fonts.weight("AvenirNext-Medium")
+            font.pixelSize: 17
+            lineHeight: 1.2
+            horizontalAlignment: Text.AlignHCenter
+            wrapMode: Text.Wrap
+        }
+        AbstractButton {
+            id: continueButton
+            Layout.fillWidth: true
+            Layout.maximumWidth: 420
+            Layout.alignment: Qt.AlignHCenter
+            Layout.topMargin: 8
+            implicitHeight: 56
+            focusPolicy: Qt.StrongFocus
+            Accessible.role: Accessible.Button
+            Accessible.name: qsTrId("tutorial_continue")
+            onClicked: tutorial.controller.didClickContinue()
+            Keys.onSpacePressed: clicked()
+            background: GradientFill {
+                horizontal: true
+                colors: [Qt.rgba(255 / 256, 64 / 256, 255 / 256, 1),
+                         Qt.rgba(111 / 256, 48 / 256, 160 / 256, 1),
+                         Qt.rgba(61 / 256, 186 / 256, 250 / 256, 1)]
+                radius: height / 2
+                opacity: continueButton.pressed ? 0.8 : 1
+                borderColor: continueButton.visualFocus ? "white" : "transparent"
+            }
+            contentItem: Text {
+                text: qsTrId("tutorial_continue")
+                color: "white"
+                font.family: Fonts.family("AvenirNext-DemiBold")
+                font.weight: Fonts.weight("AvenirNext-DemiBold")
+                font.pixelSize: 18
+                horizontalAlignment: Text.AlignHCenter
+                verticalAlignment: Text.AlignVCenter
+            }
+        }
+    }
+}

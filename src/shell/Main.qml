@@ -94,6 +94,19 @@ ApplicationWindow {
             return null
         }
 
+        // Focus goes back to what is now on top: the next presented screen,
+        // or the root.
+        function refocus() {
+            for (let i = children.length - 1; i >= 0; --i) {
+                if (children[i].visible && children[i].host) {
+                    children[i].forceActiveFocus()
+                    return
+                }
+            }
+            if (rootLayer.current)
+                rootLayer.current.forceActiveFocus()
+        }
+
         function present(controller, style, animated, requestId) {
             const frame = presentationComponent.createObject(modalLayer, {
                 controller: controller, style: style, animated: animated })

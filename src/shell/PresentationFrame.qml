@@ -104,6 +104,11 @@ FocusScope {
 
     function disappear(animatedOut, requestId) {
         const finish = () => {
+            const layer = frame.parent
+            frame.visible = false
+            frame.parent = null
+            if (layer && typeof layer.refocus === "function")
+                layer.refocus()
             Navigation.transitionFinished(requestId)
             frame.destroy()
         }

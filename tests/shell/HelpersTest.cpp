@@ -1,0 +1,82 @@
+#include <gtest/gtest.h>
+
+#include <QLinearGradient>
+#include <QSignalSpy>
+
+#include "FontBook.h"
+#include "GradientFill.h"
+#include "ImageCatalog.h"
+#include "Localization.h"
+#include "ProgressHUD.h"
+#include "TestSupport.h"
+
+TEST(ProgressHUD, TextsTimersAndReplacement) {
+    ProgressHUD& hud = ProgressHUD::shared();
+    struct Case {
+        ProgressHUDType type;
+        std::optional<QString> given;
+        std::optional<QString> shown;
+        std::optional<int> dismissMs;
+    };
+    const QString wait = Localization::text("message_please_wait");
+    const QString unknown = Localization::text("error_unknown");
+    const Case cases[] = {
+        {ProgressHUDType::loading, std::nullopt, wait, std::nullopt},
+        {ProgressHUDType::loading, QString(), wait, std::nullopt},
+        {ProgressHUDType::error, std::nullopt, unknown, 2000},
+        {ProgressHUDType::error, QString(), unknown, 2000},
+        {ProgressHUDType::success, std::nullopt, std::nullopt, 2000},
+        {ProgressHUDType::success, QString(), QString(), 2000},
+        {ProgressHUDType::error, QString("message_please_wait"), QString("message_please_wait"),
+         2000},
+    };
+    for (const Case& c : cases) {
+        hud.show(c.type, nullptr, c.given, true);
+        EXPECT_TRUE(hud.isVisible());
+        EXPECT_EQ(hud.type(), c.type);
+        EXPECT_EQ(hud.text(), c.shown) << "given " << c.given.value_or("<nil>").toStdString();
+        EXPECT_EQ(hud.pendingDismissMs(), c.dismissMs);
+    }
+    EXPECT_NE(wait, "message_please_wait") << "the key has a text";
+
+    // A loading display stays until it is ended, whatever autoDismiss says;
+    // a later show takes over the same display and its timer.
+    hud.show(ProgressHUDType::error, nullptr, QString("Gone"), true);
+    hud.show(ProgressHUDType::loading, nullptr, {}, true);
+    EXPECT_EQ(hud.pendingDismissMs(), std::nullopt);
+
+    bool completed = false;
+    hud.dismiss(0.05, [&] { completed = true; });
+    EXPECT_TRUE(waitUntil([&] { return completed && !hud.isVisible(); }, 3000));
+}
+
+TEST(Helpers, GradientStopsFollowTheirOrderAndDirection) {
+    const QList<QColor> colors{Qt::red, Qt::green, Qt::blue};
+    const QBrush across = makeGradientColor(QSizeF(200, 40), colors, true);
+    const auto* gradient = static_cast<const QLinearGradient*>(across.gradient());
+    ASSERT_NE(gradient, nullptr);
+    EXPECT_EQ(gradient->finalStop(), QPointF(200, 0));
+    ASSERT_EQ(gradient->stops().size(), 3);
+    EXPECT_EQ(gradient->stops()[1], QGradientStop(0.5, QColor(Qt::green)));
+    EXPECT_EQ(gradient->stops()[2].second, QColor(Qt::blue));
+
+    const QBrush down = makeGradientColor(QSizeF(20, 300), colors, false);
+    EXPECT_EQ(static_cast<const QLinearGradient*>(down.gradient())->finalStop(), QPointF(0, 300));
+}
+
+TEST(Helpers, DesignFontsAndImagesResolveAndUnknownNamesSaySo) {
+    const auto bold = FontBook::font("AvenirNext-Bold", 20);
+    ASSERT_TRUE(bold.has_value());
+    EXPECT_EQ(bold->family(), "Lato");
+    EXPECT_EQ(bold->weight(), QFont::Bold);
+    EXPECT_EQ(bold->pixelSize(), 20);
+    EXPECT_EQ(FontBook::font("Avenir-Light", 12)->weight(), QFont::Light);
+    EXPECT_FALSE(FontBook::font("Helvetica-Bold", 12).has_value());
+    EXPECT_FALSE(FontBook::isKnown("avenirnext-bold")) << "names are exact";
+
+    for (const QString& name : ImageCatalog::names()) {
+        const QUrl url = ImageCatalog::source(name);
+        EXPECT_TRUE(QFile::exists(":" + url.path())) << name.toStdString();
+    }
+    EXPECT_TRUE(ImageCatalog::source("Tutorial 3").isEmpty());
+}

@@ -48,6 +48,10 @@ void ProgressHUD::show(ProgressHUDType type, ViewController*, const std::optiona
     emit changed();
 }
 
+void ProgressHUD::showError(const CloudError& error, ViewController* in) {
+    show(ProgressHUDType::error, in, localizedDescription(error), true);
+}
+
 void ProgressHUD::dismiss(double delay, Completion completion) {
     const int ms = delay > 0 ? static_cast<int>(delay * 1000.0 + 0.5) : 0;
     m_dismissTimer.start(ms);

@@ -7,6 +7,8 @@
 #include <functional>
 #include <optional>
 
+#include "CloudErrors.h"
+
 class QQmlEngine;
 class QJSEngine;
 class ViewController;
@@ -35,6 +37,8 @@ public:
     // `in` names the screen asking; the display covers the whole window.
     void show(ProgressHUDType type, ViewController* in, const std::optional<QString>& text = {},
               bool autoDismiss = true);
+    // A failed cloud operation, in the words the error gives a screen.
+    void showError(const CloudError& error, ViewController* in);
     // Goes away after `delay` seconds; the completion runs on the main queue
     // at that time, on its own clock, whether or not the display is still up.
     void dismiss(double delay, Completion completion = {});

@@ -45,6 +45,12 @@ TEST(ProgressHUD, TextsTimersAndReplacement) {
     hud.show(ProgressHUDType::loading, nullptr, {}, true);
     EXPECT_EQ(hud.pendingDismissMs(), std::nullopt);
 
+    // Cloud failures show the sentence their type gives a screen.
+    hud.showError(AuthError("No user logged in"), nullptr);
+    EXPECT_EQ(hud.type(), ProgressHUDType::error);
+    EXPECT_EQ(hud.text(), localizedDescription(CloudError(AuthError("No user logged in"))));
+    EXPECT_NE(hud.text(), QString("No user logged in"));
+
     bool completed = false;
     hud.dismiss(0.05, [&] { completed = true; });
     EXPECT_TRUE(waitUntil([&] { return completed && !hud.isVisible(); }, 3000));

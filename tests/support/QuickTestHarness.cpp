@@ -179,6 +179,8 @@ QString QuickTestHarness::screenshot(const QString& name) const {
     const QString folder = QStringLiteral(CORVANTIS_SCREENSHOT_DIR);
     QDir().mkpath(QFileInfo(folder + QLatin1Char('/') + name).absolutePath());
     const QString path = folder + QLatin1Char('/') + name + QStringLiteral(".png");
+    // Whatever is moving comes to rest first, so the picture shows the screen.
+    QTest::qWait(350);
     const QImage image = m_window->grabWindow();
     if (image.isNull() || !image.save(path)) {
         ADD_FAILURE() << "could not save the screenshot " << path.toStdString();

@@ -7,7 +7,8 @@ packages=(
   build-essential cmake ninja-build pkg-config git clang-format
   qt6-base-dev qt6-base-dev-tools qt6-declarative-dev qt6-tools-dev qt6-tools-dev-tools
   qt6-l10n-tools qt6-svg-dev qml6-module-qtquick qml6-module-qtquick-controls
-  qml6-module-qtquick-templates qml6-module-qtquick-layouts qml6-module-qttest
+  qml6-module-qtquick-templates qml6-module-qtquick-layouts qml6-module-qtquick-window
+  qml6-module-qttest
   qml6-module-qtqml-workerscript libgl-dev
   libavformat-dev libavcodec-dev libavutil-dev libswresample-dev ffmpeg
   libtag1-dev libsdl2-dev libmicrohttpd-dev libavahi-client-dev libsqlite3-dev
@@ -17,6 +18,7 @@ packages=(
   chromium
   nginx-light
   qtkeychain-qt6-dev gnome-keyring
+  fonts-lato fonts-material-design-icons-iconfont ccache
 )
 
 missing=()

@@ -2,11 +2,36 @@
 
 #include <QGuiApplication>
 #include <QHash>
+#include <QLoggingCategory>
 #include <QQmlEngine>
 
 namespace {
 
+Q_LOGGING_CATEGORY(lcFonts, "corvantis.fonts")
+
 const QString kFamily = QStringLiteral("Lato");
+const QString kIconFamily = QStringLiteral("Material Icons");
+
+// Glyph name -> code point in the icon font.
+const QHash<QString, char32_t>& glyphs() {
+    static const QHash<QString, char32_t> points{
+        {QStringLiteral("play"), 0xe037},       {QStringLiteral("pause"), 0xe034},
+        {QStringLiteral("next"), 0xe044},       {QStringLiteral("previous"), 0xe045},
+        {QStringLiteral("shuffle"), 0xe043},    {QStringLiteral("repeat"), 0xe040},
+        {QStringLiteral("repeat one"), 0xe041}, {QStringLiteral("menu"), 0xe5d2},
+        {QStringLiteral("add"), 0xe145},        {QStringLiteral("close"), 0xe5cd},
+        {QStringLiteral("cloud"), 0xe2bd},      {QStringLiteral("folder"), 0xe2c7},
+        {QStringLiteral("file"), 0xe24d},       {QStringLiteral("download"), 0xe2c4},
+        {QStringLiteral("check"), 0xe5ca},      {QStringLiteral("search"), 0xe8b6},
+        {QStringLiteral("back"), 0xe5c4},       {QStringLiteral("more"), 0xe5d4},
+        {QStringLiteral("library"), 0xe030},    {QStringLiteral("equalizer"), 0xe1b8},
+        {QStringLiteral("album"), 0xe019},      {QStringLiteral("person"), 0xe7fd},
+        {QStringLiteral("note"), 0xe405},       {QStringLiteral("wifi"), 0xe63e},
+        {QStringLiteral("delete"), 0xe872},     {QStringLiteral("edit"), 0xe3c9},
+        {QStringLiteral("sort"), 0xe164},       {QStringLiteral("playlist"), 0xe03d},
+    };
+    return points;
+}
 
 const QHash<QString, QFont::Weight>& table() {
     static const QHash<QString, QFont::Weight> weights{
@@ -47,4 +72,22 @@ QString FontBook::family(const QString& name) {
 int FontBook::weight(const QString& name) {
     const auto found = table().constFind(name);
     return found == table().constEnd() ? QFont::Normal : *found;
+}
+
+QString FontBook::iconFamily() {
+    return kIconFamily;
+}
+
+QString FontBook::glyph(const QString& name) {
+    const auto found = glyphs().constFind(name);
+    if (found == glyphs().constEnd()) {
+        qCWarning(lcFonts).noquote() << "No glyph named" << name;
+        return {};
+    }
+    const char32_t point = *found;
+    return QString::fromUcs4(&point, 1);
+}
+
+QStringList FontBook::glyphNames() {
+    return glyphs().keys();
 }

@@ -28,4 +28,11 @@ public:
     // an unknown one).
     Q_INVOKABLE static QString family(const QString& name);
     Q_INVOKABLE static int weight(const QString& name);
+
+    // The plain glyphs (play, pause, menu, ...) come from one icon font; a
+    // glyph is the text to draw in `iconFamily()`. An unknown name gives an
+    // empty text and a diagnostic naming it.
+    Q_INVOKABLE static QString iconFamily();
+    Q_INVOKABLE static QString glyph(const QString& name);
+    static QStringList glyphNames();
 };

@@ -29,8 +29,8 @@ FocusScope {
             width: Theme.touchTarget
             height: Theme.touchTarget
             visible: navigation.controller.depth > 1
-            text: "\ue5c4"
-            font.family: Theme.iconFamily
+            text: Fonts.glyph("back")
+            font.family: Fonts.iconFamily()
             font.pixelSize: 24
             Accessible.name: qsTrId("back")
             onClicked: navigation.controller.popViewControllerAnimated(true)

@@ -10,6 +10,12 @@ Item {
     opacity: ProgressHUD.visible ? 1 : 0
     Behavior on opacity { NumberAnimation { duration: 180 } }
 
+    // A light veil, so the display stands clear of whatever is below.
+    Rectangle {
+        anchors.fill: parent
+        color: Qt.rgba(0, 0, 0, 0.35)
+    }
+
     MouseArea {
         anchors.fill: parent
         enabled: ProgressHUD.visible
@@ -24,7 +30,7 @@ Item {
         width: Math.max(120, Math.min(hud.width - 64, label.implicitWidth + 40))
         height: indicator.height + (label.visible ? label.implicitHeight + 16 : 0) + 48
         radius: 16
-        color: Qt.rgba(0.1, 0.1, 0.11, 0.94)
+        color: Theme.raised
         border.color: Theme.separator
         Accessible.role: Accessible.Indicator
         Accessible.name: ProgressHUD.hasText ? ProgressHUD.text : "Progress"
@@ -37,14 +43,15 @@ Item {
             y: 24
             BusyIndicator {
                 anchors.fill: parent
+                palette.dark: Theme.accentColor
                 visible: ProgressHUD.type === 0
                 running: ProgressHUD.visible && ProgressHUD.type === 0
             }
             Text {
                 anchors.centerIn: parent
                 visible: ProgressHUD.type !== 0
-                text: ProgressHUD.type === 1 ? "\ue5cd" : "\ue5ca"
-                font.family: Theme.iconFamily
+                text: Fonts.glyph(ProgressHUD.type === 1 ? "close" : "check")
+                font.family: Fonts.iconFamily()
                 font.pixelSize: 44
                 color: ProgressHUD.type === 1 ? Theme.destructive : Theme.accentColor
             }

@@ -16,7 +16,6 @@ QtObject {
     readonly property color dim: Qt.rgba(0, 0, 0, 0.45)
 
     readonly property string fontFamily: "Lato"
-    readonly property string iconFamily: "Material Icons"
 
     // Touch targets stay at least this large on every screen.
     readonly property int touchTarget: 44

@@ -18,19 +18,13 @@ Rectangle {
         anchors.topMargin: 48
         spacing: 20
 
-        Image {
+        NamedImage {
             id: picture
             Layout.fillWidth: true
             Layout.fillHeight: true
             Layout.maximumHeight: 420
             Layout.alignment: Qt.AlignHCenter
-            fillMode: Image.PreserveAspectFit
-            source: Images.source(tutorial.controller.image)
-            sourceSize.width: 640
-            sourceSize.height: 640
-            smooth: true
-            Accessible.role: Accessible.Graphic
-            Accessible.name: tutorial.controller.image
+            name: tutorial.controller.image
         }
         Label {
             Layout.fillWidth: true

@@ -1,12 +1,16 @@
 #include <gtest/gtest.h>
 
+#include <QFontInfo>
+#include <QFontMetrics>
 #include <QLinearGradient>
 #include <QSignalSpy>
+#include <QSvgRenderer>
 
 #include "FontBook.h"
 #include "GradientFill.h"
 #include "ImageCatalog.h"
 #include "Localization.h"
+#include "NibLoader.h"
 #include "ProgressHUD.h"
 #include "TestSupport.h"
 
@@ -79,10 +83,34 @@ TEST(Helpers, DesignFontsAndImagesResolveAndUnknownNamesSaySo) {
     EXPECT_EQ(FontBook::font("Avenir-Light", 12)->weight(), QFont::Light);
     EXPECT_FALSE(FontBook::font("Helvetica-Bold", 12).has_value());
     EXPECT_FALSE(FontBook::isKnown("avenirnext-bold")) << "names are exact";
+    // The family is really there, not a fallback that fontconfig picked.
+    EXPECT_EQ(QFontInfo(*bold).family(), "Lato");
+
+    const QFont icons(FontBook::iconFamily(), 24);
+    ASSERT_EQ(QFontInfo(icons).family(), FontBook::iconFamily());
+    const QFontMetrics metrics(icons);
+    for (const QString& name : FontBook::glyphNames()) {
+        const QString glyph = FontBook::glyph(name);
+        ASSERT_EQ(glyph.toUcs4().size(), 1) << name.toStdString();
+        EXPECT_TRUE(metrics.inFontUcs4(glyph.toUcs4().first())) << name.toStdString();
+    }
+    EXPECT_TRUE(FontBook::glyph("Play").isEmpty()) << "glyph names are exact";
 
     for (const QString& name : ImageCatalog::names()) {
         const QUrl url = ImageCatalog::source(name);
-        EXPECT_TRUE(QFile::exists(":" + url.path())) << name.toStdString();
+        const QString path = ":" + url.path();
+        EXPECT_TRUE(QFile::exists(path)) << name.toStdString();
+        if (path.endsWith(".svg")) {
+            EXPECT_TRUE(QSvgRenderer(path).isValid()) << name.toStdString();
+        }
     }
     EXPECT_TRUE(ImageCatalog::source("Tutorial 3").isEmpty());
+}
+
+TEST(Helpers, ViewsAreFoundByTheirClassName) {
+    EXPECT_EQ(loadFromNib("AlertView"), QUrl("qrc:/Corvantis/Shell/AlertView.qml"));
+    for (const char* name : {"NoSuchCell", "", "Shell/AlertView", "AlertView.qml"}) {
+        EXPECT_TRUE(findNib(name).isEmpty()) << name;
+    }
+    EXPECT_DEATH(loadFromNib("NoSuchCell"), "NoSuchCell");
 }

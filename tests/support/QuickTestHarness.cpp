@@ -83,6 +83,9 @@ QuickTestHarness::QuickTestHarness() {
 QuickTestHarness::~QuickTestHarness() {
     Navigation::shared().detachWindow();
     m_engine.reset();
+    // Items the window let go of with destroy() are only deleted from the
+    // event loop; without this their images would outlive the test.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
 }
 
 void QuickTestHarness::launch() {

@@ -9,7 +9,7 @@ Rectangle {
     required property PlaceholderViewController controller
     color: Theme.background
     Accessible.role: Accessible.Pane
-    Accessible.name: controller.bundleName
+    Accessible.name: controller ? controller.bundleName : ""
 
     ColumnLayout {
         anchors.centerIn: parent
@@ -17,7 +17,7 @@ Rectangle {
         spacing: 12
         Label {
             Layout.fillWidth: true
-            text: page.controller.bundleName
+            text: page.controller ? page.controller.bundleName : ""
             color: Theme.text
             font.family: Theme.fontFamily
             font.pixelSize: 28
@@ -37,7 +37,7 @@ Rectangle {
         Button {
             Layout.alignment: Qt.AlignHCenter
             Layout.topMargin: 12
-            visible: page.controller.presentingViewController !== null
+            visible: page.controller !== null && page.controller.presentingViewController !== null
             text: qsTrId("close")
             Accessible.name: qsTrId("close")
             onClicked: page.controller.didClickClose()

@@ -3,8 +3,9 @@ import Corvantis.Shell
 
 // A presented screen and the way it comes and goes: full screen slides up
 // from the bottom; a popover is a sheet from the bottom on a narrow window
-// and a card by itself on a wide one. A view that brings its own motion
-// (alerts, the dialog) defines animateIn(done) and animateOut(done).
+// and a card by the control it came from on a wide one. A view that brings
+// its own motion (alerts, the dialog) defines animateIn(done) and
+// animateOut(done).
 FocusScope {
     id: frame
     required property ViewController controller
@@ -32,14 +33,33 @@ FocusScope {
 
     Item {
         id: sheet
+        readonly property rect anchorRect: frame.controller ? frame.controller.popoverSourceRect
+                                                            : Qt.rect(0, 0, 0, 0)
+        readonly property bool anchored: frame.popover && frame.wide
+                                         && anchorRect.width > 0 && anchorRect.height > 0
         readonly property real sheetHeight: frame.popover
             ? (frame.wide ? Math.min(frame.height - 96, 640) : frame.height * 0.88) : frame.height
         width: frame.popover && frame.wide ? Math.min(frame.width - 96, 440) : frame.width
         height: sheetHeight
-        x: (frame.width - width) / 2
+        // By its anchor: centred under the control it came from (above it
+        // when there is more room there), always inside the window.
+        x: anchored ? Math.max(16, Math.min(frame.width - width - 16,
+                                            anchorRect.x + anchorRect.width / 2 - width / 2))
+                    : (frame.width - width) / 2
         y: restY
-        readonly property real restY: frame.popover
-            ? (frame.wide ? (frame.height - height) / 2 : frame.height - height) : 0
+        readonly property real restY: {
+            if (!frame.popover)
+                return 0
+            if (!frame.wide)
+                return frame.height - height
+            if (!anchored)
+                return (frame.height - height) / 2
+            const below = frame.height - (anchorRect.y + anchorRect.height) - 16
+            const above = anchorRect.y - 16
+            const top = below >= height || below >= above
+                ? anchorRect.y + anchorRect.height + 8 : anchorRect.y - 8 - height
+            return Math.max(16, Math.min(frame.height - height - 16, top))
+        }
         clip: frame.popover
 
         Rectangle {
@@ -51,7 +71,8 @@ FocusScope {
         ScreenHost {
             id: host
             anchors.fill: parent
-            anchors.topMargin: frame.popover ? 8 : 0
+            // Inside a card the screen keeps off the rounded corners.
+            anchors.margins: frame.popover ? Theme.radius / 2 : 0
             controller: frame.controller
             focus: true
         }

@@ -23,6 +23,14 @@ void ViewController::setModalPresentationStyle(ModalPresentationStyle style) {
     emit modalPresentationStyleChanged();
 }
 
+void ViewController::setPopoverSourceRect(const QRectF& rect) {
+    if (m_popoverSourceRect == rect) {
+        return;
+    }
+    m_popoverSourceRect = rect;
+    emit popoverSourceRectChanged();
+}
+
 QList<ViewController*> ViewController::childViewControllers() const {
     QList<ViewController*> children;
     for (const auto& child : m_children) {

@@ -4,6 +4,7 @@
 #include <QList>
 #include <QObject>
 #include <QPointer>
+#include <QRectF>
 #include <QString>
 #include <QUrl>
 #include <functional>
@@ -36,6 +37,8 @@ class ViewController : public QObject {
     Q_PROPERTY(bool viewLoaded READ isViewLoaded NOTIFY viewLoadedChanged)
     Q_PROPERTY(int modalPresentationStyle READ modalPresentationStyleValue NOTIFY
                    modalPresentationStyleChanged)
+    Q_PROPERTY(QRectF popoverSourceRect READ popoverSourceRect WRITE setPopoverSourceRect NOTIFY
+                   popoverSourceRectChanged)
     Q_PROPERTY(ViewController* presentedViewController READ presentedViewController NOTIFY
                    presentedViewControllerChanged)
     Q_PROPERTY(ViewController* presentingViewController READ presentingViewController NOTIFY
@@ -59,6 +62,11 @@ public:
     ModalPresentationStyle modalPresentationStyle() const { return m_modalPresentationStyle; }
     void setModalPresentationStyle(ModalPresentationStyle style);
     int modalPresentationStyleValue() const { return static_cast<int>(m_modalPresentationStyle); }
+
+    // Where a popover points on a wide window, in window coordinates: the
+    // control it came from. Empty: the popover stands in the middle.
+    QRectF popoverSourceRect() const { return m_popoverSourceRect; }
+    void setPopoverSourceRect(const QRectF& rect);
 
     // Containment: a child's view lives inside its parent's (tabs, areas, the
     // stack of a navigation controller).
@@ -94,6 +102,7 @@ signals:
     void titleChanged();
     void viewLoadedChanged();
     void modalPresentationStyleChanged();
+    void popoverSourceRectChanged();
     void presentedViewControllerChanged();
     void presentingViewControllerChanged();
     // A child was added or removed (tabs and areas redraw their container).
@@ -106,6 +115,7 @@ private:
     QUrl m_viewSource;
     bool m_viewLoaded = false;
     ModalPresentationStyle m_modalPresentationStyle = ModalPresentationStyle::fullScreen;
+    QRectF m_popoverSourceRect;
     QPointer<ViewController> m_parentViewController;
     QList<QPointer<ViewController>> m_children;
     QPointer<ViewController> m_presentedViewController;

@@ -6,6 +6,8 @@
 #include "AlertController.h"
 #include "Localization.h"
 #include "Navigation.h"
+#include "NavigationController.h"
+#include "PlaceholderViewController.h"
 #include "ProgressHUD.h"
 #include "QuickTestHarness.h"
 #include "TestSupport.h"
@@ -102,4 +104,108 @@ TEST(ShellViews, ProgressDisplayTakesEveryTouchWhileItShows) {
     EXPECT_TRUE(waitUntil([&] { return !ui.isShown(Localization::text("message_please_wait")); }));
     ui.tap(ok);
     EXPECT_TRUE(waitUntil([&] { return answered; }));
+}
+
+TEST(ShellViews, PopoverIsASheetWhenNarrowAndACardByItsControlWhenWide) {
+    QuickTestHarness ui;
+    ui.launch();
+    ViewController* root = Navigation::shared().rootViewController();
+    const auto presentPopover = [&](QRectF anchor) {
+        auto* page = new PlaceholderViewController("Download");
+        page->setModalPresentationStyle(ModalPresentationStyle::popover);
+        page->setPopoverSourceRect(anchor);
+        root->presentViewController(page, true);
+        QQuickItem* item = ui.waitFor("Download");
+        ui.settle(400);
+        // The page itself, not its heading of the same name.
+        QQuickItem* drawn = item;
+        for (QQuickItem* up = item; up != nullptr; up = up->parentItem()) {
+            if (QuickTestHarness::accessibleName(up) == "Download") {
+                drawn = up;
+            }
+        }
+        return drawn;
+    };
+
+    // Narrow: a sheet along the bottom edge, whatever the anchor.
+    QQuickItem* sheet = presentPopover(QRectF(20, 20, 40, 40));
+    ASSERT_NE(sheet, nullptr);
+    const QRectF onPhone = sheet->mapRectToScene(sheet->boundingRect());
+    EXPECT_NEAR(onPhone.bottom(), ui.window()->height(), 8);
+    EXPECT_NEAR(onPhone.width(), ui.window()->width(), 16);
+    ui.screenshot("popover-narrow");
+    // A tap on the dimmed screen above closes it.
+    ui.tapAt(QPointF(ui.window()->width() / 2, 20));
+    EXPECT_TRUE(waitUntil([&] { return !ui.isShown("Download"); }));
+
+    // Wide: a card under the control it came from, inside the window.
+    ui.resize(1280, 800);
+    const QRectF control(1180, 60, 44, 44);
+    QQuickItem* card = presentPopover(control);
+    ASSERT_NE(card, nullptr);
+    const QRectF onDesk = card->mapRectToScene(card->boundingRect());
+    EXPECT_LT(onDesk.width(), 500);
+    EXPECT_GE(onDesk.top(), control.bottom());
+    EXPECT_LE(onDesk.right(), 1280 - 16 + 1);
+    EXPECT_GT(onDesk.right(), control.center().x());
+    ui.screenshot("popover-wide");
+    ui.key(Qt::Key_Escape);
+    EXPECT_TRUE(waitUntil([&] { return !ui.isShown("Download"); }));
+}
+
+TEST(ShellViews, StackGoesBackByItsControlAndByEscapeAndTabReachesEveryControl) {
+    QuickTestHarness ui;
+    ui.launch();
+    auto* stack = new NavigationController(new PlaceholderViewController("Albums"));
+    Navigation::shared().rootViewController()->presentViewController(stack, false);
+    ASSERT_NE(ui.waitFor("Albums"), nullptr);
+    EXPECT_FALSE(ui.isShown(Localization::text("back"))) << "nothing to go back to";
+
+    stack->pushViewController(new PlaceholderViewController("Artists"), true);
+    ASSERT_NE(ui.waitFor("Artists"), nullptr);
+    ui.tap(Localization::text("back"));
+    EXPECT_TRUE(waitUntil([&] { return stack->depth() == 1 && ui.isShown("Albums"); }));
+
+    stack->pushViewController(new PlaceholderViewController("Tracks"), false);
+    ASSERT_NE(ui.waitFor("Tracks"), nullptr);
+    ui.key(Qt::Key_Escape);
+    EXPECT_TRUE(waitUntil([&] { return stack->depth() == 1; }));
+
+    // Tab walks an alert's field and buttons in order and comes round again.
+    auto* alert = new AlertController("Rename", "", AlertController::Style::alert);
+    alert->addTextField([](AlertTextField& field) { field.setText("Mix"); });
+    alert->addAction({"Cancel", AlertController::ActionStyle::cancel, {}});
+    alert->addAction({"Save", AlertController::ActionStyle::defaultStyle, {}});
+    stack->presentViewController(alert, false);
+    ASSERT_NE(ui.waitFor("Save"), nullptr);
+    QStringList reached;
+    for (int i = 0; i < 4; ++i) {
+        ui.key(Qt::Key_Tab);
+        QQuickItem* focused = ui.window()->activeFocusItem();
+        reached << (focused ? QuickTestHarness::accessibleName(focused) : QString());
+    }
+    EXPECT_EQ(reached.mid(0, 3).size(), 3);
+    EXPECT_TRUE(reached.contains("Cancel")) << reached.join(",").toStdString();
+    EXPECT_TRUE(reached.contains("Save")) << reached.join(",").toStdString();
+    EXPECT_TRUE(reached.contains(Localization::text("text_field")))
+        << reached.join(",").toStdString();
+}
+
+TEST(ShellViews, TutorialFitsFromTheSmallestPhoneToADesktopWindow) {
+    QuickTestHarness ui;
+    ui.launch();
+    for (const QSize size : {QSize(360, 640), QSize(1920, 1080)}) {
+        ui.resize(size.width(), size.height());
+        QQuickItem* next = ui.waitFor(Localization::text("tutorial_continue"));
+        QQuickItem* title = ui.waitFor(Localization::text("tutorial_1_title"));
+        ASSERT_TRUE(next && title);
+        const QRectF button = next->mapRectToScene(next->boundingRect());
+        EXPECT_LE(button.bottom(), size.height()) << size.width();
+        EXPECT_GE(button.height(), 44) << "a finger still finds it";
+        EXPECT_LE(button.width(), 480) << "no bar across a desktop";
+        EXPECT_GT(title->mapRectToScene(title->boundingRect()).top(), 0);
+        ui.screenshot(QString("tutorial-%1x%2").arg(size.width()).arg(size.height()));
+    }
+    ui.tap(Localization::text("tutorial_continue"));
+    EXPECT_NE(ui.waitFor(Localization::text("tutorial_2_title")), nullptr);
 }

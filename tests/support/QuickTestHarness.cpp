@@ -18,16 +18,6 @@
 
 namespace {
 
-QString accessibleName(const QQuickItem* item) {
-    // The Accessible attached object is a child of the item it describes.
-    for (const QObject* child : item->children()) {
-        if (qstrcmp(child->metaObject()->className(), "QQuickAccessibleAttached") == 0) {
-            return child->property("name").toString();
-        }
-    }
-    return {};
-}
-
 bool effectivelyVisible(const QQuickItem* item) {
     for (const QQuickItem* up = item; up != nullptr; up = up->parentItem()) {
         if (!up->isVisible() || up->opacity() <= 0.0) {
@@ -51,7 +41,7 @@ QQuickItem* search(QQuickItem* item, const QString& name) {
             return found;
         }
     }
-    if (accessibleName(item) == name && effectivelyVisible(item)) {
+    if (QuickTestHarness::accessibleName(item) == name && effectivelyVisible(item)) {
         return item;
     }
     return nullptr;
@@ -78,6 +68,16 @@ QuickTestHarness::QuickTestHarness() {
     if (!QTest::qWaitForWindowExposed(m_window)) {
         ADD_FAILURE() << "the window was never shown";
     }
+}
+
+QString QuickTestHarness::accessibleName(const QQuickItem* item) {
+    // The Accessible attached object is a child of the item it describes.
+    for (const QObject* child : item->children()) {
+        if (qstrcmp(child->metaObject()->className(), "QQuickAccessibleAttached") == 0) {
+            return child->property("name").toString();
+        }
+    }
+    return {};
 }
 
 QuickTestHarness::~QuickTestHarness() {

@@ -47,6 +47,8 @@ public:
 
     // The centre of an item in window coordinates.
     static QPointF centreOf(QQuickItem* item);
+    // The Accessible.name an item carries; empty when it has none.
+    static QString accessibleName(const QQuickItem* item);
 
     // Lets animations and queued work run for a while (event time, not a check).
     void settle(int ms = 400);

@@ -15,6 +15,21 @@ Rectangle {
         anchors.centerIn: parent
         width: Math.min(parent.width - 2 * Theme.margin, 420)
         spacing: 12
+        Rectangle {
+            Layout.alignment: Qt.AlignHCenter
+            Layout.bottomMargin: 8
+            width: 88
+            height: 88
+            radius: 44
+            color: Theme.cell
+            border.color: Theme.separator
+            Icon {
+                anchors.centerIn: parent
+                name: "note"
+                size: 40
+                color: Theme.accentColor
+            }
+        }
         Label {
             Layout.fillWidth: true
             text: page.controller ? page.controller.bundleName : ""
@@ -34,12 +49,11 @@ Rectangle {
             horizontalAlignment: Text.AlignHCenter
             wrapMode: Text.Wrap
         }
-        Button {
+        PillButton {
             Layout.alignment: Qt.AlignHCenter
             Layout.topMargin: 12
             visible: page.controller !== null && page.controller.presentingViewController !== null
             text: qsTrId("close")
-            Accessible.name: qsTrId("close")
             onClicked: page.controller.didClickClose()
         }
     }

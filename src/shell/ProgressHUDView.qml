@@ -41,11 +41,32 @@ Item {
             height: 44
             anchors.horizontalCenter: parent.horizontalCenter
             y: 24
-            BusyIndicator {
+            // The spinner: a ring of dots fading round, drawn by us so it
+            // turns the same on every renderer.
+            Item {
+                id: spinner
                 anchors.fill: parent
-                palette.dark: Theme.accentColor
                 visible: ProgressHUD.type === 0
-                running: ProgressHUD.visible && ProgressHUD.type === 0
+                Repeater {
+                    model: 10
+                    Rectangle {
+                        required property int index
+                        width: 6
+                        height: 6
+                        radius: 3
+                        color: Theme.accentColor
+                        opacity: 0.15 + 0.85 * index / 9
+                        x: spinner.width / 2 - 3 + Math.cos(index / 10 * 2 * Math.PI) * 17
+                        y: spinner.height / 2 - 3 + Math.sin(index / 10 * 2 * Math.PI) * 17
+                    }
+                }
+                RotationAnimator on rotation {
+                    from: 0
+                    to: 360
+                    duration: 1000
+                    loops: Animation.Infinite
+                    running: spinner.visible && ProgressHUD.visible
+                }
             }
             Text {
                 anchors.centerIn: parent

@@ -1,8 +1,8 @@
 #include <QGuiApplication>
 #include <QQmlApplicationEngine>
-#include <QQuickStyle>
 
 #include "AppDelegate.h"
+#include "AppStyle.h"
 #include "Bundles.h"
 #include "Localization.h"
 
@@ -13,7 +13,7 @@ int main(int argc, char* argv[]) {
     QGuiApplication::setApplicationVersion(QStringLiteral(CORVANTIS_VERSION));
     QGuiApplication::setDesktopFileName(QStringLiteral("corvantis"));
     Localization::install();
-    QQuickStyle::setStyle(QStringLiteral("Basic"));
+    installAppStyle();
     registerBundles();
 
     QQmlApplicationEngine engine;

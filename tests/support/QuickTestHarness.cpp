@@ -11,6 +11,7 @@
 #include <QTest>
 
 #include "AppDelegate.h"
+#include "AppStyle.h"
 #include "Bundles.h"
 #include "Navigation.h"
 #include "Storyboard.h"
@@ -52,6 +53,7 @@ QQuickItem* search(QQuickItem* item, const QString& name) {
 QuickTestHarness::QuickTestHarness() {
     static bool registered = false;
     if (!registered) {
+        installAppStyle();
         registerBundles();
         registered = true;
     }

@@ -13,12 +13,16 @@ namespace {
 const QString kKey = QStringLiteral("WindowGeometry");
 }
 
-WindowGeometry::WindowGeometry(QObject* parent) : QObject(parent) {
+void WindowGeometry::centreOnPrimaryScreen() {
     if (const QScreen* screen = QGuiApplication::primaryScreen()) {
         const QRect available = screen->availableGeometry();
         m_x = available.x() + std::max(0, (available.width() - m_width) / 2);
         m_y = available.y() + std::max(0, (available.height() - m_height) / 2);
     }
+}
+
+WindowGeometry::WindowGeometry(QObject* parent) : QObject(parent) {
+    centreOnPrimaryScreen();
     const auto stored = UserDefaults::standard().arrayForKey(kKey);
     if (!stored) {
         return;
@@ -35,10 +39,19 @@ WindowGeometry::WindowGeometry(QObject* parent) : QObject(parent) {
         qCWarning(lcWindow) << "The stored window size is damaged; a phone-sized window it is";
         return;
     }
-    m_x = values[0];
-    m_y = values[1];
     m_width = values[2];
     m_height = values[3];
+    // A window stored on a screen that is gone (a monitor unplugged) would
+    // open where nobody can see it: it keeps its size and comes back here.
+    const QRect saved(values[0], values[1], m_width, m_height);
+    for (const QScreen* screen : QGuiApplication::screens()) {
+        if (screen->availableGeometry().intersected(saved).width() >= 64) {
+            m_x = values[0];
+            m_y = values[1];
+            return;
+        }
+    }
+    centreOnPrimaryScreen();
 }
 
 WindowGeometry* WindowGeometry::create(QQmlEngine* engine, QJSEngine*) {

@@ -32,6 +32,8 @@ public:
     Q_INVOKABLE void save(int x, int y, int width, int height);
 
 private:
+    void centreOnPrimaryScreen();
+
     int m_x = 0;
     int m_y = 0;
     int m_width = kDefaultWidth;

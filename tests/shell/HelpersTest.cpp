@@ -2,7 +2,9 @@
 
 #include <QFontInfo>
 #include <QFontMetrics>
+#include <QGuiApplication>
 #include <QLinearGradient>
+#include <QScreen>
 #include <QSignalSpy>
 #include <QSvgRenderer>
 
@@ -13,6 +15,8 @@
 #include "NibLoader.h"
 #include "ProgressHUD.h"
 #include "TestSupport.h"
+#include "UserDefaults.h"
+#include "WindowGeometry.h"
 
 TEST(ProgressHUD, TextsTimersAndReplacement) {
     ProgressHUD& hud = ProgressHUD::shared();
@@ -113,4 +117,31 @@ TEST(Helpers, ViewsAreFoundByTheirClassName) {
         EXPECT_TRUE(findNib(name).isEmpty()) << name;
     }
     EXPECT_DEATH(loadFromNib("NoSuchCell"), "NoSuchCell");
+}
+
+TEST(Helpers, WindowComesBackWhereItWasAndNeverOffEveryScreen) {
+    const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
+    {
+        const WindowGeometry fresh;
+        EXPECT_EQ(QSize(fresh.width(), fresh.height()), QSize(390, 844)) << "phone-sized at first";
+    }
+    WindowGeometry().save(screen.x() + 10, screen.y() + 20, 1024, 700);
+    const WindowGeometry again;
+    EXPECT_EQ(QRect(again.x(), again.y(), again.width(), again.height()),
+              QRect(screen.x() + 10, screen.y() + 20, 1024, 700));
+
+    // A screen that is gone: the size stays, the window comes back on show.
+    WindowGeometry().save(screen.right() + 5000, 40, 800, 600);
+    const WindowGeometry moved;
+    EXPECT_EQ(QSize(moved.width(), moved.height()), QSize(800, 600));
+    EXPECT_TRUE(screen.intersects(QRect(moved.x(), moved.y(), 800, 600)));
+
+    // Damaged values give the phone-sized window.
+    const QList<QVariantList> damaged{
+        {1, 2, 3}, {"a", 0, 800, 600}, {0, 0, 100, 100}, {0, 0, 99999, 600}};
+    for (const QVariantList& values : damaged) {
+        UserDefaults::standard().setArray(values, "WindowGeometry");
+        const WindowGeometry reset;
+        EXPECT_EQ(QSize(reset.width(), reset.height()), QSize(390, 844)) << values.size();
+    }
 }

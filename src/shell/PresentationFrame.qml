@@ -130,8 +130,10 @@ FocusScope {
             frame.parent = null
             if (layer && typeof layer.refocus === "function")
                 layer.refocus()
-            Navigation.transitionFinished(requestId)
+            // The view goes before its controller does, so that nothing on
+            // show reads a controller that is gone.
             frame.destroy()
+            Navigation.transitionFinished(requestId)
         }
         if (ownMotion && animatedOut) {
             host.view.animateOut(finish)

@@ -78,6 +78,10 @@ FocusScope {
         }
     }
 
+    // A screen that went with the one below it (a root swapped away under
+    // it) takes its frame along.
+    onControllerChanged: if (controller === null) { visible = false; destroy() }
+
     Keys.onEscapePressed: event => {
         if (frame.popover)
             frame.controller.dismissAnimated()

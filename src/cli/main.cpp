@@ -1,4 +1,8 @@
+#include <unistd.h>
 #include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <array>
 #include <cstring>
@@ -25,13 +29,38 @@ int cliFail(const QString& message) {
 
 namespace {
 
-int usage(const std::span<const CliCommand> commands) {
-    cliErr() << "usage: corvantis-cli COMMAND [ARGUMENTS]\n\ncommands:\n";
+// Asked for, the usage goes to standard output and is no error; after a
+// mistake it goes to standard error with the mistake's exit code.
+int usage(const std::span<const CliCommand> commands, bool asked) {
+    QTextStream& out = asked ? cliOut() : cliErr();
+    out << "usage: corvantis-cli COMMAND [ARGUMENTS]\n\ncommands:\n";
     for (const CliCommand& command : commands) {
-        cliErr() << "  " << command.usage << "\n";
+        out << "  " << command.usage << "\n";
     }
-    cliErr().flush();
-    return 2;
+    out << "\n`corvantis-cli COMMAND --help` shows one command's usage.\n";
+    out.flush();
+    return asked ? 0 : 2;
+}
+
+bool isHelp(const QString& argument) {
+    return argument == QLatin1String("--help") || argument == QLatin1String("-h");
+}
+
+// Without a login session Qt would warn about the missing runtime directory
+// on every start; give it the private folder it would pick anyway.
+void provideRuntimeDirectory() {
+    if (!qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR")) {
+        return;
+    }
+    const QString runtime =
+        QDir::tempPath() + QStringLiteral("/runtime-") + QString::number(::getuid());
+    QDir().mkpath(runtime);
+    QFile::setPermissions(runtime,
+                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    const QFileInfo info(runtime);
+    if (info.isDir() && info.ownerId() == ::getuid()) {
+        qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime));
+    }
 }
 
 }  // namespace
@@ -46,6 +75,7 @@ int main(int argc, char** argv) {
             }
         }
     }
+    provideRuntimeDirectory();
     std::unique_ptr<QCoreApplication> app;
     if (!chosen || chosen->needsGui) {
         // Images (thumbnails, cover art) need a GUI application object; no window is shown.
@@ -60,15 +90,22 @@ int main(int argc, char** argv) {
     Localization::install();
 
     QStringList arguments = QCoreApplication::arguments().mid(1);
-    if (arguments.isEmpty() || arguments.first() == "--help" || arguments.first() == "-h") {
-        return usage(commands);
+    if (arguments.isEmpty()) {
+        return usage(commands, false);
+    }
+    if (isHelp(arguments.first())) {
+        return usage(commands, true);
     }
     const QString name = arguments.takeFirst();
     for (const CliCommand& command : commands) {
         if (name == QLatin1String(command.name)) {
+            if (!arguments.isEmpty() && isHelp(arguments.first())) {
+                cliOut() << "usage: corvantis-cli " << command.usage << Qt::endl;
+                return 0;
+            }
             return command.run(arguments);
         }
     }
     cliFail(QStringLiteral("unknown command \"%1\"").arg(name));
-    return usage(commands);
+    return usage(commands, false);
 }

@@ -1,7 +1,5 @@
 #include "AudioFile.h"
 
-#include <QFile>
-#include <QFileInfo>
 #include <QLoggingCategory>
 #include <QtEndian>
 #include <algorithm>
@@ -10,7 +8,9 @@
 #include <vector>
 
 #include "FfmpegHandles.h"
+#include "FileStatus.h"
 #include "Mp3InfoTag.h"
+#include "NativeFileName.h"
 
 extern "C" {
 #include <libavutil/channel_layout.h>
@@ -69,19 +69,23 @@ std::optional<Input> openInput(const QString& path, QString* error) {
     };
     static std::once_flag routeLog;
     std::call_once(routeLog, [] { av_log_set_callback(forwardLibraryLog); });
-    const QFileInfo info(path);
-    if (!info.exists()) {
+    const FileStatus status = FileStatus::of(path);
+    if (!status.exists()) {
         return fail(ffmpeg::errorText(AVERROR(ENOENT)));
     }
-    if (info.isDir()) {
+    if (status.type == FileStatus::Type::directory) {
         return fail(ffmpeg::errorText(AVERROR(EISDIR)));
+    }
+    // A FIFO would hold the demuxer until something writes to it.
+    if (!status.isRegular()) {
+        return fail(QStringLiteral("Not a regular file"));
     }
     // Only the file itself: a playlist or reference file in the music folder
     // must not make the demuxer reach out anywhere else.
     AVDictionary* options = nullptr;
     av_dict_set(&options, "protocol_whitelist", "file", 0);
     AVFormatContext* raw = nullptr;
-    const QByteArray url = "file:" + QFile::encodeName(path);
+    const QByteArray url = "file:" + NativeFileName::encode(path);
     int result = avformat_open_input(&raw, url.constData(), nullptr, &options);
     av_dict_free(&options);
     if (result < 0) {

@@ -3,6 +3,8 @@
 #include <QFile>
 #include <QtEndian>
 
+#include "FileStatus.h"
+
 namespace {
 
 // The first frame has to start this close to the end of the tags; the
@@ -84,8 +86,8 @@ std::optional<Mp3InfoTag> parseMp3InfoTag(const QByteArray& audio) {
 }
 
 std::optional<Mp3InfoTag> readMp3InfoTag(const QString& path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    QFile file;
+    if (openRegularFile(file, path)) {
         return std::nullopt;
     }
     // Skip every ID3v2 tag; each states its size as a 28-bit syncsafe number.

@@ -30,6 +30,7 @@
 #include <taglib/wavpackfile.h>
 #include <taglib/xiphcomment.h>
 
+#include "NativeFileName.h"
 #include "PlaybackLog.h"
 
 namespace {
@@ -430,7 +431,7 @@ TagFields infoFields(const TagLib::RIFF::Info::Tag* tag) {
 
 TagLib::FileRef open(const QString& path) {
     routeTagLibMessages();
-    const QByteArray name = QFile::encodeName(path);
+    const QByteArray name = NativeFileName::encode(path);
     TagLib::FileRef ref(name.constData(), false);
     if (ref.isNull() || !ref.file()->isValid()) {
         qCDebug(lcPlayback) << "no readable tag in" << path;

@@ -186,22 +186,17 @@ std::optional<qint64> mp3HeaderLength(const Input& input, const QString& path) {
         return std::nullopt;
     }
     const int rate = input.sampleRate();
-    const qint64 coded = tag->frames * tag->samplesPerFrame;
-    if (toSamples(stream->duration, stream->time_base, rate) != coded) {
+    if (toSamples(stream->duration, stream->time_base, rate) != tag->codedLength()) {
         return std::nullopt;
-    }
-    if (!tag->delay) {
-        return coded;
     }
     // The demuxer drops the delay plus the layer III decoder's own 529
     // samples at the start, and at the end whatever padding exceeds those 529.
-    constexpr int kDecoderDelay = 529;
-    const qint64 start = *tag->delay + kDecoderDelay;
-    if (stream->start_time == AV_NOPTS_VALUE ||
-        toSamples(stream->start_time, stream->time_base, rate) != start) {
+    if (tag->delay && (stream->start_time == AV_NOPTS_VALUE ||
+                       toSamples(stream->start_time, stream->time_base, rate) !=
+                           *tag->delay + Mp3InfoTag::kDecoderDelay)) {
         return std::nullopt;
     }
-    return std::max<qint64>(0, coded - start - std::max(0, *tag->padding - kDecoderDelay));
+    return tag->decodedLength();
 }
 
 qint64 measureLength(const Input& input, const QString& path) {

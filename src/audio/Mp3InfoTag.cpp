@@ -2,6 +2,7 @@
 
 #include <QFile>
 #include <QtEndian>
+#include <algorithm>
 
 #include "FileStatus.h"
 
@@ -12,6 +13,7 @@ namespace {
 constexpr int kSearchWindow = 4096;
 // Room for the longest layer III frame header plus its Xing/VBRI header.
 constexpr int kHeaderRoom = 256;
+static_assert(kMp3InfoTagSpan == kSearchWindow + kHeaderRoom);
 
 quint32 be32(const QByteArray& bytes, qsizetype at) {
     return qFromBigEndian<quint32>(bytes.constData() + at);
@@ -37,6 +39,14 @@ std::optional<FrameHeader> layer3Header(quint32 word) {
 }
 
 }  // namespace
+
+qint64 Mp3InfoTag::decodedLength() const {
+    if (!delay) {
+        return codedLength();
+    }
+    return std::max<qint64>(0, codedLength() - (*delay + kDecoderDelay) -
+                                   std::max(0, padding.value_or(0) - kDecoderDelay));
+}
 
 std::optional<Mp3InfoTag> parseMp3InfoTag(const QByteArray& audio) {
     const qsizetype limit = std::min<qsizetype>(audio.size() - kHeaderRoom, kSearchWindow);
@@ -111,5 +121,5 @@ std::optional<Mp3InfoTag> readMp3InfoTag(const QString& path) {
     if (!file.seek(offset)) {
         return std::nullopt;
     }
-    return parseMp3InfoTag(file.read(kSearchWindow + kHeaderRoom));
+    return parseMp3InfoTag(file.read(kMp3InfoTagSpan));
 }

@@ -1,7 +1,5 @@
 #include "AudioFile.h"
 
-#include <QFile>
-#include <QFileInfo>
 #include <QLoggingCategory>
 #include <QtEndian>
 #include <algorithm>
@@ -10,7 +8,9 @@
 #include <vector>
 
 #include "FfmpegHandles.h"
+#include "FileStatus.h"
 #include "Mp3InfoTag.h"
+#include "NativeFileName.h"
 
 extern "C" {
 #include <libavutil/channel_layout.h>
@@ -69,19 +69,23 @@ std::optional<Input> openInput(const QString& path, QString* error) {
     };
     static std::once_flag routeLog;
     std::call_once(routeLog, [] { av_log_set_callback(forwardLibraryLog); });
-    const QFileInfo info(path);
-    if (!info.exists()) {
+    const FileStatus status = FileStatus::of(path);
+    if (!status.exists()) {
         return fail(ffmpeg::errorText(AVERROR(ENOENT)));
     }
-    if (info.isDir()) {
+    if (status.type == FileStatus::Type::directory) {
         return fail(ffmpeg::errorText(AVERROR(EISDIR)));
+    }
+    // A FIFO would hold the demuxer until something writes to it.
+    if (!status.isRegular()) {
+        return fail(QStringLiteral("Not a regular file"));
     }
     // Only the file itself: a playlist or reference file in the music folder
     // must not make the demuxer reach out anywhere else.
     AVDictionary* options = nullptr;
     av_dict_set(&options, "protocol_whitelist", "file", 0);
     AVFormatContext* raw = nullptr;
-    const QByteArray url = "file:" + QFile::encodeName(path);
+    const QByteArray url = "file:" + NativeFileName::encode(path);
     int result = avformat_open_input(&raw, url.constData(), nullptr, &options);
     av_dict_free(&options);
     if (result < 0) {
@@ -182,22 +186,17 @@ std::optional<qint64> mp3HeaderLength(const Input& input, const QString& path) {
         return std::nullopt;
     }
     const int rate = input.sampleRate();
-    const qint64 coded = tag->frames * tag->samplesPerFrame;
-    if (toSamples(stream->duration, stream->time_base, rate) != coded) {
+    if (toSamples(stream->duration, stream->time_base, rate) != tag->codedLength()) {
         return std::nullopt;
-    }
-    if (!tag->delay) {
-        return coded;
     }
     // The demuxer drops the delay plus the layer III decoder's own 529
     // samples at the start, and at the end whatever padding exceeds those 529.
-    constexpr int kDecoderDelay = 529;
-    const qint64 start = *tag->delay + kDecoderDelay;
-    if (stream->start_time == AV_NOPTS_VALUE ||
-        toSamples(stream->start_time, stream->time_base, rate) != start) {
+    if (tag->delay && (stream->start_time == AV_NOPTS_VALUE ||
+                       toSamples(stream->start_time, stream->time_base, rate) !=
+                           *tag->delay + Mp3InfoTag::kDecoderDelay)) {
         return std::nullopt;
     }
-    return std::max<qint64>(0, coded - start - std::max(0, *tag->padding - kDecoderDelay));
+    return tag->decodedLength();
 }
 
 qint64 measureLength(const Input& input, const QString& path) {

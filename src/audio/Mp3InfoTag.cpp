@@ -2,6 +2,9 @@
 
 #include <QFile>
 #include <QtEndian>
+#include <algorithm>
+
+#include "FileStatus.h"
 
 namespace {
 
@@ -10,6 +13,7 @@ namespace {
 constexpr int kSearchWindow = 4096;
 // Room for the longest layer III frame header plus its Xing/VBRI header.
 constexpr int kHeaderRoom = 256;
+static_assert(kMp3InfoTagSpan == kSearchWindow + kHeaderRoom);
 
 quint32 be32(const QByteArray& bytes, qsizetype at) {
     return qFromBigEndian<quint32>(bytes.constData() + at);
@@ -35,6 +39,14 @@ std::optional<FrameHeader> layer3Header(quint32 word) {
 }
 
 }  // namespace
+
+qint64 Mp3InfoTag::decodedLength() const {
+    if (!delay) {
+        return codedLength();
+    }
+    return std::max<qint64>(0, codedLength() - (*delay + kDecoderDelay) -
+                                   std::max(0, padding.value_or(0) - kDecoderDelay));
+}
 
 std::optional<Mp3InfoTag> parseMp3InfoTag(const QByteArray& audio) {
     const qsizetype limit = std::min<qsizetype>(audio.size() - kHeaderRoom, kSearchWindow);
@@ -84,8 +96,8 @@ std::optional<Mp3InfoTag> parseMp3InfoTag(const QByteArray& audio) {
 }
 
 std::optional<Mp3InfoTag> readMp3InfoTag(const QString& path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    QFile file;
+    if (openRegularFile(file, path)) {
         return std::nullopt;
     }
     // Skip every ID3v2 tag; each states its size as a 28-bit syncsafe number.
@@ -109,5 +121,5 @@ std::optional<Mp3InfoTag> readMp3InfoTag(const QString& path) {
     if (!file.seek(offset)) {
         return std::nullopt;
     }
-    return parseMp3InfoTag(file.read(kSearchWindow + kHeaderRoom));
+    return parseMp3InfoTag(file.read(kMp3InfoTagSpan));
 }

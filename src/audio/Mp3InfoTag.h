@@ -16,7 +16,19 @@ struct Mp3InfoTag {
     // states them.
     std::optional<int> delay;
     std::optional<int> padding;
+
+    // A layer III decoder yields this many samples before the first coded one.
+    static constexpr int kDecoderDelay = 529;
+
+    qint64 codedLength() const { return frames * samplesPerFrame; }
+    // The samples a decoder hands out once the encoder's delay and padding
+    // are trimmed (with its own delay, which the padding covers first): the
+    // length played.
+    qint64 decodedLength() const;
 };
+
+// How many bytes after the ID3v2 tags hold the tag, if anywhere.
+inline constexpr int kMp3InfoTagSpan = 4096 + 256;
 
 // Reads the tag from the start of a file; nullopt when there is none (or the
 // file does not start with ID3v2 tags followed by an MPEG audio layer III frame).

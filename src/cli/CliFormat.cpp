@@ -2,7 +2,10 @@
 
 #include <cmath>
 
+#include "NativeFileName.h"
+
 QString cliEscaped(QString value) {
+    value = NativeFileName::forDisplay(value);
     value.replace(QLatin1Char('\\'), QLatin1String("\\\\"));
     value.replace(QLatin1Char('\n'), QLatin1String("\\n"));
     value.replace(QLatin1Char('\r'), QLatin1String("\\r"));

@@ -3,6 +3,7 @@
 
 #include "CliCommand.h"
 #include "CliFormat.h"
+#include "FileStatus.h"
 #include "TagReader.h"
 #include "Track.h"
 
@@ -35,12 +36,18 @@ int runInfoCommand(const QStringList& arguments) {
     bool printedAny = false;
     for (const QString& argument : arguments) {
         const QFileInfo file(argument);
+        const FileStatus status = FileStatus::of(argument);
+        if (status.isSpecial()) {
+            exitCode =
+                cliFail(QStringLiteral("%1 is not a regular file").arg(cliEscaped(argument)));
+            continue;
+        }
         TrackPtr track;
-        if (file.isFile()) {
+        if (status.isRegular()) {
             track = Track::fromFile(file.fileName(), file.absolutePath());
         }
         if (!track) {
-            exitCode = cliFail(QStringLiteral("no file at %1").arg(argument));
+            exitCode = cliFail(QStringLiteral("no file at %1").arg(cliEscaped(argument)));
             continue;
         }
         if (printedAny) {

@@ -7,6 +7,9 @@
 
 #include "AppDirectories.h"
 #include "CliCommand.h"
+#include "CliFormat.h"
+#include "DirectoryListing.h"
+#include "FileStatus.h"
 #include "PlaybackManager.h"
 #include "SystemMediaIntegration.h"
 #include "Track.h"
@@ -33,8 +36,8 @@ public:
     }
     void didChangeTrack(TrackPtr track) override {
         if (track) {
-            cliOut() << "track: " << track->fileName << " (" << track->title << " - "
-                     << track->artist << ")" << Qt::endl;
+            cliOut() << "track: " << cliEscaped(track->fileName) << " (" << cliEscaped(track->title)
+                     << " - " << cliEscaped(track->artist) << ")" << Qt::endl;
         }
     }
     void didChangeCurrentTime(PlaybackManager&, double seconds) override {
@@ -52,8 +55,7 @@ private:
 // The queue a first visit of the track list would give: every entry of the
 // music folder, ordered by lower-cased file name.
 QList<TrackPtr> allTracks(const QString& directory) {
-    QStringList names = QDir(directory).entryList(
-        QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System, QDir::Unsorted);
+    QStringList names = DirectoryListing::of(directory).names;
     std::stable_sort(names.begin(), names.end(),
                      [](const QString& a, const QString& b) { return a.toLower() < b.toLower(); });
     QList<TrackPtr> tracks;
@@ -86,7 +88,10 @@ int runPlayCommand(const QStringList& arguments) {
         for (const QString& name : arguments) {
             TrackPtr track = Track::fromFile(name, directory);
             if (!track) {
-                return cliFail(QStringLiteral("no file \"%1\" in %2").arg(name, directory));
+                const bool special = FileStatus::of(QDir(directory).filePath(name)).isSpecial();
+                const QString text = special ? QStringLiteral("\"%1\" in %2 is not a regular file")
+                                             : QStringLiteral("no file \"%1\" in %2");
+                return cliFail(text.arg(cliEscaped(name), directory));
             }
             queue.append(track);
         }

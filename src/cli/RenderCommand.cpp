@@ -5,6 +5,7 @@
 
 #include "AudioFile.h"
 #include "CliCommand.h"
+#include "FileStatus.h"
 #include "OfflineAudioOutput.h"
 #include "PlaybackManager.h"
 #include "UserDefaults.h"
@@ -172,17 +173,36 @@ int runRenderCommand(const QStringList& arguments) {
     if (!file) {
         return cliFail(QStringLiteral("cannot read %1: %2").arg(options.input, error));
     }
-    // Positions in the file go through the same arithmetic as a seek.
-    const qint64 startingFrame = qint64(file->sampleRate() * options.start);
-    if (startingFrame >= file->length() && file->length() > 0) {
+    // The output is truncated before the input is read to its end: writing
+    // over the input, under whatever name, would leave silence in its place.
+    if (FileStatus::of(options.output).isSameFileAs(FileStatus::of(options.input))) {
+        return cliFail(QStringLiteral("%1 is the input file itself; render into another file")
+                           .arg(options.output));
+    }
+    // Checked in floating point before any conversion: a number of frames
+    // beyond the file's length could be beyond what a 64-bit integer holds.
+    const double length = double(file->length());
+    const double startFrame = std::floor(file->sampleRate() * options.start);
+    if (startFrame >= length && (length > 0 || options.start > 0)) {
         return cliFail(QStringLiteral("--start %1 is past the end of %2 (%3 s)")
                            .arg(options.start)
                            .arg(options.input)
                            .arg(file->durationSeconds(), 0, 'f', 3));
     }
+    // Positions in the file go through the same arithmetic as a seek.
+    const auto startingFrame = qint64(startFrame);
     qint64 frames = file->length() - startingFrame;
     if (options.duration) {
-        frames = std::min(frames, qint64(file->sampleRate() * *options.duration));
+        const double wanted = std::floor(file->sampleRate() * *options.duration);
+        if (wanted > double(frames)) {
+            return cliFail(QStringLiteral("--duration %1 runs past the end of %2: %3 s are left "
+                                          "after --start %4")
+                               .arg(*options.duration)
+                               .arg(options.input)
+                               .arg(double(frames) / file->sampleRate(), 0, 'f', 3)
+                               .arg(options.start));
+        }
+        frames = qint64(wanted);
     }
 
     // A render sounds as the player would with the user's own settings; a

@@ -11,6 +11,7 @@
 #include "CliCommand.h"
 #include "Commands.h"
 #include "Localization.h"
+#include "NativeFileName.h"
 
 QTextStream& cliOut() {
     static QTextStream stream(stdout);
@@ -89,7 +90,13 @@ int main(int argc, char** argv) {
     QCoreApplication::setApplicationName("corvantis");
     Localization::install();
 
-    QStringList arguments = QCoreApplication::arguments().mid(1);
+    // From the bytes themselves: a file name that is not UTF-8 must still name
+    // its file (QCoreApplication::arguments() would lose those bytes). The
+    // application object has taken out the options it knows by now.
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i) {
+        arguments.append(NativeFileName::decode(QByteArray(argv[i])));
+    }
     if (arguments.isEmpty()) {
         return usage(commands, false);
     }

@@ -4,7 +4,9 @@
 #include <QStringList>
 
 // The entries of one directory in the order the file system gives them, all of
-// them (hidden ones and subdirectories too), without "." and "..".
+// them (hidden ones and subdirectories too), without "." and ".." and without
+// FIFOs, sockets and devices, which no reader may open. Names keep their bytes
+// (NativeFileName), so one that is not UTF-8 can still be opened.
 struct DirectoryListing {
     bool ok = false;
     QStringList names;

@@ -10,7 +10,8 @@ namespace {
 Q_LOGGING_CATEGORY(lcLibraryIndex, "corvantis.collection.index")
 
 // Bumped whenever what is stored per file changes; an older index is dropped.
-constexpr int kSchemaVersion = 1;
+// 2: lengths are the decoder's, no longer TagLib's milliseconds.
+constexpr int kSchemaVersion = 2;
 
 constexpr auto kSchema = R"(
 CREATE TABLE IF NOT EXISTS files (

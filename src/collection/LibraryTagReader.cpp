@@ -31,6 +31,9 @@
 #include <taglib/wavpackfile.h>
 #include <taglib/xiphcomment.h>
 
+#include "AudioFile.h"
+#include "Mp3InfoTag.h"
+
 namespace {
 
 // A read-only file for TagLib that answers its many small seeks and reads
@@ -328,12 +331,12 @@ bool readDirectly(TagLib::File* file, TagValues& values) {
     return true;
 }
 
-// The length in milliseconds of an Ogg Vorbis or Opus stream as TagLib's
-// properties give it, from the granule positions of its first and last pages
+// The length in seconds of an Ogg Vorbis or Opus stream, as the decoder
+// plays it, from the granule positions of its first and last pages
 // and the rate of the identification header; nothing for other streams.
 // TagLib's properties also reassemble every header packet, the comment with
 // its covers included, for a bitrate the library does not keep.
-std::optional<int> oggLength(TagLib::File* file) {
+std::optional<double> oggLength(TagLib::File* file) {
     auto* vorbis = dynamic_cast<TagLib::Ogg::Vorbis::File*>(file);
     auto* opus = dynamic_cast<TagLib::Ogg::Opus::File*>(file);
     if (!vorbis && !opus) {
@@ -358,7 +361,51 @@ std::optional<int> oggLength(TagLib::File* file) {
     if (start < 0 || end < 0 || rate == 0 || end - start - skipped <= 0) {
         return 0;
     }
-    return static_cast<int>((end - start - skipped) * 1000.0 / rate + 0.5);
+    return double(end - start - skipped) / rate;
+}
+
+// The length in seconds a decoder yields, where the header states it to the
+// sample: the frame count of a lossless stream, the Xing/Info header of an MP3
+// less the encoder delay and padding of its LAME tag. TagLib's own length is
+// rounded to milliseconds and keeps the delay and padding in; the tracks of
+// the music folder are measured by the decoder, and both must agree. Read
+// from the headers TagLib has just parsed, it costs next to nothing, where
+// opening the decoder would cost more than reading the tags.
+std::optional<double> exactLength(TagLib::File* file, TagLib::IOStream& stream) {
+    const auto seconds = [](qint64 frames, int rate) -> std::optional<double> {
+        if (rate <= 0) {
+            return std::nullopt;
+        }
+        return double(frames) / rate;
+    };
+    if (auto* mpeg = dynamic_cast<TagLib::MPEG::File*>(file)) {
+        const long offset = mpeg->firstFrameOffset();
+        if (offset < 0 || !mpeg->audioProperties()) {
+            return std::nullopt;
+        }
+        stream.seek(offset, TagLib::IOStream::Beginning);
+        const TagLib::ByteVector bytes = stream.readBlock(kMp3InfoTagSpan);
+        const std::optional<Mp3InfoTag> tag =
+            parseMp3InfoTag(QByteArray(bytes.data(), qsizetype(bytes.size())));
+        if (!tag) {
+            return std::nullopt;
+        }
+        return seconds(tag->decodedLength(), mpeg->audioProperties()->sampleRate());
+    }
+    if (auto* flac = dynamic_cast<TagLib::FLAC::File*>(file); flac && flac->audioProperties()) {
+        const TagLib::FLAC::Properties* properties = flac->audioProperties();
+        return seconds(qint64(properties->sampleFrames()), properties->sampleRate());
+    }
+    if (auto* wav = dynamic_cast<TagLib::RIFF::WAV::File*>(file); wav && wav->audioProperties()) {
+        return seconds(wav->audioProperties()->sampleFrames(),
+                       wav->audioProperties()->sampleRate());
+    }
+    if (auto* aiff = dynamic_cast<TagLib::RIFF::AIFF::File*>(file);
+        aiff && aiff->audioProperties()) {
+        return seconds(aiff->audioProperties()->sampleFrames(),
+                       aiff->audioProperties()->sampleRate());
+    }
+    return std::nullopt;
 }
 
 QString toQString(const TagLib::String& text) {
@@ -403,7 +450,7 @@ bool readLibraryTags(const QString& absolutePath, IndexedFile& file) {
     const bool ogg = absolutePath.endsWith(QLatin1String(".ogg"), Qt::CaseInsensitive) ||
                      absolutePath.endsWith(QLatin1String(".opus"), Qt::CaseInsensitive);
     TagLib::FileRef ref(&stream, !ogg, TagLib::AudioProperties::Average);
-    std::optional<int> length;
+    std::optional<double> length;
     if (ogg && !ref.isNull()) {
         length = oggLength(ref.file());
     }
@@ -430,8 +477,21 @@ bool readLibraryTags(const QString& absolutePath, IndexedFile& file) {
             file.trackNumber = value;
         }
     }
+    if (!length) {
+        length = exactLength(ref.file(), stream);
+    }
+    if (!length && dynamic_cast<TagLib::MPEG::File*>(ref.file())) {
+        // An MP3 without a Xing header states no length at all, and TagLib's
+        // guess from the bit rate can be off by a factor for a variable one:
+        // the decoder counts its frames, as for the tracks of the music
+        // folder. Other formats keep TagLib's length, close enough to spare
+        // each file a decoder.
+        if (const std::shared_ptr<AudioFile> audio = AudioFile::openForReading(absolutePath)) {
+            length = audio->durationSeconds();
+        }
+    }
     if (length) {
-        file.duration = *length / 1000.0;
+        file.duration = *length;
     } else if (const TagLib::AudioProperties* audio = ref.audioProperties()) {
         file.duration = audio->lengthInMilliseconds() / 1000.0;
     }

@@ -15,5 +15,6 @@ void setStatus(IndexedFile& file, const struct stat& status);
 // no file at the path any more. Fields are
 // those of TagLib's property map (several values joined by " / ", empty
 // values absent), read straight from the format's own tag where that is the
-// one the map would show. Safe to call from several threads at once.
+// one the map would show. The length is the decoder's, as Track measures it.
+// Safe to call from several threads at once.
 bool readLibraryTags(const QString& absolutePath, IndexedFile& file);

@@ -6,6 +6,7 @@
 #include <QUuid>
 
 #include "AppDirectories.h"
+#include "FileStatus.h"
 #include "Log.h"
 #include "TextOrder.h"
 
@@ -62,8 +63,9 @@ std::optional<QString> nameFromInfo(const QString& rest, const QString& id) {
 }  // namespace
 
 std::optional<Playlist> Playlist::fromFile(const QString& fileName, const QString& directory) {
-    QFile file(QDir(directory).filePath(fileName));
-    if (!file.open(QIODevice::ReadOnly)) {
+    // Only regular files: a FIFO among the playlists would block the read.
+    QFile file;
+    if (openRegularFile(file, QDir(directory).filePath(fileName))) {
         return std::nullopt;
     }
     const QByteArray bytes = file.readAll();
@@ -114,11 +116,35 @@ QString Playlist::newId() {
     return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper() + ".m3u8";
 }
 
+QString Playlist::singleLine(QString text) {
+    for (QChar& character : text) {
+        const char16_t unit = character.unicode();
+        if (unit == u'\n' || unit == u'\r' || unit == u'\v' || unit == u'\f' || unit == 0x85 ||
+            character.category() == QChar::Separator_Line ||
+            character.category() == QChar::Separator_Paragraph) {
+            character = QLatin1Char(' ');
+        }
+    }
+    return text;
+}
+
+Playlist Playlist::asWritten() const {
+    Playlist written = *this;
+    written.name = singleLine(name);
+    written.fileNames.clear();
+    for (const QString& fileName : fileNames) {
+        written.fileNames.insert(singleLine(fileName));
+    }
+    return written;
+}
+
 QString Playlist::description() const {
+    const Playlist written = asWritten();
     QString text = QString::fromLatin1(kHeader);
-    text += QLatin1String(kInfoPrefix) + QLatin1String(kNameKey) + QLatin1Char('=') + name +
+    text += QLatin1String(kInfoPrefix) + QLatin1String(kNameKey) + QLatin1Char('=') + written.name +
             QLatin1Char('\n');
-    text += QStringList(fileNames.cbegin(), fileNames.cend()).join(QLatin1Char('\n'));
+    text +=
+        QStringList(written.fileNames.cbegin(), written.fileNames.cend()).join(QLatin1Char('\n'));
     return text;
 }
 

@@ -37,6 +37,13 @@ struct Playlist {
 
     // The text of the playlist's file.
     QString description() const;
+    // The playlist as its file holds it: a line break in a name or file name
+    // would start a line of its own (a phantom member), so each one is a
+    // space there.
+    Playlist asWritten() const;
+    // `text` with every line or paragraph separator (\n, \r, \v, \f, U+0085,
+    // U+2028, U+2029) replaced by a space.
+    static QString singleLine(QString text);
 
     // Identity is the id alone.
     bool operator==(const Playlist& other) const { return id == other.id; }

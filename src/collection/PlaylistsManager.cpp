@@ -6,6 +6,7 @@
 
 #include "Log.h"
 #include "NotificationCenter.h"
+#include "ReplacingFile.h"
 
 PlaylistsManager& PlaylistsManager::shared() {
     static PlaylistsManager manager(playlistsDirectory());
@@ -36,28 +37,26 @@ std::optional<Playlist> PlaylistsManager::playlist(const QString& id) const {
     return *it;
 }
 
-bool PlaylistsManager::savePlaylist(const Playlist& playlist, bool notify) {
-    if (playlist.mediaLibraryItem) {
+bool PlaylistsManager::savePlaylist(const Playlist& requested, bool notify) {
+    if (requested.mediaLibraryItem) {
         systemLog("Can not save Media Library Playlist");
         return false;
     }
-    QFile file(QDir(m_directory).filePath(playlist.id));
-    const QByteArray text = playlist.description().toUtf8();
-    bool written =
-        file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(text) == text.size();
-    written = file.flush() && written;
-    if (!written) {
-        systemLog(QStringLiteral("Error writing playlist file %1: %2")
-                      .arg(file.fileName(), file.errorString()));
+    // What the file holds is what is kept, so a restart reads the same.
+    const Playlist playlist = requested.asWritten();
+    const QString path = QDir(m_directory).filePath(playlist.id);
+    const std::optional<QString> error =
+        ReplacingFile::replace(path, playlist.description().toUtf8());
+    if (error) {
+        systemLog(QStringLiteral("Error writing playlist file %1: %2").arg(path, *error));
     }
-    file.close();
     m_playlists.insert(playlist.id, playlist);
     if (notify) {
         NotificationCenter::defaultCenter().post(
             kPlaylistChangedNotification, nullptr,
             {{QString::fromLatin1(kPlaylistUserInfoKey), QVariant::fromValue(playlist)}});
     }
-    return written;
+    return !error;
 }
 
 std::optional<QString> PlaylistsManager::deletePlaylist(const QString& id, bool mediaLibraryItem) {

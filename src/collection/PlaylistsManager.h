@@ -23,7 +23,9 @@ public:
     const QHash<QString, Playlist>& playlists() const { return m_playlists; }
     std::optional<Playlist> playlist(const QString& id) const;
 
-    // Writes the playlist's file and records it, and posts
+    // Writes the playlist's file (replacing it whole, a symbolic link
+    // included, never writing through one) and records it as written (see
+    // Playlist::asWritten), and posts
     // "PlaylistChangedNotification" when `notify` is set. A library playlist is
     // refused with a log line. A failed write is logged and returned as false;
     // the record is kept in memory all the same, so the screens show what the

@@ -7,6 +7,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSettings>
+#include <algorithm>
 #include <cmath>
 
 #include "AppDirectories.h"
@@ -174,6 +175,55 @@ std::optional<T> typed(const QSettings& settings, const QString& key, QMetaType:
     return value.value<T>();
 }
 
+// Damaged files set aside at most, the newest ones; one more is bound to be
+// the same damage again.
+constexpr int kKeptDamagedCopies = 5;
+
+// The number of a set-aside copy: 1 for "<name>.damaged", n for
+// "<name>.damaged-n"; 0 for any other name.
+int damagedCopyNumber(const QString& entry, const QString& stem) {
+    if (entry == stem) {
+        return 1;
+    }
+    if (!entry.startsWith(stem + QLatin1Char('-'))) {
+        return 0;
+    }
+    bool ok = false;
+    const int number = entry.mid(stem.size() + 1).toInt(&ok);
+    return ok && number >= 2 ? number : 0;
+}
+
+// Moves the damaged file aside under a name of its own, so that an earlier
+// copy is never overwritten, and drops the oldest copies beyond the bound.
+// Returns where it went.
+QString setAside(const QString& filePath) {
+    const QFileInfo info(filePath);
+    const QString stem = info.fileName() + QStringLiteral(".damaged");
+    QDir directory = info.dir();
+    QList<int> numbers;
+    for (const QString& entry :
+         directory.entryList(QDir::Files | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot)) {
+        if (const int number = damagedCopyNumber(entry, stem)) {
+            numbers.append(number);
+        }
+    }
+    const int next =
+        numbers.isEmpty() ? 1 : *std::max_element(numbers.cbegin(), numbers.cend()) + 1;
+    const auto nameOf = [&](int number) {
+        return directory.filePath(number == 1 ? stem : stem + QStringLiteral("-%1").arg(number));
+    };
+    const QString aside = nameOf(next);
+    if (!QFile::rename(filePath, aside)) {
+        QFile::copy(filePath, aside);
+    }
+    for (const int number : std::as_const(numbers)) {
+        if (number <= next - kKeptDamagedCopies) {
+            QFile::remove(nameOf(number));
+        }
+    }
+    return aside;
+}
+
 }  // namespace
 
 UserDefaults& UserDefaults::standard() {
@@ -187,12 +237,10 @@ UserDefaults::UserDefaults(const QString& filePath, QObject* parent) : QObject(p
     if (m_settings->status() == QSettings::FormatError) {
         // Keep the damaged file for the user instead of overwriting it with
         // the next write; the application goes on with defaults.
-        const QString aside = filePath + ".damaged";
-        QFile::remove(aside);
-        QFile::copy(filePath, aside);
+        m_settings.reset();
+        const QString aside = setAside(filePath);
         systemLog(QStringLiteral("Settings file %1 is damaged; kept as %2, starting with defaults")
                       .arg(filePath, aside));
-        m_settings.reset();
         QFile::remove(filePath);
         m_settings = std::make_unique<QSettings>(filePath, typedJsonFormat());
     }
@@ -200,7 +248,9 @@ UserDefaults::UserDefaults(const QString& filePath, QObject* parent) : QObject(p
 
 UserDefaults::~UserDefaults() = default;
 
-QString UserDefaults::filePath() const { return m_settings->fileName(); }
+QString UserDefaults::filePath() const {
+    return m_settings->fileName();
+}
 
 bool UserDefaults::boolForKey(const QString& key) const {
     return typed<bool>(*m_settings, key, QMetaType::Bool).value_or(false);
@@ -238,11 +288,17 @@ std::optional<QVariant> UserDefaults::objectForKey(const QString& key) const {
     return value;
 }
 
-void UserDefaults::setBool(bool value, const QString& key) { write(key, QVariant(value)); }
+void UserDefaults::setBool(bool value, const QString& key) {
+    write(key, QVariant(value));
+}
 
-void UserDefaults::setInteger(qint64 value, const QString& key) { write(key, QVariant(value)); }
+void UserDefaults::setInteger(qint64 value, const QString& key) {
+    write(key, QVariant(value));
+}
 
-void UserDefaults::setFloat(float value, const QString& key) { write(key, QVariant(value)); }
+void UserDefaults::setFloat(float value, const QString& key) {
+    write(key, QVariant(value));
+}
 
 void UserDefaults::setString(const QString& value, const QString& key) {
     write(key, QVariant(value));

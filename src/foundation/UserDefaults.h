@@ -15,7 +15,9 @@ class QSettings;
 // keeps its type across a restart (a float stays a float, an integer an
 // integer), and a typed getter reads a value of any other type as absent.
 // Every write reaches the disk atomically before the setter returns, so a crash
-// never loses the file. A damaged file is set aside, not overwritten.
+// never loses the file. A damaged file is set aside under a name of its own
+// ("<file>.damaged", then "<file>.damaged-2", ...; the newest five are kept),
+// not overwritten.
 class UserDefaults : public QObject {
     Q_OBJECT
 

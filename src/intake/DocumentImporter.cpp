@@ -3,16 +3,19 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 
 #include "AppDirectories.h"
+#include "FileStatus.h"
 #include "Log.h"
+#include "ReplacingFile.h"
 
 namespace {
 
 constexpr qint64 copyChunkBytes = 1024 * 1024;
 
-// Steps d to h of one file; the error's words when one fails.
+// One file into the music folder; the error's words when it fails. The
+// source is opened before anything is replaced: the picker hands over the
+// user's own files, so an old file goes only once its successor can be read.
 std::optional<QString> importOne(const QUrl& url, const QString& fileName, int& imported,
                                  int& replaced) {
     const QString target =
@@ -21,42 +24,41 @@ std::optional<QString> importOne(const QUrl& url, const QString& fileName, int& 
     if (!QFileInfo::exists(target) && !QDir().mkpath(target)) {
         return QStringLiteral("The folder \u201cDownloaded Music\u201d couldn\u2019t be created.");
     }
-    if (QFileInfo::exists(destination)) {
-        // Counted before the removal, so a failed removal counts too.
-        ++replaced;
-        QFile old(destination);
-        if (!old.remove()) {
-            return old.errorString();
-        }
-    }
     if (!url.isLocalFile()) {
         return QStringLiteral("The file \u201c%1\u201d isn\u2019t a local file.").arg(fileName);
     }
-    QFile source(url.toLocalFile());
-    if (QFileInfo(source).isDir() || !source.open(QIODevice::ReadOnly)) {
-        return source.errorString().isEmpty()
-                   ? QStringLiteral("The file \u201c%1\u201d couldn\u2019t be opened.")
-                         .arg(fileName)
-                   : source.errorString();
+    const QString sourcePath = url.toLocalFile();
+    QFile source;
+    if (const std::optional<QString> error = openRegularFile(source, sourcePath)) {
+        return *error;
+    }
+    const FileStatus existing = FileStatus::of(destination);
+    if (existing.exists()) {
+        // Counted before the replacement, so a failed one counts too.
+        ++replaced;
+    }
+    // The file is already there, under this very name: copying it onto
+    // itself would empty it.
+    if (existing.isSameFileAs(FileStatus::of(sourcePath))) {
+        ++imported;
+        return std::nullopt;
     }
     // Written under a temporary name and renamed at the end, so a failure
-    // halfway leaves no partial file under the name.
-    QSaveFile copy(destination);
-    if (!copy.open(QIODevice::WriteOnly)) {
+    // halfway leaves the old file, or none, under the name.
+    ReplacingFile copy(destination);
+    if (!copy.open()) {
         return copy.errorString();
     }
     QByteArray buffer(copyChunkBytes, Qt::Uninitialized);
     while (true) {
         const qint64 read = source.read(buffer.data(), buffer.size());
         if (read < 0) {
-            copy.cancelWriting();
             return source.errorString();
         }
         if (read == 0) {
             break;
         }
-        if (copy.write(buffer.constData(), read) != read) {
-            copy.cancelWriting();
+        if (!copy.write(buffer.constData(), read)) {
             return copy.errorString();
         }
     }

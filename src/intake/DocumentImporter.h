@@ -15,6 +15,9 @@ public:
 // Copies picked files into the music folder. A taken name is replaced, not
 // renamed; each failure is told at once, then one "Import Result" message with
 // the counts, in every case. Files are streamed, never held whole in memory.
+// An old file stays until its successor is written whole: a source that cannot
+// be read (missing, a directory, a FIFO) leaves it alone, and a source that is
+// that very file (picked from the music folder) is counted and left as it is.
 void importDocuments(const QList<QUrl>& urls, MessagePresenter& presenter);
 
 // The picker was closed without a choice: one log line, nothing else.

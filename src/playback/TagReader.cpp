@@ -3,6 +3,7 @@
 #include <QFile>
 #include <QHash>
 #include <QStringList>
+#include <algorithm>
 #include <mutex>
 
 #include <taglib/aifffile.h>
@@ -30,6 +31,7 @@
 #include <taglib/wavpackfile.h>
 #include <taglib/xiphcomment.h>
 
+#include "NativeFileName.h"
 #include "PlaybackLog.h"
 
 namespace {
@@ -99,7 +101,17 @@ std::optional<QString> id3v2Text(const TagLib::ID3v2::Tag& tag, const char* fram
     if (!text) {
         return std::nullopt;
     }
-    return joined(text->fieldList());
+    // TagLib drops UTF-8 text that does not decode, leaving nothing of a
+    // frame that held more than its encoding byte and terminator: that is a
+    // frame without a usable text, not an empty one, so the tags below it or
+    // the file name take its place.
+    const TagLib::StringList fields = text->fieldList();
+    if (text->textEncoding() == TagLib::String::UTF8 && text->size() > 2 &&
+        std::all_of(fields.begin(), fields.end(),
+                    [](const TagLib::String& field) { return field.isEmpty(); })) {
+        return std::nullopt;
+    }
+    return joined(fields);
 }
 
 TagFields id3v2Fields(const TagLib::ID3v2::Tag* tag) {
@@ -430,7 +442,7 @@ TagFields infoFields(const TagLib::RIFF::Info::Tag* tag) {
 
 TagLib::FileRef open(const QString& path) {
     routeTagLibMessages();
-    const QByteArray name = QFile::encodeName(path);
+    const QByteArray name = NativeFileName::encode(path);
     TagLib::FileRef ref(name.constData(), false);
     if (ref.isNull() || !ref.file()->isValid()) {
         qCDebug(lcPlayback) << "no readable tag in" << path;

@@ -11,6 +11,8 @@
 
 #include "AppDirectories.h"
 #include "AudioFile.h"
+#include "FileStatus.h"
+#include "NativeFileName.h"
 #include "PlaybackLog.h"
 #include "TagReader.h"
 #include "TextOrder.h"
@@ -92,19 +94,22 @@ std::optional<QImage> thumbnailFrom(const QImage& picture) {
 
 TrackPtr Track::fromFile(const QString& fileName, const QString& directory) {
     const QString path = QDir(directory).filePath(fileName);
-    if (!QFileInfo::exists(path)) {
+    const FileStatus status = FileStatus::of(path);
+    // A FIFO, socket or device is never opened: reading one can wait forever.
+    if (!status.exists() || status.isSpecial()) {
         return nullptr;
     }
     auto track = std::make_shared<Track>();
     track->fileName = fileName;
     // Each field falls back on its own; a field that is there but empty stays
     // empty.
-    const TagFields tag = TagReader::readFields(path);
-    track->title = tag.title.value_or(fileName);
+    const TagFields tag = status.isRegular() ? TagReader::readFields(path) : TagFields{};
+    track->title = tag.title.value_or(NativeFileName::forDisplay(fileName));
     track->album = tag.album.value_or(kUnknownAlbum);
     track->artist = tag.artist.value_or(kUnknownArtist);
     track->albumArtist = tag.albumArtist.value_or(kNotAvailable);
-    track->duration = measuredDuration(path);
+    track->duration =
+        status.isRegular() ? measuredDuration(path) : std::numeric_limits<double>::quiet_NaN();
     return track;
 }
 

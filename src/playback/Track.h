@@ -36,7 +36,8 @@ struct MediaItem {
 // the user's music library. Never persisted.
 class Track {
 public:
-    // A file track for `fileName` inside `directory`; nullptr when no file is there.
+    // A file track for `fileName` inside `directory`; nullptr when no file is
+    // there, or a FIFO, socket or device. Only regular files are read.
     static TrackPtr fromFile(const QString& fileName, const QString& directory);
     // A library track; nullptr when the item has no asset URL.
     static TrackPtr fromMediaItem(const MediaItem& item);

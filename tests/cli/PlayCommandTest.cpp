@@ -1,4 +1,8 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <QFile>
+#include <cstdio>
 
 #include <QDir>
 #include <QProcessEnvironment>
@@ -12,7 +16,7 @@ namespace {
 
 // Plays through SDL's dummy device, which consumes audio in real time without
 // a sound card, and without a session bus.
-ProcessRun play(const QStringList& arguments) {
+QProcessEnvironment playEnvironment() {
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert("SDL_AUDIODRIVER", "dummy");
     environment.remove("DBUS_SESSION_BUS_ADDRESS");
@@ -20,7 +24,17 @@ ProcessRun play(const QStringList& arguments) {
     environment.insert("XDG_RUNTIME_DIR", testHome());
     // A stream role forced from outside wins over the player's own.
     environment.insert("SDL_AUDIO_DEVICE_STREAM_ROLE", "game");
-    return runProcess(CORVANTIS_CLI, QStringList{"play"} + arguments, 20000, environment);
+    return environment;
+}
+
+ProcessRun play(const QStringList& arguments) {
+    return runProcess(CORVANTIS_CLI, QStringList{"play"} + arguments, 20000, playEnvironment());
+}
+
+// Arguments as the shell gives them, bytes that are not UTF-8 included.
+ProcessRun playFromShell(const QString& arguments) {
+    return runProcess("/bin/sh", {"-c", "exec \"$0\" play " + arguments, CORVANTIS_CLI}, 20000,
+                      playEnvironment());
 }
 
 }  // namespace
@@ -57,4 +71,31 @@ TEST(PlayCommand, AnEmptyFolderSaysWhereMusicGoesAndNamesNotInItAreRefused) {
     EXPECT_EQ(refused.exitCode, 2);
     EXPECT_TRUE(refused.err.contains("nothing-here.mp3")) << refused.err.toStdString();
     EXPECT_EQ(play({}).exitCode, 2);
+}
+
+// A name that is not UTF-8 plays, by --all and by its own bytes; a line break
+// in a name is escaped, one item a line; a FIFO is refused, never waited on.
+TEST(PlayCommand, NamesThatAreNotUtf8PlayAndFifosAreRefused) {
+    const QByteArray music = QFile::encodeName(downloadedMusicDirectory());
+    const QString first = writeSineFile("first.wav", 44100, 2205, 440.0, 0.2);
+    const QString second = writeSineFile("second.wav", 44100, 2205, 440.0, 0.2);
+    ASSERT_EQ(::rename(QFile::encodeName(first), music + "/caf\xe9.wav"), 0);
+    ASSERT_EQ(::rename(QFile::encodeName(second), music + "/two\nlines.wav"), 0);
+    ASSERT_EQ(::mkfifo(music + "/x.mp3", 0600), 0);
+
+    const ProcessRun all = play({"--all"});
+    ASSERT_EQ(all.exitCode, 0) << all.err.toStdString();
+    EXPECT_EQ(all.out.split('\n').filter(QRegularExpression("^track: ")),
+              (QStringList{"track: caf\uFFFD.wav (caf\uFFFD.wav - Unknown Artist)",
+                           "track: two\\nlines.wav (two\\nlines.wav - Unknown Artist)"}));
+
+    const ProcessRun named = playFromShell("\"$(printf 'caf\\351.wav')\"");
+    ASSERT_EQ(named.exitCode, 0) << named.err.toStdString();
+    EXPECT_TRUE(named.out.contains("track: caf\uFFFD.wav")) << named.out.toStdString();
+
+    const ProcessRun fifo = play({"x.mp3"});
+    EXPECT_EQ(fifo.exitCode, 2);
+    EXPECT_TRUE(
+        fifo.err.contains("\"x.mp3\" in " + downloadedMusicDirectory() + " is not a regular file"))
+        << fifo.err.toStdString();
 }

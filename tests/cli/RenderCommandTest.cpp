@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <QDir>
 #include <QDirIterator>
@@ -114,6 +115,10 @@ TEST(RenderCommand, BadInputGivesOneLineAndAnErrorCode) {
                              {"--main-gains", "1,2,3", in, out},
                              {"--start", "-1", in, out},
                              {"--start", "5", in, out},
+                             {"--start", "1e300", in, out},
+                             {"--start", "1e18", in, out},
+                             {"--duration", "3e14", in, out},
+                             {"--start", "0.05", "--duration", "0.06", in, out},
                              {"--bogus", "1", in, out},
                              {in},
                              {in, testHome() + "/no/such/dir/out.wav"}};
@@ -125,6 +130,7 @@ TEST(RenderCommand, BadInputGivesOneLineAndAnErrorCode) {
         EXPECT_EQ(run.exitCode, 2) << arguments.join(' ').toStdString();
         EXPECT_EQ(run.err.trimmed().count('\n'), 0) << run.err.toStdString();
         EXPECT_TRUE(run.err.startsWith("corvantis-cli: ")) << run.err.toStdString();
+        EXPECT_FALSE(QFile::exists(out)) << arguments.join(' ').toStdString();
         if (model.contains(arguments.mid(0, 2))) {
             EXPECT_TRUE(run.err.contains(arguments.first())) << run.err.toStdString();
         }
@@ -132,6 +138,25 @@ TEST(RenderCommand, BadInputGivesOneLineAndAnErrorCode) {
     // An output that cannot seek is streamed to.
     const ProcessRun run = render({in, "/dev/null"});
     EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
+}
+
+// Rendering into the input, by any of its names, would leave silence where
+// the music was.
+TEST(RenderCommand, RefusesToWriteOverItsInput) {
+    const QString in = writePatternFile("in.wav", 44100, 4410);
+    const QByteArray original = readFile(in);
+    const QString symbolic = QDir(testHome()).filePath("symbolic.wav");
+    const QString hard = QDir(testHome()).filePath("hard.wav");
+    ASSERT_TRUE(QFile::link(in, symbolic));
+    ASSERT_EQ(::link(QFile::encodeName(in), QFile::encodeName(hard)), 0);
+    for (const QString& out : {in, symbolic, hard}) {
+        const ProcessRun run = render({in, out});
+        EXPECT_EQ(run.exitCode, 2) << out.toStdString();
+        EXPECT_TRUE(run.err.contains("is the input file")) << run.err.toStdString();
+        EXPECT_EQ(readFile(in), original);
+    }
+    EXPECT_EQ(
+        render({"--duration", "0.05", symbolic, QDir(testHome()).filePath("out.wav")}).exitCode, 0);
 }
 
 TEST(RenderSound, ModelOptionsSetTheSameGainsAsTheApplication) {

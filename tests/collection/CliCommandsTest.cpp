@@ -1,6 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <QDir>
+#include <QFile>
+#include <cstdio>
 
 #include "AppDirectories.h"
 #include "CollectionFixtures.h"
@@ -33,6 +37,20 @@ TEST(ScanCommand, ListsTheFolderLowToHighWithTabs) {
                                     "c.wav\tTab\\there\tCee\tUnknown Album\t0.010",
                                 }));
     EXPECT_NE(cli({"scan", "extra"}).exitCode, 0);
+}
+
+// File names are bytes: one that is not UTF-8 is listed (shown with U+FFFD)
+// and read by its own bytes; a FIFO, which a tag reader would wait on
+// forever, is not listed at all.
+TEST(ScanCommand, ListsNamesThatAreNotUtf8AndSkipsFifos) {
+    addMusicFile("song.wav", {.title = "Song"});
+    const QByteArray folder = QFile::encodeName(downloadedMusicDirectory());
+    ASSERT_EQ(::rename(folder + "/song.wav", folder + "/caf\xe9.wav"), 0);
+    ASSERT_EQ(::mkfifo(folder + "/x.mp3", 0600), 0);
+    const ProcessRun run = cli({"scan"});
+    ASSERT_EQ(run.exitCode, 0) << qPrintable(run.err);
+    EXPECT_EQ(outputLines(run),
+              QStringList{"caf\uFFFD.wav\tSong\tUnknown Artist\tUnknown Album\t0.010"});
 }
 
 TEST(PlaylistsCommand, CreateChangeShowAndDeleteThroughTheStore) {

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <QDir>
 #include <QFile>
@@ -109,6 +110,9 @@ TEST(PlaylistsManager, StartUpReadsEveryReadableEntry) {
     writeFile(QDir(playlistsDirectory()).filePath("notes.txt"), "y.mp3\n");
     writeFile(QDir(playlistsDirectory()).filePath("broken"), "\xc3\x28");
     QDir(playlistsDirectory()).mkpath("sub");
+    // Reading a FIFO would wait for a writer forever.
+    ASSERT_EQ(::mkfifo(QFile::encodeName(QDir(playlistsDirectory()).filePath("pipe.m3u8")), 0600),
+              0);
     PlaylistsManager& manager = PlaylistsManager::shared();
     EXPECT_EQ(manager.playlists().size(), 2);
     EXPECT_EQ(manager.playlist("A.m3u8")->fileNames, (Names{"x.mp3"}));
@@ -152,6 +156,47 @@ TEST(PlaylistsManager, SaveWritesRecordsAndNotifiesOnlyWhenAsked) {
     const PlaylistsManager reread(playlistsDirectory());
     EXPECT_EQ(reread.playlists().size(), 1);
     EXPECT_EQ(reread.playlist(playlist.id)->name, "Road");
+}
+
+// A line break in a name or file name would make a member or a name of its own
+// in the file; each separator is a space in the file and in the record.
+TEST(PlaylistsManager, LineBreaksInNamesAreWrittenAsSpaces) {
+    PlaylistsManager& manager = PlaylistsManager::shared();
+    const QList<QChar> separators{u'\n',       u'\r',         u'\v',        u'\f',
+                                  QChar(0x85), QChar(0x2028), QChar(0x2029)};
+    for (const QChar separator : separators) {
+        SCOPED_TRACE(int(separator.unicode()));
+        const QString id = Playlist::newId();
+        const Playlist playlist{id,
+                                QString("Road") + separator + "Trip",
+                                {QString("a.mp3") + separator + "b.mp3", "c.mp3"},
+                                false};
+        EXPECT_TRUE(manager.savePlaylist(playlist, false));
+        const Names expected{"a.mp3 b.mp3", "c.mp3"};
+        EXPECT_EQ(manager.playlist(id)->name, "Road Trip");
+        EXPECT_EQ(manager.playlist(id)->fileNames, expected);
+        const PlaylistsManager reread(playlistsDirectory());
+        EXPECT_EQ(reread.playlist(id)->name, "Road Trip");
+        EXPECT_EQ(reread.playlist(id)->fileNames, expected);
+    }
+}
+
+// A playlist file that is a link must not become a way to overwrite the
+// file it points at.
+TEST(PlaylistsManager, ALinkedPlaylistFileIsReplacedNotWrittenThrough) {
+    const QString victim = QDir(testHome()).filePath("victim.txt");
+    writeFile(victim, "precious");
+    const QString link = QDir(playlistsDirectory()).filePath("link.m3u8");
+    QDir().mkpath(playlistsDirectory());
+    ASSERT_TRUE(QFile::link(victim, link));
+    PlaylistsManager& manager = PlaylistsManager::shared();
+    EXPECT_TRUE(manager.savePlaylist({"link.m3u8", "Mine", {"a.mp3"}, false}, false));
+    EXPECT_EQ(readFile(victim), "precious");
+    EXPECT_FALSE(QFileInfo(link).isSymLink());
+    EXPECT_EQ(readFile(link), "#EXTM3U\n#EXTINF:name=Mine\na.mp3");
+    EXPECT_EQ(QDir(playlistsDirectory()).entryList(QDir::Files | QDir::Hidden),
+              QStringList{"link.m3u8"})
+        << "no temporary file is left behind";
 }
 
 TEST(PlaylistsManager, FailedWriteIsLoggedReportedAndKeptInMemory) {

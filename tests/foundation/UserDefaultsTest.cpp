@@ -89,6 +89,37 @@ TEST(UserDefaults, DamagedFileIsKeptAsideAndDefaultsApply) {
     EXPECT_TRUE(UserDefaults(storePath()).boolForKey("fresh"));
 }
 
+// Each damaged file is somebody's settings: a later one must not overwrite
+// an earlier copy, and only the oldest beyond five go.
+TEST(UserDefaults, EachDamagedFileGetsACopyOfItsOwnAndTheNewestFiveStay) {
+    const auto damage = [](int i) {
+        return QByteArray("{ damaged number ") + QByteArray::number(i);
+    };
+    const auto copy = [](int i) {
+        return storePath() + ".damaged" + (i == 1 ? QString() : QStringLiteral("-%1").arg(i));
+    };
+    for (int i = 1; i <= 7; ++i) {
+        writeFile(storePath(), damage(i));
+        LogCapture log;
+        UserDefaults defaults(storePath());
+        defaults.setInteger(i, "written after");
+        ASSERT_EQ(log.lines().size(), 1);
+        EXPECT_TRUE(log.lines().first().endsWith(
+            QStringLiteral("kept as %1, starting with defaults").arg(copy(i))))
+            << log.lines().first().toStdString();
+        if (i == 2) {
+            EXPECT_EQ(readFile(copy(1)), damage(1));
+            EXPECT_EQ(readFile(copy(2)), damage(2));
+        }
+    }
+    for (int i = 1; i <= 7; ++i) {
+        EXPECT_EQ(QFile::exists(copy(i)), i >= 3) << i;
+        if (i >= 3) {
+            EXPECT_EQ(readFile(copy(i)), damage(i));
+        }
+    }
+}
+
 TEST(UserDefaults, OneDamagedValueDoesNotCostTheOthers) {
     writeFile(storePath(),
               R"({"good": {"float": 1.25}, "bad": {"float": "abc"}, "odd": {"what": 1},

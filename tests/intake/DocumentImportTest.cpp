@@ -1,7 +1,11 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
+#include <functional>
 
 #include "AppDirectories.h"
 #include "DocumentImporter.h"
@@ -59,29 +63,105 @@ TEST(DocumentImport, ATakenNameIsReplacedAndTheFolderMadeOnDemand) {
 }
 
 TEST(DocumentImport, AnUnreadableFileIsToldAndTheRestGoOn) {
-    // The old file goes before the new one is read, so it is gone either way.
-    writeFile(musicFolder() + "/Gone.mp3", "old");
+    writeFile(musicFolder() + "/Kept.mp3", "old");
     const QUrl good = picked("Good.mp3", "good");
-    const QUrl missing = QUrl::fromLocalFile(testHome() + "/picked/Gone.mp3");
+    const QUrl missing = QUrl::fromLocalFile(testHome() + "/picked/Kept.mp3");
     RecordedMessages messages;
     importDocuments({missing, good}, messages);
     ASSERT_EQ(messages.shown.size(), 2);
     EXPECT_EQ(messages.shown[0].first, "Error");
-    EXPECT_TRUE(messages.shown[0].second.startsWith("Error handling file Gone.mp3: "))
+    EXPECT_TRUE(messages.shown[0].second.startsWith("Error handling file Kept.mp3: "))
         << messages.shown[0].second.toStdString();
-    EXPECT_GT(messages.shown[0].second.size(), QString("Error handling file Gone.mp3: ").size());
-    EXPECT_EQ(messages.shown[1],
-              (QPair<QString, QString>{"Import Result",
-                                       "1 out of 2 files imported successfully. 1 existing files "
-                                       "were replaced."}));
+    EXPECT_GT(messages.shown[0].second.size(), QString("Error handling file Kept.mp3: ").size());
+    EXPECT_EQ(messages.shown[1], (QPair<QString, QString>{
+                                     "Import Result", "1 out of 2 files imported successfully."}));
     EXPECT_EQ(readFile(musicFolder() + "/Good.mp3"), "good");
-    EXPECT_FALSE(QFile::exists(musicFolder() + "/Gone.mp3"));
+    EXPECT_EQ(readFile(musicFolder() + "/Kept.mp3"), "old");
+}
+
+// Sources that cannot be read must not cost the file they would replace.
+TEST(DocumentImport, ASourceThatCannotBeReadLeavesTheOldFile) {
+    const QString folder = testHome() + "/picked/";
+    const QList<QPair<const char*, std::function<QString()>>> sources{
+        {"a missing file", [&] { return folder + "missing/keep.flac"; }},
+        {"a directory",
+         [&] {
+             QDir().mkpath(folder + "dir/keep.flac");
+             return folder + "dir/keep.flac";
+         }},
+        {"a FIFO",
+         [&] {
+             QDir().mkpath(folder + "fifo");
+             EXPECT_EQ(::mkfifo(QFile::encodeName(folder + "fifo/keep.flac"), 0600), 0);
+             return folder + "fifo/keep.flac";
+         }},
+    };
+    for (const auto& [what, make] : sources) {
+        SCOPED_TRACE(what);
+        writeFile(musicFolder() + "/keep.flac", "old");
+        RecordedMessages messages;
+        importDocuments({QUrl::fromLocalFile(make())}, messages);
+        ASSERT_EQ(messages.shown.size(), 2);
+        EXPECT_TRUE(messages.shown[0].second.startsWith("Error handling file keep.flac: "));
+        EXPECT_EQ(messages.shown[1].second, "0 out of 1 files imported successfully.");
+        EXPECT_EQ(readFile(musicFolder() + "/keep.flac"), "old");
+    }
+}
+
+// The file is picked from the music folder itself, by its own name or through
+// a link: it counts as imported over itself and keeps its bytes.
+TEST(DocumentImport, AFileThatIsAlreadyTheDestinationIsLeftAsItIs) {
+    const QString song = musicFolder() + "/song.mp3";
+    const QString elsewhere = testHome() + "/picked/";
+    QDir().mkpath(elsewhere);
+    const QList<QPair<const char*, std::function<QString()>>> sources{
+        {"the same path", [&] { return song; }},
+        {"a symbolic link",
+         [&] {
+             QFile::link(song, elsewhere + "link/song.mp3");
+             return elsewhere + "link/song.mp3";
+         }},
+        {"a hard link",
+         [&] {
+             QDir().mkpath(elsewhere + "hard");
+             EXPECT_EQ(
+                 ::link(QFile::encodeName(song), QFile::encodeName(elsewhere + "hard/song.mp3")),
+                 0);
+             return elsewhere + "hard/song.mp3";
+         }},
+    };
+    QDir().mkpath(elsewhere + "link");
+    for (const auto& [what, make] : sources) {
+        SCOPED_TRACE(what);
+        writeFile(song, "mine");
+        RecordedMessages messages;
+        importDocuments({QUrl::fromLocalFile(make())}, messages);
+        EXPECT_EQ(messages.shown, (Shown{{"Import Result",
+                                          "1 out of 1 files imported successfully. 1 existing "
+                                          "files were replaced."}}));
+        EXPECT_EQ(readFile(song), "mine");
+    }
+}
+
+TEST(DocumentImport, ALinkInTheMusicFolderIsReplacedNotWrittenThrough) {
+    const QString victim = testHome() + "/victim.txt";
+    writeFile(victim, "precious");
+    QDir().mkpath(musicFolder());
+    ASSERT_TRUE(QFile::link(victim, musicFolder() + "/song.mp3"));
+    RecordedMessages messages;
+    importDocuments({picked("song.mp3", "new")}, messages);
+    EXPECT_EQ(messages.shown.size(), 1);
+    EXPECT_EQ(readFile(victim), "precious");
+    EXPECT_FALSE(QFileInfo(musicFolder() + "/song.mp3").isSymLink());
+    EXPECT_EQ(readFile(musicFolder() + "/song.mp3"), "new");
 }
 
 TEST(DocumentImport, CommandPrintsEachMessageAsTitleAndText) {
     const QUrl good = picked("Good.mp3", "good");
+    writeFile(musicFolder() + "/none.mp3", "old");
     const ProcessRun run =
         runProcess(CORVANTIS_CLI, {"import", good.toLocalFile(), testHome() + "/none.mp3"});
+    EXPECT_EQ(readFile(musicFolder() + "/none.mp3"), "old");
     EXPECT_EQ(run.exitCode, 1);
     const QStringList lines = run.out.split('\n', Qt::SkipEmptyParts);
     ASSERT_EQ(lines.size(), 2) << run.out.toStdString();

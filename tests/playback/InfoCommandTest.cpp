@@ -1,4 +1,8 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <QFile>
+#include <cstdio>
 
 #include "TagFixtures.h"
 #include "TestSupport.h"
@@ -52,4 +56,29 @@ TEST(InfoCommand, PrintsEachFileReportsTheMissingOnesAndRejectsDirectories) {
     const ProcessRun directory = runInfo({testHome()});
     EXPECT_NE(directory.exitCode, 0);
     EXPECT_TRUE(directory.out.isEmpty());
+}
+
+// A name that is not UTF-8 is read by its own bytes and shown with U+FFFD; a
+// FIFO is refused at once rather than read.
+TEST(InfoCommand, ReadsNamesThatAreNotUtf8AndRefusesFifos) {
+    const QString folder = testHome() + "/in";
+    writeFile(folder + "/plain.wav", pcmWav(800));
+    ASSERT_EQ(::rename(QFile::encodeName(folder + "/plain.wav"),
+                       QFile::encodeName(folder) + "/caf\xe9.wav"),
+              0);
+    ASSERT_EQ(::mkfifo(QFile::encodeName(folder + "/pipe.mp3"), 0600), 0);
+    const ProcessRun run = runProcess(
+        "/bin/sh", {"-c", "exec \"$0\" info \"$1/$(printf 'caf\\351.wav')\" \"$1/pipe.mp3\"",
+                    CORVANTIS_CLI, folder});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.out,
+              "fileName: caf\uFFFD.wav\n"
+              "title: caf\uFFFD.wav\n"
+              "album: Unknown Album\n"
+              "artist: Unknown Artist\n"
+              "albumArtist: N/A\n"
+              "duration: 0.100\n"
+              "cover: no\n");
+    EXPECT_TRUE(run.err.contains(folder + "/pipe.mp3 is not a regular file"))
+        << run.err.toStdString();
 }

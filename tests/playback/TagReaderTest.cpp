@@ -12,6 +12,7 @@
 #include "TagFixtures.h"
 #include "TagReader.h"
 #include "TestSupport.h"
+#include "Track.h"
 
 namespace {
 
@@ -140,6 +141,60 @@ QByteArray streamInfo() {
 }
 
 }  // namespace
+
+namespace {
+
+QByteArray syncsafe(int value) {
+    QByteArray bytes(4, '\0');
+    for (int i = 3; i >= 0; --i, value >>= 7) {
+        bytes[i] = char(value & 0x7f);
+    }
+    return bytes;
+}
+
+// An ID3v2.4 tag of text frames, each its id and its data (encoding byte first).
+QByteArray id3v24(const QList<QPair<QByteArray, QByteArray>>& frames) {
+    QByteArray body;
+    for (const auto& [id, data] : frames) {
+        body += id + syncsafe(int(data.size())) + QByteArray(2, '\0') + data;
+    }
+    return "ID3" + QByteArray("\x04\0\0", 3) + syncsafe(int(body.size())) + body;
+}
+
+// An ID3v1 tag with only a title.
+QByteArray id3v1Title(const QByteArray& title) {
+    QByteArray tag = "TAG" + title.leftJustified(30, '\0') + QByteArray(95, '\0');
+    tag[127] = char(0xff);
+    return tag;
+}
+
+}  // namespace
+
+// UTF-8 text that does not decode would come out empty, an answer that hides
+// the file name and the tags below: the frame counts as absent instead. An
+// empty frame stays an empty answer.
+TEST(TagReader, TextFramesThatDoNotDecodeCountAsAbsent) {
+    const QByteArray broken = QByteArray(
+        "\x03"
+        "Caf\xe9 \xff\xfe",
+        8);
+    const QString path = testHome() + "/broken.mp3";
+    writeFile(path, id3v24({{"TIT2", broken},
+                            {"TPE1", broken},
+                            {"TALB",
+                             "\x03"
+                             "Album"},
+                            {"TPE2", QByteArray("\x03", 1)}}) +
+                        silentMp3(4));
+    EXPECT_EQ(fieldsAt(path), (QStringList{"-", "Album", "-", ""}));
+    const TrackPtr track = Track::fromFile("broken.mp3", testHome());
+    ASSERT_TRUE(track);
+    EXPECT_EQ(track->title, "broken.mp3");
+    EXPECT_EQ(track->artist, "Unknown Artist");
+
+    writeFile(path, id3v24({{"TIT2", broken}}) + silentMp3(4) + id3v1Title("v1 title"));
+    EXPECT_EQ(fieldsAt(path), (QStringList{"v1 title", "-", "-", "-"}));
+}
 
 TEST(TagReader, HostileCommentBlocksReadWithoutHarm) {
     // Comment blocks whose counts and lengths point past their end: whatever

@@ -592,8 +592,7 @@ TEST_F(PlaybackManagerTest, AFileWhoseReadsFailLeavesTheQueueWithALine) {
     ASSERT_TRUE(QFile::link("/proc/self/mem", failing->url()));
     const TrackPtr good = queuedTrack("good", 4.0);
     startQueue({failing, good});
-    EXPECT_EQ(log.lines(),
-              QStringList{"Error: Unable to read audio file: Input/output error"});
+    EXPECT_EQ(log.lines(), QStringList{"Error: Unable to read audio file: Input/output error"});
     EXPECT_EQ(manager.currentPlaylist(), QList<TrackPtr>{good});
     EXPECT_EQ(manager.state(), State::playing);
     EXPECT_EQ(delegate.events, (QStringList{"track good", "start"}));

@@ -69,10 +69,10 @@ int AudioEngine::latencyFrames() const {
     return m_prepared ? m_limiter.latencyFrames() : 0;
 }
 
-void AudioEngine::prepareGraph() {
+std::vector<AudioNode*> AudioEngine::signalPath() const {
     // Walk back from the output: each node has at most one input.
     std::vector<AudioNode*> reversed;
-    AudioNode* node = m_outputNode.get();
+    const AudioNode* node = m_outputNode.get();
     for (;;) {
         const auto input = std::find_if(m_connections.begin(), m_connections.end(),
                                         [node](const auto& c) { return c.second == node; });
@@ -83,9 +83,13 @@ void AudioEngine::prepareGraph() {
         if (std::find(reversed.begin(), reversed.end(), node) != reversed.end()) {
             qFatal("AudioEngine: the graph has a cycle");
         }
-        reversed.push_back(node);
+        reversed.push_back(input->first);
     }
-    m_chain.assign(reversed.rbegin(), reversed.rend());
+    return {reversed.rbegin(), reversed.rend()};
+}
+
+void AudioEngine::prepareGraph() {
+    m_chain = signalPath();
     const double rate = m_output->sampleRate();
     const int maximumFrames = m_output->maximumFrames();
     m_maximumFrames = maximumFrames;
@@ -141,6 +145,11 @@ void AudioEngine::renderChunk(float* interleavedStereo, int frames) noexcept {
     for (AudioNode* node : m_chain) {
         node->render(interleavedStereo, frames);
     }
+    // The limiter stands after the whole chain, not in it. Boosts add up on
+    // the way (three bass units in series, a preset, the volume boost on the
+    // main unit), so only the sum tells whether a sample would pass full
+    // scale; the units keep exactly the gains they were given, and the device
+    // is never driven into clipping however they are set.
     m_limiter.process(interleavedStereo, frames);
     m_renderedFrames.store(clock + frames, std::memory_order_release);
 }

@@ -34,6 +34,10 @@ public:
     void connect(AudioNode* from, AudioNode* to, std::optional<AudioFormat> format = {});
     // The sink that stands for the device; connect the last node to it.
     AudioNode* outputNode();
+    // The nodes the output is fed by, as connected so far: the source first,
+    // then the effects in signal order; the output node is not in it. Nodes
+    // that lead nowhere near the output are not rendered and not listed.
+    std::vector<AudioNode*> signalPath() const;
 
     bool isRunning() const;
     // Prepares the graph on the first call and starts the output. Returns

@@ -3,6 +3,7 @@
 #include <QLoggingCategory>
 #include <QtEndian>
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <mutex>
 #include <vector>
@@ -60,10 +61,25 @@ struct Input {
     int sampleRate() const { return stream()->codecpar->sample_rate; }
 };
 
-std::optional<Input> openInput(const QString& path, QString* error) {
-    const auto fail = [error](const QString& text) -> std::optional<Input> {
+// Errors that say more about the machine at this moment than about the file.
+bool isSystemFailure(int code) {
+    for (const int number : {EIO, ENOMEM, EMFILE, ENFILE, ENOBUFS, EAGAIN, EINTR}) {
+        if (code == AVERROR(number)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::optional<Input> openInput(const QString& path, QString* error,
+                               AudioFile::OpenFailure* failure = nullptr) {
+    const auto fail = [error, failure](const QString& text, int code = 0) -> std::optional<Input> {
         if (error) {
             *error = text;
+        }
+        if (failure) {
+            *failure = isSystemFailure(code) ? AudioFile::OpenFailure::system
+                                             : AudioFile::OpenFailure::unreadable;
         }
         return std::nullopt;
     };
@@ -71,10 +87,10 @@ std::optional<Input> openInput(const QString& path, QString* error) {
     std::call_once(routeLog, [] { av_log_set_callback(forwardLibraryLog); });
     const FileStatus status = FileStatus::of(path);
     if (!status.exists()) {
-        return fail(ffmpeg::errorText(AVERROR(ENOENT)));
+        return fail(ffmpeg::errorText(AVERROR(ENOENT)), AVERROR(ENOENT));
     }
     if (status.type == FileStatus::Type::directory) {
-        return fail(ffmpeg::errorText(AVERROR(EISDIR)));
+        return fail(ffmpeg::errorText(AVERROR(EISDIR)), AVERROR(EISDIR));
     }
     // A FIFO would hold the demuxer until something writes to it.
     if (!status.isRegular()) {
@@ -89,11 +105,11 @@ std::optional<Input> openInput(const QString& path, QString* error) {
     int result = avformat_open_input(&raw, url.constData(), nullptr, &options);
     av_dict_free(&options);
     if (result < 0) {
-        return fail(ffmpeg::errorText(result));
+        return fail(ffmpeg::errorText(result), result);
     }
     Input input{ffmpeg::Input(raw)};
     if ((result = avformat_find_stream_info(raw, nullptr)) < 0) {
-        return fail(ffmpeg::errorText(result));
+        return fail(ffmpeg::errorText(result), result);
     }
     input.streamIndex = av_find_best_stream(raw, AVMEDIA_TYPE_AUDIO, -1, -1, &input.codec, 0);
     if (input.streamIndex == AVERROR_STREAM_NOT_FOUND) {
@@ -671,8 +687,9 @@ AudioFile::AudioFile(std::unique_ptr<Properties> properties)
 
 AudioFile::~AudioFile() = default;
 
-std::shared_ptr<AudioFile> AudioFile::openForReading(const QString& path, QString* error) {
-    const std::optional<Input> input = openInput(path, error);
+std::shared_ptr<AudioFile> AudioFile::openForReading(const QString& path, QString* error,
+                                                     OpenFailure* failure) {
+    const std::optional<Input> input = openInput(path, error, failure);
     if (!input) {
         return nullptr;
     }

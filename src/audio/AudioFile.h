@@ -12,10 +12,18 @@ class AudioFileReader;
 // so a decoder thread never shares state with the thread that opened the file.
 class AudioFile {
 public:
+    // Why an open failed: the file is missing or is not audio that can be
+    // read, which opening it again will not change; or the system failed to
+    // open a file that may well be fine (out of file handles or memory, an
+    // I/O error).
+    enum class OpenFailure { unreadable, system };
+
     // Opens `path`. On failure returns nullptr and, when `error` is given, a
     // one-line description a user can read ("Invalid data found when
-    // processing input", "No such file or directory", ...).
-    static std::shared_ptr<AudioFile> openForReading(const QString& path, QString* error = nullptr);
+    // processing input", "No such file or directory", ...), and when
+    // `failure` is given, which kind of failure it was.
+    static std::shared_ptr<AudioFile> openForReading(const QString& path, QString* error = nullptr,
+                                                     OpenFailure* failure = nullptr);
 
     ~AudioFile();
     AudioFile(const AudioFile&) = delete;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <cmath>
 #include <condition_variable>
 #include <cstring>
 #include <deque>
@@ -81,7 +82,6 @@ struct AudioPlayerNode::Shared {
 
     // --- main thread only ---
     bool stopped = true;
-    double timelineRate = 0.0;
 
     std::thread decoder;
 
@@ -331,7 +331,6 @@ void enqueue(AudioPlayerNode::Shared& shared, const std::shared_ptr<AudioFile>& 
              qint64 startingFrame, qint64 frameCount) {
     const qint64 start = std::clamp<qint64>(startingFrame, 0, file->length());
     const qint64 count = std::min<qint64>(frameCount, file->length() - start);
-    shared.timelineRate = file->sampleRate();
     if (count <= 0) {
         return;
     }
@@ -367,9 +366,23 @@ void AudioPlayerNode::scheduleFile(const std::shared_ptr<AudioFile>& file) {
 
 void AudioPlayerNode::scheduleSegment(const std::shared_ptr<AudioFile>& file, qint64 startingFrame,
                                       quint32 frameCount) {
-    if (file) {
-        enqueue(*m_shared, file, startingFrame, frameCount);
+    if (!file) {
+        return;
     }
+    // Both ends are mapped, not the start and the count, so that segments
+    // that meet on the timeline meet in the file too.
+    const double ratio = file->sampleRate() / m_shared->outputRate;
+    const double length = double(file->length());
+    const auto fileFrame = [ratio, length](double timelineFrame) {
+        return qint64(std::llround(std::clamp(timelineFrame * ratio, 0.0, length)));
+    };
+    const qint64 first = fileFrame(double(startingFrame));
+    const qint64 end = fileFrame(double(startingFrame) + double(frameCount));
+    enqueue(*m_shared, file, first, end - first);
+}
+
+qint64 AudioPlayerNode::timelineLength(const AudioFile& file) const {
+    return qint64(std::llround(double(file.length()) * m_shared->outputRate / file.sampleRate()));
 }
 
 void AudioPlayerNode::play() {
@@ -414,8 +427,6 @@ std::optional<AudioTime> AudioPlayerNode::playerTimeForNodeTime(const AudioTime&
     if (m_shared->stopped || nodeTime.sampleRate <= 0.0) {
         return std::nullopt;
     }
-    const double rate =
-        m_shared->timelineRate > 0.0 ? m_shared->timelineRate : m_shared->outputRate;
     // The two clocks are written together by the render thread; read them as
     // a pair that belongs together.
     qint64 clock = 0;
@@ -427,7 +438,7 @@ std::optional<AudioTime> AudioPlayerNode::playerTimeForNodeTime(const AudioTime&
     const double outputFrames =
         double(played) + double(nodeTime.sampleTime) * m_shared->outputRate / nodeTime.sampleRate -
         double(clock);
-    return AudioTime{qint64(std::max(0.0, outputFrames) * rate / m_shared->outputRate), rate};
+    return AudioTime{qint64(std::max(0.0, outputFrames)), m_shared->outputRate};
 }
 
 bool AudioPlayerNode::isDrained() const {

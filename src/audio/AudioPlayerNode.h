@@ -20,10 +20,15 @@ public:
 
     // Queues the whole file after whatever is scheduled.
     void scheduleFile(const std::shared_ptr<AudioFile>& file);
-    // Queues frames [startingFrame, startingFrame + frameCount) of the file,
-    // clipped to its length.
+    // Queues the part of the file that frames [startingFrame, startingFrame +
+    // frameCount) of the player's timeline cover, clipped to its length. The
+    // timeline counts at the output's rate, whatever the file's own rate, so a
+    // frame names the same moment of the file at every output rate; the engine
+    // must have been prepared (started once) for that rate to be known.
     void scheduleSegment(const std::shared_ptr<AudioFile>& file, qint64 startingFrame,
                          quint32 frameCount);
+    // The file's length counted on the player's timeline.
+    qint64 timelineLength(const AudioFile& file) const;
 
     // Starts (or resumes) taking audio from the schedule; with nothing
     // scheduled it plays silence until something is.
@@ -37,8 +42,8 @@ public:
     // The engine's render clock at the last block rendered; absent before the
     // engine first rendered.
     std::optional<AudioTime> lastRenderTime() const;
-    // `nodeTime` on the player's own timeline, counted in frames of the file
-    // scheduled last since play() after a stop; absent while stopped.
+    // `nodeTime` on the player's own timeline: frames at the output's rate
+    // since play() after a stop; absent while stopped.
     std::optional<AudioTime> playerTimeForNodeTime(const AudioTime& nodeTime) const;
 
     // Whether every scheduled frame has been decoded and rendered.

@@ -20,7 +20,11 @@ constexpr float kMinFrequency = 10.0f;
 // Past this fraction of the rate the bell would fold onto Nyquist.
 constexpr double kMaxFrequencyOfRate = 0.45;
 
-// Parameters glide over this long so that no jump of theirs is heard.
+// A gain, frequency or output change glides over this long instead of taking
+// effect at once. Sliders and presets move the gains while music plays, and a
+// jump of a filter's coefficients or of the output gain is a step in the
+// waveform, heard as a click. 20 ms smooths that step below hearing, also in
+// the 60 Hz band, and is still short enough that a slider answers at once.
 constexpr double kGlideSeconds = 0.020;
 // Frames rendered with one set of coefficients while a band glides; when none
 // glides a whole block runs with one set.

@@ -13,26 +13,24 @@ namespace {
 
 constexpr int kDeviceBlockFrames = 1024;
 
-// SDL's audio subsystem is process-wide; it is brought up once and left up.
+// SDL's audio subsystem is process-wide; it is brought up on first use and
+// again after something shut it down underneath.
 bool initialiseSdlAudio(QString* error) {
-    static std::once_flag once;
-    static bool ok = false;
-    static QString failure;
-    std::call_once(once, [] {
-        // A music player's stream, so that the sound server routes and ducks it
-        // as music.
-        SDL_SetHint(SDL_HINT_AUDIO_DEVICE_STREAM_ROLE, "music");
-        SDL_SetHint(SDL_HINT_AUDIO_DEVICE_APP_NAME, "Corvantis");
-        SDL_SetHint(SDL_HINT_AUDIO_DEVICE_STREAM_NAME, "Music");
-        ok = SDL_InitSubSystem(SDL_INIT_AUDIO) == 0;
-        if (!ok) {
-            failure = QString::fromUtf8(SDL_GetError());
-        }
-    });
-    if (!ok && error) {
-        *error = failure;
+    if (SDL_WasInit(SDL_INIT_AUDIO) != 0) {
+        return true;
     }
-    return ok;
+    // A music player's stream, so that the sound server routes and ducks it
+    // as music.
+    SDL_SetHint(SDL_HINT_AUDIO_DEVICE_STREAM_ROLE, "music");
+    SDL_SetHint(SDL_HINT_AUDIO_DEVICE_APP_NAME, "Corvantis");
+    SDL_SetHint(SDL_HINT_AUDIO_DEVICE_STREAM_NAME, "Music");
+    if (SDL_InitSubSystem(SDL_INIT_AUDIO) != 0) {
+        if (error) {
+            *error = QString::fromUtf8(SDL_GetError());
+        }
+        return false;
+    }
+    return true;
 }
 
 }  // namespace
@@ -41,11 +39,13 @@ struct SdlAudioOutput::Device {
     SDL_AudioDeviceID id = 0;
     SDL_AudioSpec spec{};
     AudioEngine* engine = nullptr;
-    bool running = false;
     QString openError;
     bool tried = false;
 
     bool open(QString* error);
+    // Lets go of a device that stopped by itself (unplugged, sound server
+    // gone, subsystem shut down), so that the next open() gets a new one.
+    void closeIfStopped();
 
     static void callback(void* userData, Uint8* stream, int length) {
         auto* device = static_cast<Device*>(userData);
@@ -71,49 +71,70 @@ bool SdlAudioOutput::Device::open(QString* error) {
     }
     SDL_AudioSpec desired{};
     // Render at the device's own rate, so the sound server does not resample.
+    // A device opened again keeps the rate and block size the graph was
+    // prepared for, and SDL converts if the new device differs.
+    const bool reopening = spec.freq > 0;
     SDL_AudioSpec preferred{};
-    desired.freq = SDL_GetDefaultAudioInfo(nullptr, &preferred, 0) == 0 && preferred.freq > 0
-                       ? preferred.freq
-                       : 48000;
+    if (reopening) {
+        desired.freq = spec.freq;
+    } else if (SDL_GetDefaultAudioInfo(nullptr, &preferred, 0) == 0 && preferred.freq > 0) {
+        desired.freq = preferred.freq;
+    } else {
+        desired.freq = 48000;
+    }
     desired.format = AUDIO_F32SYS;
     desired.channels = 2;
-    desired.samples = kDeviceBlockFrames;
+    desired.samples = reopening ? spec.samples : Uint16(kDeviceBlockFrames);
     desired.callback = &Device::callback;
     desired.userdata = this;
-    id = SDL_OpenAudioDevice(nullptr, 0, &desired, &spec, SDL_AUDIO_ALLOW_FREQUENCY_CHANGE);
+    SDL_AudioSpec obtained{};
+    id = SDL_OpenAudioDevice(nullptr, 0, &desired, &obtained,
+                             reopening ? 0 : SDL_AUDIO_ALLOW_FREQUENCY_CHANGE);
     if (id == 0) {
         if (error) {
             *error = QString::fromUtf8(SDL_GetError());
         }
         return false;
     }
+    spec = obtained;
     qCDebug(lcSdlOutput) << "opened" << SDL_GetCurrentAudioDriver() << "at" << spec.freq << "Hz,"
                          << spec.samples << "frames";
     return true;
 }
 
+void SdlAudioOutput::Device::closeIfStopped() {
+    if (id != 0 && SDL_GetAudioDeviceStatus(id) == SDL_AUDIO_STOPPED) {
+        qCDebug(lcSdlOutput) << "the audio device stopped by itself; opening it again";
+        // Unknown to SDL if the subsystem was shut down, in which case this
+        // does nothing.
+        SDL_CloseAudioDevice(id);
+        id = 0;
+    }
+}
+
 bool SdlAudioOutput::start(AudioEngine& engine, QString* error) {
+    m_device->closeIfStopped();
     if (!m_device->open(error)) {
         return false;
     }
     m_device->engine = &engine;
     SDL_PauseAudioDevice(m_device->id, 0);
-    m_device->running = true;
     return true;
 }
 
 void SdlAudioOutput::pause() {
-    if (m_device->id != 0 && m_device->running) {
+    if (m_device->id != 0 && SDL_GetAudioDeviceStatus(m_device->id) == SDL_AUDIO_PLAYING) {
         // Returns once the callback has finished its current block.
         SDL_PauseAudioDevice(m_device->id, 1);
         SDL_LockAudioDevice(m_device->id);
         SDL_UnlockAudioDevice(m_device->id);
     }
-    m_device->running = false;
 }
 
+// The device's own state, not what was last asked of it: a device that was
+// lost or shut down underneath reads as stopped, so that playback notices.
 bool SdlAudioOutput::isRunning() const {
-    return m_device->running;
+    return m_device->id != 0 && SDL_GetAudioDeviceStatus(m_device->id) == SDL_AUDIO_PLAYING;
 }
 
 double SdlAudioOutput::sampleRate() const {
@@ -122,14 +143,14 @@ double SdlAudioOutput::sampleRate() const {
         m_device->tried = true;
         m_device->open(&m_device->openError);
     }
-    return m_device->id != 0 ? double(m_device->spec.freq) : 48000.0;
+    return m_device->spec.freq > 0 ? double(m_device->spec.freq) : 48000.0;
 }
 
 int SdlAudioOutput::maximumFrames() const {
     // SDL may hand out blocks of its own size; the graph is prepared for the
     // larger of the two.
-    return m_device->id != 0 ? std::max<int>(m_device->spec.samples, kDeviceBlockFrames) * 2
-                             : kDeviceBlockFrames * 2;
+    return m_device->spec.freq > 0 ? std::max<int>(m_device->spec.samples, kDeviceBlockFrames) * 2
+                                   : kDeviceBlockFrames * 2;
 }
 
 std::unique_ptr<AudioOutput> makeDefaultAudioOutput() {

@@ -7,7 +7,9 @@
 #include <QDir>
 #include <QUrl>
 #include <algorithm>
+#include <chrono>
 #include <cmath>
+#include <cstdlib>
 
 #include "AppDirectories.h"
 #include "Log.h"
@@ -18,6 +20,16 @@ namespace {
 
 constexpr QLatin1String kPlayerInterface{"org.mpris.MediaPlayer2.Player"};
 constexpr QLatin1String kNoTrack{"/org/mpris/MediaPlayer2/TrackList/NoTrack"};
+// The published time is the player's one-second count, which trails the
+// clock by up to a second (a little more as the event loop's timer drifts);
+// only a larger difference is a jump of the position.
+constexpr qint64 kDepartureMicroseconds = 1'500'000;
+
+qint64 monotonicMicroseconds() {
+    return std::chrono::duration_cast<std::chrono::microseconds>(
+               std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
 
 qint64 microseconds(double seconds) {
     if (!std::isfinite(seconds) || seconds <= 0.0) {
@@ -31,7 +43,8 @@ qint64 microseconds(double seconds) {
 MprisService::MprisService(PlaybackManager& manager, QObject* parent)
     : QObject(parent),
       m_manager(manager),
-      m_connection(QStringLiteral("corvantis-mpris-unconnected")) {
+      m_connection(QStringLiteral("corvantis-mpris-unconnected")),
+      m_clock(monotonicMicroseconds) {
     new MprisRootAdaptor(this);
     new MprisPlayerAdaptor(this);
     m_metadata.insert(QStringLiteral("mpris:trackid"),
@@ -112,19 +125,34 @@ QString MprisService::writeArtwork(const NowPlayingArtwork& artwork, const QStri
     return m_artUrl;
 }
 
+void MprisService::setClock(Clock clock) {
+    m_clock = clock ? std::move(clock) : Clock(monotonicMicroseconds);
+}
+
+qint64 MprisService::position() const {
+    if (!m_playing) {
+        return m_position;
+    }
+    const qint64 running = m_position + std::max<qint64>(0, m_clock() - m_publishedAt);
+    // An unmeasured track has no length to stop at.
+    return m_length > 0 ? std::min(running, m_length) : running;
+}
+
 void MprisService::publish(const NowPlayingInfo& info) {
-    m_playbackStatus = info.playbackState == NowPlayingInfo::PlaybackState::playing
-                           ? QStringLiteral("Playing")
-                           : QStringLiteral("Paused");
+    const qint64 estimate = position();
+    m_playing = info.playbackState == NowPlayingInfo::PlaybackState::playing;
+    m_playbackStatus = m_playing ? QStringLiteral("Playing") : QStringLiteral("Paused");
     // The bus has no -1 for "no position yet".
     m_position = microseconds(info.elapsedPlaybackTime);
+    m_publishedAt = m_clock();
+    m_length = microseconds(info.playbackDuration.toDouble());
+    const bool departed = std::abs(m_position - estimate) > kDepartureMicroseconds;
 
     const QString id = trackId();
     QVariantMap metadata;
     metadata.insert(QStringLiteral("mpris:trackid"), QVariant::fromValue(QDBusObjectPath(id)));
     metadata.insert(QStringLiteral("xesam:title"), info.title);
-    metadata.insert(QStringLiteral("mpris:length"),
-                    QVariant::fromValue(microseconds(info.playbackDuration.toDouble())));
+    metadata.insert(QStringLiteral("mpris:length"), QVariant::fromValue(m_length));
     if (info.artwork) {
         const QString url = writeArtwork(*info.artwork, id);
         if (!url.isEmpty()) {
@@ -133,18 +161,21 @@ void MprisService::publish(const NowPlayingInfo& info) {
     }
     m_metadata = metadata;
 
-    if (m_serviceName.isEmpty()) {
-        return;
+    if (!m_serviceName.isEmpty()) {
+        // Position is not announced here: clients read it, and hear of jumps
+        // through Seeked.
+        QDBusMessage signal = QDBusMessage::createSignal(
+            kObjectPath, QStringLiteral("org.freedesktop.DBus.Properties"),
+            QStringLiteral("PropertiesChanged"));
+        signal << QString(kPlayerInterface)
+               << QVariantMap{{QStringLiteral("PlaybackStatus"), m_playbackStatus},
+                              {QStringLiteral("Metadata"), m_metadata}}
+               << QStringList();
+        m_connection.send(signal);
     }
-    QDBusMessage signal =
-        QDBusMessage::createSignal(kObjectPath, QStringLiteral("org.freedesktop.DBus.Properties"),
-                                   QStringLiteral("PropertiesChanged"));
-    signal << QString(kPlayerInterface)
-           << QVariantMap{{QStringLiteral("PlaybackStatus"), m_playbackStatus},
-                          {QStringLiteral("Metadata"), m_metadata},
-                          {QStringLiteral("Position"), QVariant::fromValue(m_position)}}
-           << QStringList();
-    m_connection.send(signal);
+    if (departed) {
+        emit seeked(m_position);
+    }
 }
 
 void MprisService::play() {

@@ -6,6 +6,7 @@
 #include <QObject>
 #include <QStringList>
 #include <QVariantMap>
+#include <functional>
 
 #include "NowPlayingPublisher.h"
 
@@ -22,6 +23,9 @@ public:
     static constexpr QLatin1String kServiceName{"org.mpris.MediaPlayer2.corvantis"};
     static constexpr QLatin1String kObjectPath{"/org/mpris/MediaPlayer2"};
 
+    // Microseconds on a clock that only ever moves forward.
+    using Clock = std::function<qint64()>;
+
     explicit MprisService(PlaybackManager& manager, QObject* parent = nullptr);
     ~MprisService() override;
 
@@ -37,7 +41,14 @@ public:
     // What the bus properties read.
     QString playbackStatus() const { return m_playbackStatus; }
     QVariantMap metadata() const { return m_metadata; }
-    qint64 position() const { return m_position; }
+    // Microseconds into the track. The player publishes its time only at
+    // play, pause, seek and track change; while it plays, clients that read
+    // Position expect it to move, so it runs on from the published time by
+    // the clock, up to the track's length.
+    qint64 position() const;
+
+    // Replaces the system's monotonic clock (tests).
+    void setClock(Clock clock);
 
     // The bus methods.
     void play();
@@ -45,6 +56,11 @@ public:
     void playPause();
     void next();
     void previous();
+
+signals:
+    // A published time that departs from where the running clock had got
+    // to: a seek, a track change, a repeat. Clients reset their own clocks.
+    void seeked(qint64 position);
 
 private:
     QString trackId() const;
@@ -56,7 +72,13 @@ private:
     QString m_serviceName;
     QString m_playbackStatus = QStringLiteral("Paused");
     QVariantMap m_metadata;
+    Clock m_clock;
+    bool m_playing = false;
+    // The published time, when it was published, and the track's length; all
+    // in microseconds.
     qint64 m_position = 0;
+    qint64 m_publishedAt = 0;
+    qint64 m_length = 0;
     QString m_artTrackId;
     QString m_artUrl;
 };
@@ -111,7 +133,9 @@ class MprisPlayerAdaptor final : public QDBusAbstractAdaptor {
 
 public:
     explicit MprisPlayerAdaptor(MprisService* service)
-        : QDBusAbstractAdaptor(service), m_service(service) {}
+        : QDBusAbstractAdaptor(service), m_service(service) {
+        connect(service, &MprisService::seeked, this, &MprisPlayerAdaptor::Seeked);
+    }
 
     QString playbackStatus() const { return m_service->playbackStatus(); }
     double rate() const { return 1.0; }
@@ -125,8 +149,13 @@ public:
 public slots:
     void Play() { m_service->play(); }
     void Pause() { m_service->pause(); }
+    // Not one of the player's own commands, but what a desktop's single
+    // play/pause media key and most shell widgets send; it toggles by what
+    // the player node is doing, as the two commands it stands for would.
     void PlayPause() { m_service->playPause(); }
-    // Stopping is pausing: the player knows no other state to show.
+    // Desktop clients send Stop (a stop key, closing a widget) and expect
+    // the sound to end. The player has no stopped state to show that the
+    // play command could leave again, so stopping is pausing.
     void Stop() { m_service->pause(); }
     void Next() { m_service->next(); }
     void Previous() { m_service->previous(); }

@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QRandomGenerator>
 #include <QThread>
+#include <QTimer>
 #include <cmath>
 #include <limits>
 
@@ -31,6 +32,21 @@ float toSingle(double value) {
     return float(value);
 }
 
+constexpr std::chrono::milliseconds kTickInterval{1000};
+
+class EventLoopTimer final : public RepeatingTimer {
+public:
+    EventLoopTimer() {
+        QObject::connect(&m_timer, &QTimer::timeout, [this] { timeout(); });
+    }
+    void start(std::chrono::milliseconds interval) override { m_timer.start(interval); }
+    void stop() override { m_timer.stop(); }
+    bool isActive() const override { return m_timer.isActive(); }
+
+private:
+    QTimer m_timer;
+};
+
 }  // namespace
 
 PlaybackManager& PlaybackManager::shared() {
@@ -52,6 +68,7 @@ PlaybackManager::PlaybackManager(std::unique_ptr<AudioOutput> output, UserDefaul
       m_defaults(defaults),
       m_nowPlayingPublisher(std::make_shared<NullNowPlayingPublisher>()),
       m_randomSource([] { return QRandomGenerator::system()->generate64(); }) {
+    setElapsedTimeTimer(std::make_unique<EventLoopTimer>());
     setupEqualizer();
     setupBassEqualizers(3);
     setupAudioGraph();
@@ -201,6 +218,12 @@ void PlaybackManager::setRandomSource(RandomSource source) {
     }
 }
 
+void PlaybackManager::setElapsedTimeTimer(std::unique_ptr<RepeatingTimer> timer) {
+    Q_ASSERT(timer);
+    m_elpasedTimeTimer = std::move(timer);
+    m_elpasedTimeTimer->setCallback([this] { notifyCurrentTimeChanged(); });
+}
+
 bool PlaybackManager::isIndexValid() const {
     return m_currentIndex >= 0 && m_currentIndex < m_currentPlaylist.size();
 }
@@ -333,15 +356,16 @@ void PlaybackManager::playCurrentTrack() {
             m_audioPlayerNode->stop();
         }
         const TrackPtr track = m_currentPlaylist.at(m_currentIndex);
-        const QString url = track->url();
-        if (!AudioFile::openForReading(url)) {
-            removeFromQueue(m_currentIndex);
-            continue;
-        }
         QString error;
-        std::shared_ptr<AudioFile> file = AudioFile::openForReading(url, &error);
+        auto failure = AudioFile::OpenFailure::unreadable;
+        std::shared_ptr<AudioFile> file = AudioFile::openForReading(track->url(), &error, &failure);
         if (!file) {
-            systemLog(QStringLiteral("Error: Unable to read audio file: ") + error);
+            // A file that is gone or is no audio leaves the queue without a
+            // word. One that the system failed to open, though it may be fine,
+            // is worth a line: it would play another time.
+            if (failure == AudioFile::OpenFailure::system) {
+                systemLog(QStringLiteral("Error: Unable to read audio file: ") + error);
+            }
             removeFromQueue(m_currentIndex);
             continue;
         }
@@ -384,6 +408,12 @@ bool PlaybackManager::startEngineIfNeeded() {
 }
 
 void PlaybackManager::seekTo(double requested) {
+    // A slider or a remote client can hand in NaN or an infinity; the clamp
+    // below would turn them into the end or the start of the track.
+    if (!std::isfinite(requested)) {
+        qCWarning(lcPlayback) << "seek to" << requested << "refused: not a time";
+        return;
+    }
     if (!isIndexValid() || !m_audioFile) {
         return;
     }
@@ -394,10 +424,11 @@ void PlaybackManager::seekTo(double requested) {
         systemLog(QStringLiteral("Invalid player state"));
         return;
     }
+    // The player's time runs at the output's rate: every frame below is a
+    // frame of the player's timeline, and the node maps it into the file.
     const double sampleRate = playerTime->sampleRate;
     const double duration = m_currentPlaylist.at(m_currentIndex)->duration;
 
-    // "The smaller of limit and requested": a NaN request yields the limit.
     const double limit = duration - 0.01;
     double time = requested < limit ? requested : limit;
     if (time < 0.0) {
@@ -429,7 +460,7 @@ void PlaybackManager::seekTo(double requested) {
     // Negative (or NaN) counts mean nothing is left to play.
     const quint32 frameCount = countProduct > 0.0f ? quint32(countProduct) : 0u;
 
-    const qint64 length = m_audioFile->length();
+    const qint64 length = m_audioPlayerNode->timelineLength(*m_audioFile);
     if (startingFrame < 0 || startingFrame >= length) {
         systemLog(QStringLiteral("Invalid newSampleTime: %1 for audio file length: %2")
                       .arg(startingFrame)
@@ -466,16 +497,10 @@ void PlaybackManager::notifyDelegateOfCurrentTime() {
 }
 
 void PlaybackManager::startElapsedTimeTimer() {
-    if (m_elpasedTimeTimer && m_elpasedTimeTimer->isActive()) {
+    if (m_elpasedTimeTimer->isActive()) {
         return;
     }
-    if (!m_elpasedTimeTimer) {
-        m_elpasedTimeTimer = new QTimer(this);
-        m_elpasedTimeTimer->setInterval(1000);
-        connect(m_elpasedTimeTimer, &QTimer::timeout, this,
-                &PlaybackManager::notifyCurrentTimeChanged);
-    }
-    m_elpasedTimeTimer->start();
+    m_elpasedTimeTimer->start(kTickInterval);
     // The first tick comes at once, not a second later.
     notifyCurrentTimeChanged();
 }
@@ -507,9 +532,7 @@ void PlaybackManager::notifyCurrentTimeChanged() {
         setCurrentTime(-1.0);
         notifyDelegateOfCurrentTime();
     }
-    if (m_elpasedTimeTimer) {
-        m_elpasedTimeTimer->stop();
-    }
+    m_elpasedTimeTimer->stop();
 }
 
 // --- System media integration ------------------------------------------------

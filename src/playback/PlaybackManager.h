@@ -2,7 +2,6 @@
 
 #include <QList>
 #include <QObject>
-#include <QTimer>
 #include <array>
 #include <functional>
 #include <memory>
@@ -17,6 +16,7 @@
 #include "NowPlayingInfo.h"
 #include "NowPlayingPublisher.h"
 #include "PlaybackManagerDelegate.h"
+#include "RepeatingTimer.h"
 #include "Track.h"
 
 class UserDefaults;
@@ -105,8 +105,7 @@ public:
 
     bool startEngineIfNeeded();
     void startElapsedTimeTimer();
-    // The tick of the elapsed-time timer; public so that a test can drive the
-    // clock without waiting a second per step.
+    // The tick of the elapsed-time timer.
     void notifyCurrentTimeChanged();
     void updateNowPlayingInfo();
 
@@ -142,6 +141,9 @@ public:
     void setNowPlayingPublisher(std::shared_ptr<NowPlayingPublisher> publisher);
     // Replaces the system random source of the shuffle picks (tests).
     void setRandomSource(RandomSource source);
+    // Replaces the event loop's timer that drives the one-second clock (tests
+    // step the clock by hand). Before the clock first starts.
+    void setElapsedTimeTimer(std::unique_ptr<RepeatingTimer> timer);
     // A uniform integer in [0, count), free of modulo bias; count > 0.
     int randomIndex(int count) const;
 
@@ -157,8 +159,8 @@ public:
     static constexpr std::array<int, 5> eqFrequancies() { return {60, 230, 910, 3000, 14000}; }
     // The file of the current track, open until the next track replaces it.
     std::shared_ptr<AudioFile> audioFile() const { return m_audioFile; }
-    // Absent until the clock is first started; inactive once it has stopped.
-    const QTimer* elpasedTimeTimer() const { return m_elpasedTimeTimer; }
+    // Inactive until the clock is first started, and again once it has stopped.
+    const RepeatingTimer* elpasedTimeTimer() const { return m_elpasedTimeTimer.get(); }
 
 signals:
     void currentPlaylistChanged();
@@ -211,7 +213,7 @@ private:
     std::unique_ptr<AudioEngine> m_audioEngine;
     UserDefaults& m_defaults;
     EqualizerState* m_equalizerState = nullptr;
-    QTimer* m_elpasedTimeTimer = nullptr;
+    std::unique_ptr<RepeatingTimer> m_elpasedTimeTimer;
     std::shared_ptr<AudioFile> m_audioFile;
 
     std::shared_ptr<NowPlayingPublisher> m_nowPlayingPublisher;

@@ -455,9 +455,14 @@ TagFields fieldsOf(TagLib::File* file) {
     TagFields fields;
     const auto take = [&](const TagFields& from) { fillMissing(fields, from); };
     if (auto* mpeg = dynamic_cast<TagLib::MPEG::File*>(file)) {
-        take(id3v2Fields(mpeg->hasID3v2Tag() ? mpeg->ID3v2Tag() : nullptr));
-        take(apeFields(mpeg->hasAPETag() ? mpeg->APETag() : nullptr));
-        take(id3v1Fields(mpeg->hasID3v1Tag() ? mpeg->ID3v1Tag() : nullptr));
+        // An ID3v2 tag speaks for the whole file: a frame it lacks is a
+        // default, not a gap for an older APE or ID3v1 tag to fill.
+        if (mpeg->hasID3v2Tag()) {
+            take(id3v2Fields(mpeg->ID3v2Tag()));
+        } else {
+            take(apeFields(mpeg->hasAPETag() ? mpeg->APETag() : nullptr));
+            take(id3v1Fields(mpeg->hasID3v1Tag() ? mpeg->ID3v1Tag() : nullptr));
+        }
     } else if (auto* mp4 = dynamic_cast<TagLib::MP4::File*>(file)) {
         take(mp4Fields(mp4->tag()));
     } else if (auto* flac = dynamic_cast<TagLib::FLAC::File*>(file)) {
@@ -508,8 +513,8 @@ std::optional<QByteArray> frontCoverOf(TagLib::File* file) {
         }
     };
     if (auto* mpeg = dynamic_cast<TagLib::MPEG::File*>(file)) {
-        take(id3v2FrontCover(mpeg->hasID3v2Tag() ? mpeg->ID3v2Tag() : nullptr));
-        take(apeFrontCover(mpeg->hasAPETag() ? mpeg->APETag() : nullptr));
+        take(mpeg->hasID3v2Tag() ? id3v2FrontCover(mpeg->ID3v2Tag())
+                                 : apeFrontCover(mpeg->hasAPETag() ? mpeg->APETag() : nullptr));
     } else if (auto* mp4 = dynamic_cast<TagLib::MP4::File*>(file)) {
         take(mp4FrontCover(mp4->tag()));
     } else if (auto* flac = dynamic_cast<TagLib::FLAC::File*>(file)) {

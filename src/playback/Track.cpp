@@ -44,7 +44,8 @@ bool sameText(const QString& a, const QString& b) {
     return a == b || compareText(a, b) == 0;
 }
 
-// The placeholder images are vector resources, rendered once per name.
+// The placeholder images are vector resources, rendered once per name at
+// their own size, on transparency.
 QImage placeholderImage(const QString& name) {
     static std::mutex mutex;
     static QHash<QString, QImage> rendered;
@@ -57,8 +58,8 @@ QImage placeholderImage(const QString& name) {
     if (!renderer.isValid()) {
         qFatal("The placeholder image \"%s\" is missing from the resources", qPrintable(name));
     }
-    QImage image(renderer.defaultSize(), QImage::Format_RGB32);
-    image.fill(Qt::white);
+    QImage image(renderer.defaultSize(), QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
     QPainter painter(&image);
     renderer.render(&painter);
     painter.end();
@@ -180,16 +181,21 @@ void Track::loadThumbnail(const QString& placeholder) {
             return;
         }
     } else if (!placeholder.isEmpty()) {
-        picture = placeholderImage(placeholder);
+        // The placeholder is a finished thumbnail already: it is kept as it
+        // is, not cut, recompressed or rescaled like a picture from a file.
+        keepFirstThumbnail(placeholderImage(placeholder));
+        return;
     } else {
         return;
     }
-    std::optional<QImage> thumbnail = thumbnailFrom(picture);
-    if (!thumbnail) {
-        return;
+    if (std::optional<QImage> thumbnail = thumbnailFrom(picture)) {
+        keepFirstThumbnail(std::move(*thumbnail));
     }
-    // Loads may race on a worker and the main thread; the first one to finish
-    // wins, so a thumbnail once seen never changes under a reader.
+}
+
+// Loads may race on a worker and the main thread; the first one to finish
+// wins, so a thumbnail once seen never changes under a reader.
+void Track::keepFirstThumbnail(QImage thumbnail) {
     const std::lock_guard lock(m_thumbnailMutex);
     if (!m_albumArtThumbnail) {
         m_albumArtThumbnail = std::move(thumbnail);

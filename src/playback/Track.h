@@ -80,6 +80,7 @@ public:
 
 private:
     void loadThumbnail(const QString& placeholder);
+    void keepFirstThumbnail(QImage thumbnail);
 
     mutable std::mutex m_thumbnailMutex;
     std::optional<QImage> m_albumArtThumbnail;

@@ -174,7 +174,7 @@ TEST(AudioPlayerNode, ConvertsAFileToTheOutputRateKeepingPitchAndLength) {
     EXPECT_NEAR(peak, 0.5, 0.01);
 }
 
-TEST(AudioPlayerNode, TimesFollowTheEngineClockAndTheFileRate) {
+TEST(AudioPlayerNode, TimesFollowTheEngineClockAtTheOutputRate) {
     AudioPlayerNode player;
     AudioEngine engine(std::make_unique<OfflineAudioOutput>(44100.0, 441));
     engine.attach(&player);
@@ -194,10 +194,12 @@ TEST(AudioPlayerNode, TimesFollowTheEngineClockAndTheFileRate) {
     ASSERT_TRUE(nodeTime);
     EXPECT_EQ(nodeTime->sampleTime, 4410);
     EXPECT_EQ(nodeTime->sampleRate, 44100.0);
+    // The player's timeline counts at the output's rate, not the file's.
     const auto playerTime = player.playerTimeForNodeTime(*nodeTime);
     ASSERT_TRUE(playerTime);
-    EXPECT_EQ(playerTime->sampleRate, 22050.0);
-    EXPECT_EQ(playerTime->sampleTime, 2205);
+    EXPECT_EQ(playerTime->sampleRate, 44100.0);
+    EXPECT_EQ(playerTime->sampleTime, 4410);
+    EXPECT_EQ(player.timelineLength(*file), 44100);
 
     // A paused engine keeps its last render time; the player keeps its timeline.
     player.pause();

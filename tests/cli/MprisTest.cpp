@@ -72,6 +72,12 @@ protected:
     }
     QString command(const QString& name) { return playerctl({"-p", "corvantis", name}); }
     QString title() { return playerctl({"-p", "corvantis", "metadata", "title"}); }
+    // Seconds, as playerctl prints the Position it reads; -1 when unreadable.
+    double position() {
+        bool ok = false;
+        const double seconds = command("position").toDouble(&ok);
+        return ok ? seconds : -1.0;
+    }
     bool becomes(const std::function<QString()>& read, const QString& expected) {
         return waitUntil([&] { return read() == expected; }, 5000);
     }
@@ -108,6 +114,21 @@ TEST_F(MprisPlayer, PlayerctlDrivesTheTransportAndSeesTheTrack) {
     command("play-pause");
     EXPECT_TRUE(becomes(status, "Playing")) << status().toStdString();
     EXPECT_EQ(player.state(), QProcess::Running);
+}
+
+TEST_F(MprisPlayer, PositionMovesWhilePlayingAndStartsOverOnTheNextTrack) {
+    ASSERT_TRUE(becomes([&] { return command("status"); }, "Playing"));
+    const double first = position();
+    ASSERT_GE(first, 0.0);
+    EXPECT_TRUE(waitUntil([&] { return position() > first; }, 5000))
+        << "still at " << position() << " s";
+    EXPECT_TRUE(waitUntil([&] { return position() >= 1.5; }, 5000));
+
+    command("next");
+    EXPECT_TRUE(becomes([&] { return title(); }, "b.wav")) << title().toStdString();
+    const double second = position();
+    EXPECT_GE(second, 0.0);
+    EXPECT_LT(second, 1.5);
 }
 
 TEST_F(MprisPlayer, ASecondPlayerTakesANameOfItsOwn) {

@@ -86,6 +86,49 @@ TEST_F(MprisServiceTest, ATrackPublishesItsTitleLengthIdAndCoverAndPlayPauseFoll
     EXPECT_EQ(service->playbackStatus(), "Playing");
 }
 
+TEST_F(MprisServiceTest, PositionRunsOnWhilePlayingAndJumpsAreAnnounced) {
+    qint64 now = 7'000'000;
+    service->setClock([&now] { return now; });
+    QList<qint64> seeks;
+    QObject::connect(service.get(), &MprisService::seeked, [&seeks](qint64 at) { seeks << at; });
+    startQueue(manager, {queuedTrack("first", 4.0), queuedTrack("second", 12.0)});
+    std::vector<float> block(2 * 512);
+    manager.audioEngine().renderOffline(block.data(), 512);
+
+    // Published at 0 when the track started; the clock carries it on.
+    EXPECT_EQ(service->position(), 0);
+    now += 1'200'000;
+    manager.notifyCurrentTimeChanged();
+    now += 1'000'000;
+    manager.notifyCurrentTimeChanged();
+    EXPECT_EQ(service->position(), 2'200'000);
+    // The count trails the clock by less than a tick: a pause is no jump.
+    now += 200'000;
+    manager.pause();
+    EXPECT_EQ(service->position(), 2'000'000);
+    now += 60'000'000;
+    EXPECT_EQ(service->position(), 2'000'000);
+    manager.play();
+    now += 500'000;
+    EXPECT_EQ(service->position(), 2'500'000);
+    EXPECT_TRUE(seeks.isEmpty());
+
+    // A seek back is announced; the clock never runs past the length.
+    manager.seekTo(0.5);
+    EXPECT_EQ(seeks, QList<qint64>{500'000});
+    now += 10'000'000;
+    EXPECT_EQ(service->position(), 4'000'000);
+
+    // So are a change of track and a repeated track, both starting at 0.
+    manager.next();
+    EXPECT_EQ(service->metadata().value("xesam:title").toString(), "second");
+    now += 3'000'000;
+    manager.setRepeatMode(PlaybackManager::RepeatMode::one);
+    manager.next();
+    EXPECT_EQ(seeks, (QList<qint64>{500'000, 0, 0}));
+    EXPECT_EQ(service->position(), 0);
+}
+
 TEST(MprisServiceBus, WithoutABusItSaysSoAndStaysOff) {
     LogCapture log;
     PlaybackManager manager{std::make_unique<OfflineAudioOutput>(kRate, 512)};

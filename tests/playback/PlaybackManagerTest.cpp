@@ -1,16 +1,20 @@
 #include <gtest/gtest.h>
 
 #include <QDir>
+#include <QFile>
 #include <QImage>
 #include <cmath>
 #include <limits>
 #include <vector>
+
+#include <SDL.h>
 
 #include "AppDirectories.h"
 #include "AudioFixtures.h"
 #include "Log.h"
 #include "OfflineAudioOutput.h"
 #include "PlaybackManager.h"
+#include "SdlAudioOutput.h"
 #include "TestSupport.h"
 #include "TrackFixtures.h"
 
@@ -18,6 +22,7 @@ namespace {
 
 constexpr double kRate = 44100.0;
 constexpr int kBlock = 512;
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 using State = PlaybackManager::State;
 using RepeatMode = PlaybackManager::RepeatMode;
@@ -65,6 +70,59 @@ struct ScriptedRandom {
     }
 };
 
+// The one-second clock, stepped by the test instead of the event loop.
+class ManualTimer final : public RepeatingTimer {
+public:
+    void start(std::chrono::milliseconds every) override {
+        interval = every;
+        m_active = true;
+    }
+    void stop() override { m_active = false; }
+    bool isActive() const override { return m_active; }
+    // One interval passes: a timeout, if the timer runs.
+    void elapse() {
+        if (m_active) {
+            timeout();
+        }
+    }
+
+    std::chrono::milliseconds interval{0};
+
+private:
+    bool m_active = false;
+};
+
+// Warnings of the playback category, which the system's log lines are not.
+class PlaybackWarnings {
+public:
+    PlaybackWarnings() {
+        s_lines.clear();
+        m_previous = qInstallMessageHandler(
+            [](QtMsgType type, const QMessageLogContext& context, const QString& message) {
+                if (type == QtWarningMsg && qstrcmp(context.category, "corvantis.playback") == 0) {
+                    s_lines.append(message);
+                }
+            });
+    }
+    ~PlaybackWarnings() { qInstallMessageHandler(m_previous); }
+    QStringList lines() const { return s_lines; }
+    void clear() { s_lines.clear(); }
+
+private:
+    static inline QStringList s_lines;
+    QtMessageHandler m_previous = nullptr;
+};
+
+// A track the queue believes lasts `duration`, whose file is `audioSeconds` of
+// 44.1 kHz float audio in which every frame tells its own index.
+TrackPtr frameIndexTrack(const QString& title, double duration, double audioSeconds) {
+    TrackPtr track = makeTrack(title);
+    track->duration = duration;
+    writePatternFile(QDir(testHome()).relativeFilePath(track->url()), 44100,
+                     qint64(audioSeconds * 44100));
+    return track;
+}
+
 // A sound device that never runs: either it will not start, or it says it
 // started and then is not running.
 class DeadOutput final : public AudioOutput {
@@ -87,7 +145,11 @@ private:
 
 class PlaybackManagerTest : public ::testing::Test {
 protected:
-    void SetUp() override {
+    explicit PlaybackManagerTest(double outputRate = kRate)
+        : manager(std::make_unique<OfflineAudioOutput>(outputRate, kBlock)) {
+        auto timer = std::make_unique<ManualTimer>();
+        clock = timer.get();
+        manager.setElapsedTimeTimer(std::move(timer));
         manager.setDelegate(&delegate);
         manager.setNowPlayingPublisher(publisher);
     }
@@ -110,33 +172,41 @@ protected:
 
     void tick(int count = 1) {
         for (int i = 0; i < count; ++i) {
-            manager.notifyCurrentTimeChanged();
+            clock->elapse();
         }
     }
 
-    bool timerActive() const {
-        return manager.elpasedTimeTimer() && manager.elpasedTimeTimer()->isActive();
-    }
+    bool timerActive() const { return manager.elpasedTimeTimer()->isActive(); }
 
     LogCapture log;
-    PlaybackManager manager{std::make_unique<OfflineAudioOutput>(kRate, kBlock)};
+    PlaybackManager manager;
+    ManualTimer* clock = nullptr;
     RecordingDelegate delegate;
     std::shared_ptr<RecordingPublisher> publisher = std::make_shared<RecordingPublisher>();
 };
 
+// The output at 48 kHz, the tracks' files at 44.1 kHz.
+class PlaybackManagerAt48kHz : public PlaybackManagerTest {
+protected:
+    PlaybackManagerAt48kHz() : PlaybackManagerTest(48000.0) {}
+};
+
 }  // namespace
 
-TEST_F(PlaybackManagerTest, GraphIsBuiltWithFiveBandUnitsAtTheFixedFrequencies) {
+TEST_F(PlaybackManagerTest, GraphRunsThroughTheMainUnitAndThreeBassUnitsAtTheFixedBands) {
     ASSERT_NE(manager.equalizer(), nullptr);
     ASSERT_EQ(manager.bassEqualizers().size(), 3u);
-    std::vector<const AudioUnitEQ*> units{manager.equalizer()};
-    for (const auto& unit : manager.bassEqualizers()) {
-        units.push_back(unit.get());
-    }
-    for (const AudioUnitEQ* unit : units) {
+    const auto& bass = manager.bassEqualizers();
+    EXPECT_EQ(manager.audioEngine().signalPath(),
+              (std::vector<AudioNode*>{&manager.audioPlayerNode(), manager.equalizer(),
+                                       bass[0].get(), bass[1].get(), bass[2].get()}));
+
+    const float frequencies[] = {60, 230, 910, 3000, 14000};
+    for (const AudioUnitEQ* unit :
+         {manager.equalizer(), bass[0].get(), bass[1].get(), bass[2].get()}) {
         ASSERT_EQ(unit->bands().size(), 5u);
         for (size_t i = 0; i < 5; ++i) {
-            EXPECT_EQ(unit->bands()[i]->frequency(), float(PlaybackManager::eqFrequancies()[i]));
+            EXPECT_EQ(unit->bands()[i]->frequency(), frequencies[i]);
             EXPECT_FALSE(unit->bands()[i]->bypass());
             EXPECT_EQ(unit->bands()[i]->filterType(), AudioUnitEQFilterType::parametric);
             EXPECT_EQ(unit->bands()[i]->gain(), 0.0f);
@@ -201,15 +271,15 @@ TEST_F(PlaybackManagerTest, DelegateSeesZeroForNoPositionAndNeverATimePastTheEnd
     }
 }
 
-TEST_F(PlaybackManagerTest, StartingTheClockTwiceKeepsOneClock) {
+TEST_F(PlaybackManagerTest, TheClockTicksEverySecondAndStartingItTwiceKeepsOneClock) {
     startQueue({queuedTrack("song", 10.0)});
     ASSERT_EQ(manager.currentTime(), 0.0);
+    EXPECT_EQ(clock->interval, std::chrono::seconds(1));
     manager.startElapsedTimeTimer();
-    // A second clock would have fired its first tick at once.
+    // A second start would have ticked at once.
     EXPECT_EQ(manager.currentTime(), 0.0);
     EXPECT_TRUE(timerActive());
-    // The clock runs on the event loop by itself.
-    EXPECT_TRUE(waitUntil([this] { return manager.currentTime() >= 1.0; }, 3000));
+    tick();
     EXPECT_EQ(manager.currentTime(), 1.0);
 }
 
@@ -399,8 +469,8 @@ TEST_F(PlaybackManagerTest, SeekDuringAPauseLeavesTheStateAlone) {
     EXPECT_EQ(manager.state(), State::paused);
 }
 
-TEST_F(PlaybackManagerTest, SeekArithmetic) {
-    const TrackPtr song = queuedTrack("song", 200.0, 10.5);
+TEST_F(PlaybackManagerAt48kHz, SeekArithmeticRunsInThePlayersTimeAndTheAudioFollows) {
+    const TrackPtr song = frameIndexTrack("song", 200.0, 10.5);
     startQueue({song});
 
     // Before the first render there is no render time: nothing moves.
@@ -409,12 +479,15 @@ TEST_F(PlaybackManagerTest, SeekArithmetic) {
     EXPECT_EQ(manager.currentTime(), 0.0);
 
     render(kBlock);
+    // The frames are the player's, at the output's 48 kHz, and so is the
+    // file's length they are checked against (463050 frames at 44.1 kHz).
     // The track's duration, where to, the time that results and the log line.
     const std::tuple<double, double, double, QString> seeks[] = {
-        {200.0, 10.0, 10.0, "Scheduling segment: startingFrame: 441000, frameCount: 8379000"},
-        {200.0, -5.0, 0.0, "Scheduling segment: startingFrame: 0, frameCount: 8820000"},
+        {200.0, 10.0, 10.0, "Scheduling segment: startingFrame: 480000, frameCount: 9120000"},
+        {200.0, -5.0, 0.0, "Scheduling segment: startingFrame: 0, frameCount: 9600000"},
+        {200.0, 10.49, 10.49, "Scheduling segment: startingFrame: 503520, frameCount: 9096480"},
         // Past the end of the audio in the file, the time still moves.
-        {100.0, 1000.0, 99.99, "Invalid newSampleTime: 4409559 for audio file length: 463050"},
+        {100.0, 1000.0, 99.99, "Invalid newSampleTime: 4799520 for audio file length: 504000"},
         {0.0, 3.0, 0.0, "No frames to play or invalid values"}};
     for (const auto& [duration, to, time, line] : seeks) {
         song->duration = duration;
@@ -426,6 +499,40 @@ TEST_F(PlaybackManagerTest, SeekArithmetic) {
             EXPECT_EQ(delegate.times.last(), time);
         }
     }
+
+    // Ten seconds into the file is its frame 441000, whichever rate plays it
+    // (give or take the few frames the rate converter's filter delays by).
+    song->duration = 200.0;
+    manager.seekTo(10.0);
+    const int latency = manager.audioEngine().latencyFrames();
+    const std::vector<float> samples = render(latency + 4 * kBlock);
+    for (int frame = kBlock; frame < 4 * kBlock; ++frame) {
+        const double expected = 441000 + frame * 44100.0 / 48000.0;
+        const qint64 heard = patternFrame(samples[size_t(latency + frame) * 2]);
+        ASSERT_NEAR(double(heard), expected, 8.0) << "at frame " << frame;
+    }
+}
+
+TEST_F(PlaybackManagerTest, SeeksToNoTimeAtAllAreRefusedAndChangeNothing) {
+    startQueue({queuedTrack("song", 5.0, 5.0)});
+    render(kBlock);
+    tick(2);
+    ASSERT_EQ(manager.currentTime(), 2.0);
+    PlaybackWarnings warnings;
+    log.clear();
+    const int published = int(publisher->published.size());
+    const int told = int(delegate.times.size());
+    for (const double to : {std::numeric_limits<double>::quiet_NaN(), kInfinity, -kInfinity}) {
+        warnings.clear();
+        manager.seekTo(to);
+        EXPECT_EQ(warnings.lines().size(), 1) << to;
+        EXPECT_EQ(manager.currentTime(), 2.0) << to;
+    }
+    // Nothing was scheduled, published or shown.
+    EXPECT_TRUE(log.lines().isEmpty()) << log.lines().join('|').toStdString();
+    EXPECT_EQ(publisher->published.size(), published);
+    EXPECT_EQ(delegate.times.size(), told);
+    EXPECT_EQ(manager.state(), State::playing);
 }
 
 TEST_F(PlaybackManagerTest, SeeksThatCannotBeRepresentedAreRefused) {
@@ -459,6 +566,7 @@ TEST_F(PlaybackManagerTest, SeeksThatCannotBeRepresentedAreRefused) {
 TEST_F(PlaybackManagerTest, UnreadableTracksLeaveTheQueueAndAQueueOfThemEndsEmptyAndSilent) {
     startQueue({unreadableTrack("bad"), queuedTrack("missing", 4.0, 0)}, 1);
     EXPECT_TRUE(manager.currentPlaylist().isEmpty());
+    EXPECT_TRUE(log.lines().isEmpty()) << log.lines().join('|').toStdString();
     EXPECT_EQ(manager.state(), State::stopped);
     EXPECT_TRUE(delegate.events.isEmpty());
     EXPECT_TRUE(publisher->published.isEmpty());
@@ -476,6 +584,20 @@ TEST_F(PlaybackManagerTest, UnreadableTracksLeaveTheQueueAndAQueueOfThemEndsEmpt
     EXPECT_EQ(manager.audioFile()->path(), good->url());
 }
 
+TEST_F(PlaybackManagerTest, AFileWhoseReadsFailLeavesTheQueueWithALine) {
+    // Reading this process's memory from address 0 fails as a failing disk
+    // does; the file is there and may be fine another time.
+    const TrackPtr failing = makeTrack("failing");
+    QDir().mkpath(downloadedMusicDirectory());
+    ASSERT_TRUE(QFile::link("/proc/self/mem", failing->url()));
+    const TrackPtr good = queuedTrack("good", 4.0);
+    startQueue({failing, good});
+    EXPECT_EQ(log.lines(), QStringList{"Error: Unable to read audio file: Input/output error"});
+    EXPECT_EQ(manager.currentPlaylist(), QList<TrackPtr>{good});
+    EXPECT_EQ(manager.state(), State::playing);
+    EXPECT_EQ(delegate.events, (QStringList{"track good", "start"}));
+}
+
 TEST(PlaybackManagerEngine, AnEngineThatWillNotRunStopsPlaybackOrLeavesTheStateAlone) {
     LogCapture log;
     for (const bool startSucceeds : {false, true}) {
@@ -491,7 +613,7 @@ TEST(PlaybackManagerEngine, AnEngineThatWillNotRunStopsPlaybackOrLeavesTheStateA
             EXPECT_EQ(log.lines(), QStringList{"Error: Audio engine is not running"});
             ASSERT_NE(manager.audioFile(), nullptr);
             EXPECT_TRUE(delegate.events.isEmpty());
-            EXPECT_FALSE(manager.elpasedTimeTimer());
+            EXPECT_FALSE(manager.elpasedTimeTimer()->isActive());
             continue;
         }
         EXPECT_EQ(delegate.events, QStringList{"stop"});
@@ -504,14 +626,32 @@ TEST(PlaybackManagerEngine, AnEngineThatWillNotRunStopsPlaybackOrLeavesTheStateA
     }
 }
 
-TEST_F(PlaybackManagerTest, AnEngineStoppedBehindOurBackIsRestartedByTheTick) {
-    startQueue({queuedTrack("song", 10.0)});
-    manager.audioEngine().pause();
+TEST(PlaybackManagerDevice, ADeviceThatStopsUnderneathIsOpenedAgainByTheTick) {
+    qputenv("SDL_AUDIODRIVER", "dummy");
+    PlaybackManager manager(std::make_unique<SdlAudioOutput>());
+    auto timer = std::make_unique<ManualTimer>();
+    ManualTimer& clock = *timer;
+    manager.setElapsedTimeTimer(std::move(timer));
+    RecordingDelegate delegate;
+    manager.setDelegate(&delegate);
+    startQueue(manager, {queuedTrack("song", 10.0, 2.0)});
+    ASSERT_EQ(manager.state(), State::playing);
+    ASSERT_TRUE(manager.audioEngine().isRunning());
+
+    // The sound system goes away under the player: its devices are gone.
+    SDL_QuitSubSystem(SDL_INIT_AUDIO);
+    EXPECT_FALSE(manager.audioEngine().isRunning());
+    EXPECT_TRUE(manager.audioPlayerNode().isPlaying());
+
     delegate.events.clear();
-    tick();
+    clock.elapse();
     EXPECT_TRUE(manager.audioEngine().isRunning());
     EXPECT_EQ(delegate.events, QStringList{"start"});
+    EXPECT_EQ(manager.state(), State::playing);
     EXPECT_EQ(manager.currentTime(), 1.0);
+    // And the new device renders the graph.
+    const qint64 rendered = manager.audioEngine().renderedFrames();
+    EXPECT_TRUE(waitUntil([&] { return manager.audioEngine().renderedFrames() > rendered; }));
 }
 
 TEST_F(PlaybackManagerTest, ADestroyedDelegateIsNeverCalled) {

@@ -94,7 +94,7 @@ TEST(TagReader, WavInfoChunkBacksUpId3) {
     EXPECT_EQ(fieldsAt(path), (QStringList{"Info Title", "-", "ID3 Artist", "-"}));
 }
 
-TEST(TagReader, Mp3TagsFillInByPrecedence) {
+TEST(TagReader, Mp3ReadsID3v2AloneWhenItHasOneAndTheOlderTagsOtherwise) {
     const QString path = testHome() + "/layers.mp3";
     writeFile(path, silentMp3(4));
     {
@@ -111,13 +111,21 @@ TEST(TagReader, Mp3TagsFillInByPrecedence) {
         file.ID3v1Tag()->setAlbum("v1 album");
         file.APETag(true)->setArtist("ape artist");
         file.APETag()->addValue("ALBUM ARTIST", "ape band");
+        file.APETag()->setItem(
+            "COVER ART (FRONT)",
+            TagLib::APE::Item(
+                "COVER ART (FRONT)",
+                TagLib::ByteVector("cover.png\0", 10) + TagLib::ByteVector("ape picture"), true));
         ASSERT_TRUE(file.save(TagLib::MPEG::File::ID3v1 | TagLib::MPEG::File::APE));
     }
     EXPECT_EQ(fieldsAt(path), (QStringList{"v1 title", "v1 album", "ape artist", "ape band"}));
+    EXPECT_EQ(TagReader::readFrontCover(path), QByteArray("ape picture"));
 
-    // ID3v2 comes first, and its empty frame is an answer, not a gap.
+    // With an ID3v2 tag, what it lacks is missing, whatever the older tags
+    // say; its empty frame is an answer too.
     ASSERT_TRUE(writeTag(path, {.title = "", .album = "v2 album"}));
-    EXPECT_EQ(fieldsAt(path), (QStringList{"", "v2 album", "ape artist", "ape band"}));
+    EXPECT_EQ(fieldsAt(path), (QStringList{"", "v2 album", "-", "-"}));
+    EXPECT_FALSE(TagReader::readFrontCover(path));
 }
 
 namespace {

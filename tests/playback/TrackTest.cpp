@@ -3,7 +3,8 @@
 #include <QDir>
 #include <QFile>
 #include <QImage>
-#include <QSet>
+#include <QPainter>
+#include <QSvgRenderer>
 #include <QtConcurrent>
 #include <algorithm>
 #include <cmath>
@@ -121,12 +122,10 @@ TEST(TrackUrlDeathTest, LibraryTrackWithoutAssetPathIsAProgrammingError) {
     EXPECT_DEATH(track->url(), "mediaLibaryLocalPath");
 }
 
-TEST(TrackIdentity, EqualTracksStayDistinctInSetsAndThumbnailsCompareAsImageObjects) {
+TEST(TrackIdentity, EveryFieldCountsAndThumbnailsCompareAsImageObjects) {
     const TrackPtr a = makeTrack("Same");
     const TrackPtr b = makeTrack("Same");
     EXPECT_TRUE(*a == *b);
-    EXPECT_EQ(QSet<TrackPtr>({a, b, a}).size(), 2);
-    EXPECT_NE(std::hash<TrackPtr>{}(a), std::hash<TrackPtr>{}(b));
 
     // Every compared field counts.
     for (auto field :
@@ -152,8 +151,6 @@ TEST(TrackIdentity, EqualTracksStayDistinctInSetsAndThumbnailsCompareAsImageObje
 }
 
 TEST(TrackOrder, RunsAgainstTheKeysAndTheFilterMatchesTheTitleIgnoringCase) {
-    // Keys are title + artist + album, no separator.
-    EXPECT_EQ(makeTrack("ab", "c", "d")->sortKey(), "abcd");
     std::vector<TrackPtr> tracks{makeTrack("a"), makeTrack("c"), makeTrack("b")};
     std::sort(tracks.begin(), tracks.end(),
               [](const TrackPtr& x, const TrackPtr& y) { return *x < *y; });
@@ -213,22 +210,33 @@ TEST(TrackThumbnail, CropTakesTwoPixelsFromEachSide) {
     }
 }
 
-TEST(TrackThumbnail, PlaceholdersOnlyWhenThereIsNoPicture) {
+TEST(TrackThumbnail, PlaceholdersOnlyWhenThereIsNoPictureAndKeptAsTheyAre) {
+    // The image of a name, drawn from its resource at its own size.
+    const auto image = [](const char* name) {
+        QSvgRenderer renderer(QStringLiteral(":/images/%1.svg").arg(name));
+        QImage drawn(renderer.defaultSize(), QImage::Format_ARGB32_Premultiplied);
+        drawn.fill(Qt::transparent);
+        QPainter painter(&drawn);
+        renderer.render(&painter);
+        return drawn;
+    };
     // No picture: the named placeholder, or nothing.
     const TrackPtr bare =
         musicFolderTrack("bare.wav", {.title = "x", .backCover = pictureBytes({9, 9}, Qt::red)});
     bare->loadAlbumArtThumbnail();
     EXPECT_FALSE(bare->albumArtThumbnail());
-    bare->loadAlbumArtThumbnailForArtist();
-    ASSERT_TRUE(bare->albumArtThumbnail());
-    EXPECT_EQ(bare->albumArtThumbnail()->size(), QSize(86, 86));
-
     const TrackPtr album = musicFolderTrack("album.wav", {});
+    bare->loadAlbumArtThumbnailForArtist();
     album->loadAlbumArtThumbnailForAlbum();
-    ASSERT_TRUE(album->albumArtThumbnail());
-    EXPECT_NE(album->albumArtThumbnail()->pixelColor(43, 43),
-              bare->albumArtThumbnail()->pixelColor(43, 43))
-        << "the two placeholders are different pictures";
+    // Not cut, recompressed or rescaled: the very pixels, at their own size.
+    for (const auto& [track, name] : {std::pair{bare, "person-90"}, std::pair{album, "cd-90"}}) {
+        ASSERT_TRUE(track->albumArtThumbnail()) << name;
+        const QImage thumbnail = *track->albumArtThumbnail();
+        EXPECT_EQ(thumbnail.size(), QSize(90, 90)) << name;
+        EXPECT_EQ(thumbnail.devicePixelRatio(), 1.0) << name;
+        EXPECT_EQ(thumbnail.convertToFormat(QImage::Format_ARGB32_Premultiplied), image(name))
+            << name;
+    }
 
     // A cover whose bytes do not decode leaves the thumbnail empty.
     const TrackPtr broken =

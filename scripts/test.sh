@@ -9,7 +9,7 @@ jobs="$(nproc)"
 # unchanged file are free in any clone on this machine.
 launcher=()
 if command -v ccache >/dev/null 2>&1; then
-  export CCACHE_BASEDIR="$here"
+  export CCACHE_BASEDIR="$here" CCACHE_NOHASHDIR=true
   launcher=(-DCMAKE_C_COMPILER_LAUNCHER=ccache -DCMAKE_CXX_COMPILER_LAUNCHER=ccache)
 fi
 cmake -S "$here" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \

@@ -134,10 +134,13 @@ public:
         Peer peer;
         peer.fd = fd ? fd->connect_fd : -1;
         peer.address = addressKey(address ? address->client_addr : nullptr);
-        std::lock_guard lock(m_mutex);
-        peer.admitted = take(peer.address);
-        peer.deadline = Clock::now() + (peer.admitted ? m_headerTime : m_excessHeaderTime);
-        m_peers.insert_or_assign(connection, peer);
+        {
+            std::lock_guard lock(m_mutex);
+            peer.admitted = take(peer.address);
+            peer.deadline = Clock::now() + (peer.admitted ? m_headerTime : m_excessHeaderTime);
+            m_peers.insert_or_assign(connection, peer);
+        }
+        m_wake.notify_one();
     }
 
     // Called before the library closes the socket, so that the watch never
@@ -179,12 +182,16 @@ public:
 
     // The answer is out; a kept-alive connection waits for its next request.
     void answered(MHD_Connection* connection) {
-        std::lock_guard lock(m_mutex);
-        const auto found = m_peers.find(connection);
-        if (found != m_peers.end()) {
+        {
+            std::lock_guard lock(m_mutex);
+            const auto found = m_peers.find(connection);
+            if (found == m_peers.end()) {
+                return;
+            }
             found->second.awaitingHeaders = true;
             found->second.deadline = Clock::now() + m_keptAliveTime;
         }
+        m_wake.notify_one();
     }
 
 private:
@@ -224,10 +231,16 @@ private:
             "HTTP/1.1 408 Request Timeout\r\nConnection: close\r\nContent-Length: 0\r\n\r\n";
         std::unique_lock lock(m_mutex);
         while (!m_stopping) {
-            m_wake.wait_for(lock, std::chrono::milliseconds(100));
+            // Asleep until the nearest deadline, or until a connection comes
+            // or is answered and may bring a nearer one.
             const Clock::time_point now = Clock::now();
+            Clock::time_point next = Clock::time_point::max();
             for (auto& [connection, peer] : m_peers) {
-                if (!peer.awaitingHeaders || peer.cut || peer.fd < 0 || now < peer.deadline) {
+                if (!peer.awaitingHeaders || peer.cut || peer.fd < 0) {
+                    continue;
+                }
+                if (now < peer.deadline) {
+                    next = std::min(next, peer.deadline);
                     continue;
                 }
                 // Nothing else writes to a connection that has not sent its
@@ -237,6 +250,11 @@ private:
                 ::shutdown(peer.fd, SHUT_RDWR);
                 peer.cut = true;
                 qCDebug(lcUploadServer) << "a request's headers took too long; connection closed";
+            }
+            if (next == Clock::time_point::max()) {
+                m_wake.wait(lock);
+            } else {
+                m_wake.wait_until(lock, next);
             }
         }
     }

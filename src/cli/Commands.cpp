@@ -16,7 +16,12 @@ int runVersionCommand(const QStringList& arguments);
 
 std::span<const CliCommand> cliCommands() {
     static const std::array commands{
-        CliCommand{"dropbox", "dropbox login | ls [PATH] | get PATH | status | logout",
+        CliCommand{"dropbox",
+                   "dropbox login [--wait MINUTES] | ls [PATH] | get PATH | status | logout\n"
+                   "      login waits MINUTES (10 unless told) for the browser to come back or\n"
+                   "      for a pasted code; Ctrl-C, SIGTERM or Ctrl-D at a terminal cancel it.\n"
+                   "      A standard input closed otherwise (a script, </dev/null) does not:\n"
+                   "      the browser may still come back within the time.",
                    runDropboxCommand},
         CliCommand{"import", "import FILE...", runImportCommand},
         CliCommand{"info", "info FILE...", runInfoCommand},

@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <QEventLoop>
@@ -5,10 +6,12 @@
 #include <QSocketNotifier>
 #include <QTimer>
 #include <cerrno>
+#include <csignal>
 #include <optional>
 
 #include "CliCommand.h"
 #include "DownloadManager.h"
+#include "DropboxLoopbackRedirect.h"
 #include "DropboxManager.h"
 #include "DropboxSignOut.h"
 #include "DropboxTokenStore.h"
@@ -91,7 +94,61 @@ private:
     QByteArray m_bytes;
 };
 
-int login() {
+// Ctrl-C and SIGTERM while it lives reach the event loop through a pipe, the
+// one thing a signal handler may safely write to; the former handlers come
+// back when it goes.
+class StopSignals {
+public:
+    StopSignals() {
+        if (::pipe2(s_pipe, O_CLOEXEC | O_NONBLOCK) != 0) {
+            return;
+        }
+        m_notifier.emplace(s_pipe[0], QSocketNotifier::Read);
+        QObject::connect(&*m_notifier, &QSocketNotifier::activated, [this] {
+            char number = 0;
+            while (::read(s_pipe[0], &number, 1) == 1) {
+                received = number;
+            }
+        });
+        struct sigaction action {};
+        action.sa_handler = onSignal;
+        sigemptyset(&action.sa_mask);
+        sigaction(SIGINT, &action, &m_previousInt);
+        sigaction(SIGTERM, &action, &m_previousTerm);
+    }
+    ~StopSignals() {
+        if (!m_notifier) {
+            return;
+        }
+        sigaction(SIGINT, &m_previousInt, nullptr);
+        sigaction(SIGTERM, &m_previousTerm, nullptr);
+        m_notifier.reset();
+        ::close(std::exchange(s_pipe[0], -1));
+        ::close(std::exchange(s_pipe[1], -1));
+    }
+    StopSignals(const StopSignals&) = delete;
+    StopSignals& operator=(const StopSignals&) = delete;
+
+    int received = 0;
+
+private:
+    static void onSignal(int number) {
+        const char byte = char(number);
+        [[maybe_unused]] const auto written = ::write(s_pipe[1], &byte, 1);
+    }
+
+    static inline int s_pipe[2] = {-1, -1};
+    std::optional<QSocketNotifier> m_notifier;
+    struct sigaction m_previousInt {};
+    struct sigaction m_previousTerm {};
+};
+
+QString minutesText(double minutes) {
+    return minutes == 1 ? QStringLiteral("1 minute")
+                        : QStringLiteral("%1 minutes").arg(QString::number(minutes));
+}
+
+int login(double minutes) {
     if (!DropboxClientsManager::isConfigured()) {
         return notConfigured();
     }
@@ -102,24 +159,49 @@ int login() {
         redirected = true;
         DropboxManager::shared().openURL(url);
     });
+    StopSignals stop;
+    const int limitMs = int(minutes * 60 * 1000);
     // The browser comes back to this machine's loopback address; from another
     // machine's browser, the address it was sent to (or its code) is pasted here.
     DropboxClientsManager::authorizeFromController(
-        [](const QUrl& url) {
-            cliErr() << "Open this address and allow access. If this window does not go on by "
-                        "itself, paste the code (or the address you were sent to) here:"
+        [minutes](const QUrl& url) {
+            cliErr() << "Open this address and allow access within " << minutesText(minutes)
+                     << ". If this window does not go on by itself, paste the code (or the "
+                        "address you were sent to) here:"
                      << Qt::endl;
             cliOut() << url.toString(QUrl::FullyEncoded) << Qt::endl;
         },
-        DropboxClientsManager::Redirect::loopback);
+        DropboxClientsManager::Redirect::loopback, limitMs);
+    // Its listener closes by itself when the time is up.
+    const bool listening = DropboxClientsManager::isAwaitingLoopbackRedirect();
+    const bool terminal = ::isatty(STDIN_FILENO) == 1;
     StdinLine input;
-    waitFor([&] {
-        return redirected || input.line ||
-               (input.ended && !DropboxClientsManager::isAwaitingLoopbackRedirect());
-    });
+    const auto cancelled = [&] {
+        return stop.received != 0 || (terminal && input.ended && !input.line);
+    };
+    // Standard input closed elsewhere than at a terminal is no answer: the
+    // browser may still come back to the loopback address.
+    const bool answered = waitFor(
+        [&] {
+            return redirected || input.line || cancelled() ||
+                   (input.ended && !DropboxClientsManager::isAwaitingLoopbackRedirect());
+        },
+        limitMs);
+    if (cancelled() && !redirected) {
+        DropboxClientsManager::cancelSignIn();
+        cliErr() << "corvantis-cli: sign-in cancelled; not signed in" << Qt::endl;
+        return 1;
+    }
+    if (!redirected && !input.line && (!answered || listening)) {
+        DropboxClientsManager::cancelSignIn();
+        cliErr() << "corvantis-cli: no answer came from the browser within " << minutesText(minutes)
+                 << "; not signed in" << Qt::endl;
+        return 1;
+    }
     if (!redirected) {
         const QString answer = input.line.value_or(QString());
         if (answer.isEmpty()) {
+            DropboxClientsManager::cancelSignIn();
             return cliFail("no code given; not signed in");
         }
         const QUrl redirect = answer.contains(QLatin1String("://"))
@@ -127,7 +209,12 @@ int login() {
                                   : DropboxClientsManager::redirectUrlForCode(answer);
         DropboxManager::shared().openURL(redirect);
     }
-    waitFor([&] { return result.has_value(); });
+    // The exchange of the code is bounded by the client's own stall limit.
+    waitFor([&] { return result.has_value() || stop.received != 0; });
+    if (!result) {
+        cliErr() << "corvantis-cli: sign-in cancelled; not signed in" << Qt::endl;
+        return 1;
+    }
     if (!result->isSuccess()) {
         cliErr() << "corvantis-cli: sign-in failed: " << errorText(result->error()) << Qt::endl;
         return 1;
@@ -213,9 +300,26 @@ int logout() {
     return messages.failed ? 1 : 0;
 }
 
+// How long `login` waits for the browser, or for a code, unless told otherwise.
+constexpr double defaultLoginMinutes = dropboxLoopbackTimeoutMs / 60000.0;
+
 int runAction(const QString& action, const QStringList& arguments) {
-    if (action == QLatin1String("login") && arguments.size() == 1) {
-        return login();
+    if (action == QLatin1String("login") && (arguments.size() == 1 || arguments.size() == 3)) {
+        double minutes = defaultLoginMinutes;
+        if (arguments.size() == 3) {
+            bool ok = false;
+            minutes = arguments[2].toDouble(&ok);
+            if (arguments[1] != QLatin1String("--wait") || !ok || !(minutes > 0) ||
+                minutes > 24 * 60) {
+                return cliFail("login takes [--wait MINUTES], more than 0 and at most a day");
+            }
+        }
+        return login(minutes);
+    }
+    // Without a key there is nobody to be signed in as.
+    if ((action == QLatin1String("ls") || action == QLatin1String("get")) &&
+        !DropboxClientsManager::isConfigured()) {
+        return notConfigured();
     }
     if (action == QLatin1String("ls") && arguments.size() <= 2) {
         return list(arguments.value(1));
@@ -231,7 +335,8 @@ int runAction(const QString& action, const QStringList& arguments) {
     if (action == QLatin1String("logout") && arguments.size() == 1) {
         return logout();
     }
-    return cliFail("usage: dropbox login | ls [PATH] | get PATH | status | logout");
+    return cliFail(
+        "usage: dropbox login [--wait MINUTES] | ls [PATH] | get PATH | status | logout");
 }
 
 }  // namespace

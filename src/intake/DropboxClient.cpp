@@ -45,6 +45,13 @@ int httpStatus(QNetworkReply* reply) {
     return reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
 }
 
+// Fewer bytes than the answer announced: the connection went before its end.
+bool endedEarly(QNetworkReply* reply, const QByteArray& body) {
+    bool known = false;
+    const qint64 announced = reply->header(QNetworkRequest::ContentLengthHeader).toLongLong(&known);
+    return known && body.size() < announced;
+}
+
 }  // namespace
 
 DropboxEndpoints DropboxEndpoints::fromEnvironment() {
@@ -89,6 +96,15 @@ CallError dropboxCallError(QNetworkReply* reply, const QByteArray& body) {
     const QByteArray requestId = reply->rawHeader("X-Dropbox-Request-Id");
     const QString prefix =
         requestId.isEmpty() ? QString() : QStringLiteral("[request-id %1] ").arg(requestId);
+    // A good status with a failed transfer: the answer itself did not arrive.
+    if (status >= 200 && status < 300 &&
+        (reply->error() != QNetworkReply::NoError || endedEarly(reply, body))) {
+        return {prefix + QStringLiteral("Client error: ") +
+                (reply->error() == QNetworkReply::NoError ||
+                         reply->error() == QNetworkReply::RemoteHostClosedError
+                     ? QStringLiteral("the connection closed before the whole answer arrived")
+                     : reply->errorString())};
+    }
     const QJsonObject json = QJsonDocument::fromJson(body).object();
     const QString summary = json.value(QLatin1String("error_summary")).toString();
     switch (status) {
@@ -219,14 +235,18 @@ void DropboxClient::rpc(const QString& route, const QJsonObject& arguments, Json
                 });
                 return;
             }
-            if (status == 200 && reply->error() == QNetworkReply::NoError) {
+            if (status == 200 && reply->error() == QNetworkReply::NoError &&
+                !endedEarly(reply, body)) {
                 QJsonParseError parseError;
                 const QJsonDocument document = QJsonDocument::fromJson(body, &parseError);
                 if (document.isObject()) {
                     done(document.object());
                 } else {
+                    // Valid JSON of another shape parses without an error to name.
                     done(CallError{QStringLiteral("Bad response from the server: ") +
-                                   parseError.errorString()});
+                                   (parseError.error == QJsonParseError::NoError
+                                        ? QStringLiteral("expected a JSON object")
+                                        : parseError.errorString())});
                 }
                 return;
             }

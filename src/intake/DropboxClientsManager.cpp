@@ -80,6 +80,28 @@ bool isOurRedirect(const QUrl& url) {
            (url.host() == QLatin1String("127.0.0.1") || url.host() == QLatin1String("localhost"));
 }
 
+// Why the service gave no tokens for a code, in its words where it has any;
+// a failure always has a text, so that the sign-in never ends unexplained.
+QString exchangeFailure(QNetworkReply* reply, const QJsonObject& json) {
+    for (const QLatin1String key : {QLatin1String("error_description"), QLatin1String("error")}) {
+        if (const QString words = json.value(key).toString(); !words.isEmpty()) {
+            return words;
+        }
+    }
+    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    if (status == 0) {
+        return reply->errorString();
+    }
+    if (status != 200) {
+        return QStringLiteral("the service refused the sign-in code with HTTP status %1")
+            .arg(status);
+    }
+    if (reply->error() != QNetworkReply::NoError) {
+        return QStringLiteral("the connection closed before the whole answer arrived");
+    }
+    return QStringLiteral("the service's answer to the sign-in code held no access token");
+}
+
 void exchangeCode(const QString& code, const PendingSignIn& signIn,
                   DropboxClientsManager::RedirectCompletion completion) {
     State& s = state();
@@ -117,14 +139,7 @@ void exchangeCode(const QString& code, const PendingSignIn& signIn,
             tokens.expiresAt = QDateTime::currentDateTimeUtc().addSecs(lifetime);
         }
         if (status != 200 || tokens.accessToken.isEmpty()) {
-            QString description = json.value(QLatin1String("error_description")).toString();
-            if (description.isEmpty()) {
-                description = status == 0 ? reply->errorString()
-                                          : json.value(QLatin1String("error")).toString();
-            }
-            completion(OAuthResult{OAuthResult::Kind::error, description.isEmpty()
-                                                                 ? std::nullopt
-                                                                 : std::optional(description)});
+            completion(OAuthResult{OAuthResult::Kind::error, exchangeFailure(reply, json)});
             return;
         }
         DropboxTokenStore::save(tokens);
@@ -178,7 +193,8 @@ QString DropboxClientsManager::appKey() {
     return state().appKey;
 }
 
-bool DropboxClientsManager::authorizeFromController(const OpenUrl& openURL, Redirect redirect) {
+bool DropboxClientsManager::authorizeFromController(const OpenUrl& openURL, Redirect redirect,
+                                                    int loopbackTimeoutMs) {
     State& s = state();
     if (!s.configured) {
         return false;
@@ -196,7 +212,7 @@ bool DropboxClientsManager::authorizeFromController(const OpenUrl& openURL, Redi
                     handleRedirectURL(url, [](const std::optional<OAuthResult>&) {});
                 }
             },
-            dropboxLoopbackTimeoutMs, QCoreApplication::instance());
+            loopbackTimeoutMs, QCoreApplication::instance());
         if (listener->listen()) {
             s.loopback = listener;
             signIn.redirectUri = listener->redirectUri();
@@ -223,6 +239,10 @@ bool DropboxClientsManager::authorizeFromController(const OpenUrl& openURL, Redi
     s.pending = signIn;
     openURL(url);
     return true;
+}
+
+void DropboxClientsManager::cancelSignIn() {
+    endPendingSignIn();
 }
 
 void DropboxClientsManager::setLoopbackHandler(std::function<void(const QUrl&)> handler) {

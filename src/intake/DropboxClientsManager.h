@@ -5,6 +5,8 @@
 #include <functional>
 #include <optional>
 
+#include "DropboxLoopbackRedirect.h"
+
 class DropboxClient;
 
 // How a sign-in at the service ended.
@@ -41,8 +43,13 @@ public:
     // `openURL`. A loopback redirect hands what it receives to the handler set
     // below; where no port can be had the service shows the code instead.
     // Not configured: `openURL` is not called and false is returned.
+    // A loopback listener waits `loopbackTimeoutMs` at most.
     static bool authorizeFromController(const OpenUrl& openURL,
-                                        Redirect redirect = Redirect::scheme);
+                                        Redirect redirect = Redirect::scheme,
+                                        int loopbackTimeoutMs = dropboxLoopbackTimeoutMs);
+    // Gives up the sign-in in progress: its listener closes, and a later
+    // answer of the service belongs to no sign-in.
+    static void cancelSignIn();
     // Where a loopback listener hands the redirect it received.
     static void setLoopbackHandler(std::function<void(const QUrl&)> handler);
     // Whether a loopback listener still waits for the browser.

@@ -76,6 +76,35 @@ void DropboxManager::handleAuthResult(const std::optional<OAuthResult>& result) 
 
 void DropboxManager::listFolder(const QString& path, std::optional<std::vector<Metadata>> entries,
                                 std::optional<QString> cursor, ListHandler callback) {
+    auto walk = std::make_shared<ListingWalk>();
+    if (entries && cursor) {
+        walk->cursors.insert(*cursor);
+    }
+    listFolder(path, std::move(entries), std::move(cursor), std::move(callback), std::move(walk));
+}
+
+std::optional<QString> DropboxManager::endlessListing(const QString& path,
+                                                      const ListFolderResult& page,
+                                                      ListingWalk& walk) const {
+    const QString listing = QStringLiteral("Bad response from the server: the listing of \"%1\" ")
+                                .arg(path.isEmpty() ? QStringLiteral("/") : path);
+    if (page.cursor.isEmpty()) {
+        return listing + QStringLiteral("announced more pages without a cursor to them");
+    }
+    if (walk.cursors.contains(page.cursor)) {
+        return listing + QStringLiteral("gave a cursor it had given before, so it would never end");
+    }
+    if (++walk.pages >= maxListingPages) {
+        return listing +
+               QStringLiteral("still announced more after %1 pages; stopped").arg(walk.pages);
+    }
+    walk.cursors.insert(page.cursor);
+    return std::nullopt;
+}
+
+void DropboxManager::listFolder(const QString& path, std::optional<std::vector<Metadata>> entries,
+                                std::optional<QString> cursor, ListHandler callback,
+                                std::shared_ptr<ListingWalk> walk) {
     DropboxClient* client = DropboxClientsManager::authorizedClient();
     if (!client) {
         MainQueue::async([callback] {
@@ -89,13 +118,14 @@ void DropboxManager::listFolder(const QString& path, std::optional<std::vector<M
     // network layer, and the pages read so far can be large.
     auto previous = std::make_shared<std::vector<Metadata>>(
         std::move(entries).value_or(std::vector<Metadata>()));
-    auto onPage = [this, path, previous, callback](const ListFolderResponse& response) {
-        if (const auto* error = std::get_if<CallError>(&response)) {
-            const QString text =
-                error->description.isEmpty() ? unknownErrorText() : error->description;
+    auto onPage = [this, path, previous, callback, walk](const ListFolderResponse& response) {
+        const auto fail = [&callback](const QString& text) {
             MainQueue::async([callback, text] {
                 callback(Result<std::vector<FileProtocol>>::failure(DescribableError(text)));
             });
+        };
+        if (const auto* error = std::get_if<CallError>(&response)) {
+            fail(error->description.isEmpty() ? unknownErrorText() : error->description);
             return;
         }
         const ListFolderResult& page = std::get<ListFolderResult>(response);
@@ -106,7 +136,11 @@ void DropboxManager::listFolder(const QString& path, std::optional<std::vector<M
         std::move(previous->begin(), previous->end(), std::back_inserter(collection));
         previous->clear();
         if (page.hasMore) {
-            listFolder(path, std::move(collection), page.cursor, callback);
+            if (const std::optional<QString> endless = endlessListing(path, page, *walk)) {
+                fail(*endless);
+                return;
+            }
+            listFolder(path, std::move(collection), page.cursor, callback, walk);
             return;
         }
         MainQueue::async([callback, kept = keepFoldersAndMusic(collection)] {

@@ -2,9 +2,11 @@
 
 #include <QHash>
 #include <QPointer>
+#include <QSet>
 #include <QString>
 #include <QUrl>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -25,6 +27,9 @@ public:
     std::function<void(const VoidResult&)> completion;
     // Transfers in flight by CloudFile id, kept so that they can be cancelled.
     QHash<QString, QPointer<DropboxDownloadRequest>> downloadTasks;
+    // The most pages one listing reads: a service that announces more after
+    // this many is taken to be going round in circles.
+    int maxListingPages = 10000;
 
     // Where the shell hands every URL the application is opened with. Always true.
     bool openURL(const QUrl& url);
@@ -41,5 +46,18 @@ public:
     void cancelFile(const QString& id) override;
 
 private:
+    // The pages one listing has read so far, to tell a listing that ends from
+    // one that never would.
+    struct ListingWalk {
+        QSet<QString> cursors;
+        int pages = 0;
+    };
+
     DropboxManager();
+    void listFolder(const QString& path, std::optional<std::vector<Metadata>> entries,
+                    std::optional<QString> cursor, ListHandler callback,
+                    std::shared_ptr<ListingWalk> walk);
+    // Why the listing should stop before asking for the page after `page`, if it should.
+    std::optional<QString> endlessListing(const QString& path, const ListFolderResult& page,
+                                          ListingWalk& walk) const;
 };

@@ -9,7 +9,9 @@
 
 namespace {
 
-constexpr int kBacklog = 64;
+// Clients beyond the server's connection limit wait here, not refused: room
+// for a busy LAN's worth of them.
+constexpr int kBacklog = 512;
 constexpr int kFallbackAttempts = 100;
 
 ListenSocket tryListen(int family, quint16 port, bool loopbackOnly) {

@@ -2,7 +2,9 @@
 
 #include <fcntl.h>
 #include <microhttpd.h>
+#include <netinet/in.h>
 #include <stdio.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,9 +13,15 @@
 #include <QFileInfo>
 #include <QLoggingCategory>
 #include <cerrno>
+#include <chrono>
+#include <condition_variable>
 #include <cstdarg>
 #include <cstring>
 #include <filesystem>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <unordered_map>
 #include <vector>
 
 #include "AppDirectories.h"
@@ -36,7 +44,7 @@ constexpr size_t kPostBufferSize = 64 * 1024;
 // A body that goes on renaming into a taken name is someone else's race; give up.
 constexpr int kRenameAttempts = 1000;
 
-enum class Route { Page, Upload, Files, NotFound };
+enum class Route { Page, Upload, Files, NotFound, Busy };
 
 Route routeOf(const char* method, const char* url) {
     const bool isGet = std::strcmp(method, MHD_HTTP_METHOD_GET) == 0;
@@ -72,6 +80,198 @@ QString errnoText(int error) {
     return QString::fromLocal8Bit(std::strerror(error));
 }
 
+// The client's address alone, the same for IPv4 and its IPv6-mapped form;
+// empty for what is neither.
+std::string addressKey(const sockaddr* address) {
+    if (address && address->sa_family == AF_INET) {
+        const auto* v4 = reinterpret_cast<const sockaddr_in*>(address);
+        return std::string(reinterpret_cast<const char*>(&v4->sin_addr), sizeof v4->sin_addr);
+    }
+    if (address && address->sa_family == AF_INET6) {
+        const auto* v6 = reinterpret_cast<const sockaddr_in6*>(address);
+        const char* bytes = reinterpret_cast<const char*>(&v6->sin6_addr);
+        return IN6_IS_ADDR_V4MAPPED(&v6->sin6_addr) ? std::string(bytes + 12, 4)
+                                                    : std::string(bytes, sizeof v6->sin6_addr);
+    }
+    return {};
+}
+
+// Keeps track of the server's connections: how many each client address
+// holds, and whether each request's headers arrive in time. The library's own
+// timeout measures silence only, which a client that sends a byte now and then
+// never breaks; such a connection is cut here once its time is up.
+class ConnectionGuard {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    explicit ConnectionGuard(const WiFiUploadServer::Options& options)
+        : m_crowd(options.connectionLimit - options.connectionLimit / 4),
+          m_perAddressLimit(options.perAddressLimit),
+          m_headerTime(std::chrono::seconds(options.headerTimeoutSeconds)),
+          m_excessHeaderTime(std::chrono::seconds(
+              std::min(options.headerTimeoutSeconds, WiFiUploadServer::kExcessHeaderSeconds))),
+          m_keptAliveTime(std::chrono::seconds(
+              std::max(options.headerTimeoutSeconds, options.idleTimeoutSeconds))),
+          m_watch([this] { watch(); }) {}
+
+    ~ConnectionGuard() {
+        {
+            std::lock_guard lock(m_mutex);
+            m_stopping = true;
+        }
+        m_wake.notify_all();
+        m_watch.join();
+    }
+
+    ConnectionGuard(const ConnectionGuard&) = delete;
+    ConnectionGuard& operator=(const ConnectionGuard&) = delete;
+
+    void opened(MHD_Connection* connection) {
+        const MHD_ConnectionInfo* fd =
+            MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD);
+        const MHD_ConnectionInfo* address =
+            MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CLIENT_ADDRESS);
+        Peer peer;
+        peer.fd = fd ? fd->connect_fd : -1;
+        peer.address = addressKey(address ? address->client_addr : nullptr);
+        {
+            std::lock_guard lock(m_mutex);
+            peer.admitted = take(peer.address);
+            peer.deadline = Clock::now() + (peer.admitted ? m_headerTime : m_excessHeaderTime);
+            m_peers.insert_or_assign(connection, peer);
+        }
+        m_wake.notify_one();
+    }
+
+    // Called before the library closes the socket, so that the watch never
+    // touches a descriptor that may already name another file.
+    void closed(MHD_Connection* connection) {
+        std::lock_guard lock(m_mutex);
+        const auto found = m_peers.find(connection);
+        if (found == m_peers.end()) {
+            return;
+        }
+        if (found->second.admitted) {
+            release(found->second.address);
+        }
+        m_peers.erase(found);
+    }
+
+    // The headers of a request are in. False when its address already holds
+    // all the connections it may, counting those that came before this one.
+    bool admit(MHD_Connection* connection) {
+        std::lock_guard lock(m_mutex);
+        const auto found = m_peers.find(connection);
+        if (found == m_peers.end()) {
+            return true;
+        }
+        Peer& peer = found->second;
+        peer.awaitingHeaders = false;
+        if (!peer.admitted) {
+            peer.admitted = take(peer.address);
+        }
+        return peer.admitted;
+    }
+
+    // Most of the pool is taken: a connection that stayed open for a next
+    // request would keep a waiting client out.
+    bool crowded() {
+        std::lock_guard lock(m_mutex);
+        return m_peers.size() >= m_crowd;
+    }
+
+    // The answer is out; a kept-alive connection waits for its next request.
+    void answered(MHD_Connection* connection) {
+        {
+            std::lock_guard lock(m_mutex);
+            const auto found = m_peers.find(connection);
+            if (found == m_peers.end()) {
+                return;
+            }
+            found->second.awaitingHeaders = true;
+            found->second.deadline = Clock::now() + m_keptAliveTime;
+        }
+        m_wake.notify_one();
+    }
+
+private:
+    struct Peer {
+        int fd = -1;
+        std::string address;
+        Clock::time_point deadline;
+        bool awaitingHeaders = true;
+        bool admitted = false;
+        bool cut = false;
+    };
+
+    bool take(const std::string& address) {
+        if (m_perAddressLimit == 0) {
+            return true;
+        }
+        unsigned& held = m_held[address];
+        if (held >= m_perAddressLimit) {
+            return false;
+        }
+        ++held;
+        return true;
+    }
+
+    void release(const std::string& address) {
+        if (m_perAddressLimit == 0) {
+            return;
+        }
+        const auto found = m_held.find(address);
+        if (found != m_held.end() && --found->second == 0) {
+            m_held.erase(found);
+        }
+    }
+
+    void watch() {
+        static constexpr char timeout[] =
+            "HTTP/1.1 408 Request Timeout\r\nConnection: close\r\nContent-Length: 0\r\n\r\n";
+        std::unique_lock lock(m_mutex);
+        while (!m_stopping) {
+            // Asleep until the nearest deadline, or until a connection comes
+            // or is answered and may bring a nearer one.
+            const Clock::time_point now = Clock::now();
+            Clock::time_point next = Clock::time_point::max();
+            for (auto& [connection, peer] : m_peers) {
+                if (!peer.awaitingHeaders || peer.cut || peer.fd < 0) {
+                    continue;
+                }
+                if (now < peer.deadline) {
+                    next = std::min(next, peer.deadline);
+                    continue;
+                }
+                // Nothing else writes to a connection that has not sent its
+                // headers yet; the shutdown wakes the library, which closes it.
+                [[maybe_unused]] const ssize_t sent =
+                    ::send(peer.fd, timeout, sizeof timeout - 1, MSG_NOSIGNAL | MSG_DONTWAIT);
+                ::shutdown(peer.fd, SHUT_RDWR);
+                peer.cut = true;
+                qCDebug(lcUploadServer) << "a request's headers took too long; connection closed";
+            }
+            if (next == Clock::time_point::max()) {
+                m_wake.wait(lock);
+            } else {
+                m_wake.wait_until(lock, next);
+            }
+        }
+    }
+
+    const size_t m_crowd;
+    const unsigned m_perAddressLimit;
+    const Clock::duration m_headerTime;
+    const Clock::duration m_excessHeaderTime;
+    const Clock::duration m_keptAliveTime;
+    std::mutex m_mutex;
+    std::condition_variable m_wake;
+    bool m_stopping = false;
+    std::unordered_map<MHD_Connection*, Peer> m_peers;
+    std::unordered_map<std::string, unsigned> m_held;  // admitted connections by address
+    std::thread m_watch;                               // last: it uses all of the above
+};
+
 }  // namespace
 
 struct WiFiUploadServer::Private {
@@ -86,6 +286,7 @@ struct WiFiUploadServer::Private {
     // Held from picking a stored name until the file is in place under it, so
     // that two requests never pick the same free name.
     std::mutex moveMutex;
+    std::unique_ptr<ConnectionGuard> guard;  // while running
 
     struct Request;
 
@@ -94,6 +295,10 @@ struct WiFiUploadServer::Private {
                                 size_t* uploadDataSize, void** requestContext);
     static void onCompleted(void* context, MHD_Connection* connection, void** requestContext,
                             MHD_RequestTerminationCode code);
+    static void onConnection(void* context, MHD_Connection* connection, void** socketContext,
+                             MHD_ConnectionNotificationCode code);
+    MHD_Result answer(MHD_Connection* connection, Route route, unsigned status,
+                      const QByteArray& body, const char* contentType);
     static MHD_Result onPostData(void* context, MHD_ValueKind kind, const char* key,
                                  const char* fileName, const char* contentType,
                                  const char* transferEncoding, const char* data, uint64_t offset,
@@ -340,7 +545,15 @@ MHD_Result WiFiUploadServer::Private::onRequest(void* context, MHD_Connection* c
     if (!request) {
         request = new Request;
         request->server = self;
-        request->route = routeOf(method, url);
+        request->route = self->guard->admit(connection) ? routeOf(method, url) : Route::Busy;
+        if (request->route == Route::Busy) {
+            // At once, before any body: the client hears it without sending its file.
+            *requestContext = request;
+            return self->answer(
+                connection, Route::Busy, MHD_HTTP_SERVICE_UNAVAILABLE,
+                QByteArrayLiteral("Too many connections from this address; try again"),
+                kTextContentType);
+        }
         if (request->route == Route::Upload) {
             const char* type = MHD_lookup_connection_value(connection, MHD_HEADER_KIND,
                                                            MHD_HTTP_HEADER_CONTENT_TYPE);
@@ -354,6 +567,10 @@ MHD_Result WiFiUploadServer::Private::onRequest(void* context, MHD_Connection* c
             }
         }
         *requestContext = request;
+        return MHD_YES;
+    }
+    if (request->route == Route::Busy) {
+        *uploadDataSize = 0;  // answered already; the body is not wanted
         return MHD_YES;
     }
     if (*uploadDataSize > 0) {
@@ -380,26 +597,51 @@ MHD_Result WiFiUploadServer::Private::onRequest(void* context, MHD_Connection* c
             contentType = "application/json";
             break;
         case Route::NotFound:
+        case Route::Busy:
             status = MHD_HTTP_NOT_FOUND;
             body = QByteArrayLiteral("Not Found");
             break;
     }
+    return self->answer(connection, request->route, status, body, contentType);
+}
+
+MHD_Result WiFiUploadServer::Private::answer(MHD_Connection* connection, Route route,
+                                             unsigned status, const QByteArray& body,
+                                             const char* contentType) {
     MHD_Response* response = MHD_create_response_from_buffer(
         size_t(body.size()), const_cast<char*>(body.constData()), MHD_RESPMEM_MUST_COPY);
     if (!response) {
         return MHD_NO;
     }
     MHD_add_response_header(response, MHD_HTTP_HEADER_CONTENT_TYPE, contentType);
-    if (request->route == Route::Files) {
+    if (route == Route::Files) {
         MHD_add_response_header(response, MHD_HTTP_HEADER_CACHE_CONTROL, "no-store");
+    }
+    if (route == Route::Busy) {
+        MHD_add_response_header(response, MHD_HTTP_HEADER_RETRY_AFTER, "1");
+    }
+    if (route == Route::Busy || guard->crowded()) {
+        MHD_add_response_header(response, MHD_HTTP_HEADER_CONNECTION, "close");
     }
     const MHD_Result result = MHD_queue_response(connection, status, response);
     MHD_destroy_response(response);
     return result;
 }
 
-void WiFiUploadServer::Private::onCompleted(void*, MHD_Connection*, void** requestContext,
+void WiFiUploadServer::Private::onConnection(void* context, MHD_Connection* connection, void**,
+                                             MHD_ConnectionNotificationCode code) {
+    ConnectionGuard& guard = *static_cast<Private*>(context)->guard;
+    if (code == MHD_CONNECTION_NOTIFY_STARTED) {
+        guard.opened(connection);
+    } else {
+        guard.closed(connection);
+    }
+}
+
+void WiFiUploadServer::Private::onCompleted(void* context, MHD_Connection* connection,
+                                            void** requestContext,
                                             MHD_RequestTerminationCode code) {
+    static_cast<Private*>(context)->guard->answered(connection);
     auto* request = static_cast<Request*>(*requestContext);
     if (request && code != MHD_REQUEST_TERMINATED_COMPLETED_OK && !request->parts.empty()) {
         qCDebug(lcUploadServer) << "upload ended early (" << int(code)
@@ -451,6 +693,7 @@ bool WiFiUploadServer::startWithPort(quint16 port, const QString& bonjourName) {
         d->staging.close();
         return false;
     }
+    d->guard = std::make_unique<ConnectionGuard>(d->options);
     d->daemon = MHD_start_daemon(
         MHD_USE_INTERNAL_POLLING_THREAD | MHD_USE_EPOLL | MHD_USE_ERROR_LOG, socket.port, nullptr,
         nullptr, &Private::onRequest, d.get(), MHD_OPTION_EXTERNAL_LOGGER, &Private::onLibraryLog,
@@ -458,8 +701,10 @@ bool WiFiUploadServer::startWithPort(quint16 port, const QString& bonjourName) {
         d->options.workerThreads, MHD_OPTION_CONNECTION_LIMIT, d->options.connectionLimit,
         MHD_OPTION_CONNECTION_TIMEOUT, d->options.idleTimeoutSeconds,
         MHD_OPTION_CONNECTION_MEMORY_LIMIT, kConnectionMemory, MHD_OPTION_NOTIFY_COMPLETED,
-        &Private::onCompleted, d.get(), MHD_OPTION_END);
+        &Private::onCompleted, d.get(), MHD_OPTION_NOTIFY_CONNECTION, &Private::onConnection,
+        d.get(), MHD_OPTION_END);
     if (!d->daemon) {
+        d->guard.reset();
         ::close(socket.fd);
         d->startError = EINVAL;
         qCWarning(lcUploadServer) << "the HTTP library did not start";
@@ -485,6 +730,7 @@ void WiFiUploadServer::stop() {
     // Waits for the workers; requests still open are completed and cleaned up.
     MHD_stop_daemon(d->daemon);
     d->daemon = nullptr;
+    d->guard.reset();
     d->port = 0;
     d->staging.close();
 }

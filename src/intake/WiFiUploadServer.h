@@ -23,10 +23,21 @@ public:
         QString pagePath;        // empty: the page in the resources
         bool loopbackOnly = false;
         unsigned workerThreads = 4;
+        // Connections served at once; more wait in the listen backlog.
         unsigned connectionLimit = 64;
+        // Connections one client address holds at once (0: no limit); one
+        // more is answered 503 once its headers are in, so that a single
+        // machine cannot take the whole pool.
+        unsigned perAddressLimit = 16;
         unsigned idleTimeoutSeconds = 60;  // a stalled client loses its worker after this
-        bool announce = true;              // Bonjour announcement
+        // A request's headers must be complete this long after its connection
+        // opened (or, on a kept-alive connection, after the idle limit), however
+        // slowly they trickle in; a connection over its address's limit gets
+        // at most kExcessHeaderSeconds.
+        unsigned headerTimeoutSeconds = 30;
+        bool announce = true;  // Bonjour announcement
     };
+    static constexpr unsigned kExcessHeaderSeconds = 2;
 
     WiFiUploadServer();
     explicit WiFiUploadServer(Options options);

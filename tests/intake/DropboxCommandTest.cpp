@@ -1,3 +1,8 @@
+#include <fcntl.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <unistd.h>
+
 #include <QProcess>
 #include <QUrlQuery>
 
@@ -12,14 +17,46 @@ ProcessRun cli(const QStringList& arguments) {
 
 // Starts `dropbox login` and visits the address it prints, as the user's
 // browser would; returns where the service sends the browser back to.
-QUrl startLogin(QProcess& login, FakeDropbox& fake) {
-    login.start(CORVANTIS_CLI, {"dropbox", "login"});
+QUrl startLogin(QProcess& login, FakeDropbox& fake, const QStringList& options = {}) {
+    login.start(CORVANTIS_CLI, QStringList{"dropbox", "login"} + options);
     EXPECT_TRUE(login.waitForStarted());
     EXPECT_TRUE(login.waitForReadyRead(10000));
     const QString authorizeUrl = QString::fromUtf8(login.readLine()).trimmed();
     EXPECT_TRUE(authorizeUrl.startsWith(fake.url().toString() + "/oauth2/authorize?"));
     return QUrl(fake.visitAuthorizePage(QUrl(authorizeUrl)));
 }
+
+// How a login that was left waiting ended: its exit code (-1 for a crash)
+// and what it said.
+ProcessRun ending(QProcess& login) {
+    EXPECT_TRUE(login.waitForFinished(10000));
+    return {login.exitStatus() == QProcess::NormalExit ? login.exitCode() : -1,
+            QString::fromUtf8(login.readAllStandardOutput()),
+            QString::fromUtf8(login.readAllStandardError())};
+}
+
+// A terminal for a child's standard input, so that it can be sent Ctrl-D.
+class Terminal {
+public:
+    Terminal() {
+        m_master = ::posix_openpt(O_RDWR | O_NOCTTY);
+        if (m_master >= 0 && ::grantpt(m_master) == 0 && ::unlockpt(m_master) == 0) {
+            path = QString::fromLocal8Bit(::ptsname(m_master));
+        }
+    }
+    ~Terminal() {
+        if (m_master >= 0) {
+            ::close(m_master);
+        }
+    }
+    // Ctrl-D at the start of a line: the end of the input, as the terminal gives it.
+    bool endOfInput() { return ::write(m_master, "\x04", 1) == 1; }
+
+    QString path;
+
+private:
+    int m_master = -1;
+};
 
 }  // namespace
 
@@ -74,11 +111,93 @@ TEST_F(CloudTest, CommandFailsClearlyWithoutAKeyOrASignIn) {
 
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert("CORVANTIS_DROPBOX_APP_KEY", "short");
-    const ProcessRun unconfigured =
-        runProcess(CORVANTIS_CLI, {"dropbox", "login"}, 20000, environment);
-    EXPECT_EQ(unconfigured.exitCode, 2);
-    EXPECT_TRUE(unconfigured.err.contains("not configured"));
-    EXPECT_TRUE(unconfigured.out.isEmpty());
+    for (const QStringList& action : {QStringList{"login"}, QStringList{"ls"},
+                                      QStringList{"ls", "/Music"}, QStringList{"get", "/a.mp3"}}) {
+        SCOPED_TRACE(action.join(' ').toStdString());
+        const ProcessRun unconfigured =
+            runProcess(CORVANTIS_CLI, QStringList{"dropbox"} + action, 20000, environment);
+        EXPECT_EQ(unconfigured.exitCode, 2);
+        EXPECT_TRUE(unconfigured.err.contains("not configured")) << unconfigured.err.toStdString();
+        EXPECT_FALSE(unconfigured.err.contains("Unauthorized"));
+        EXPECT_TRUE(unconfigured.out.isEmpty());
+    }
+}
+
+TEST_F(CloudTest, CommandReportsAListingThatWouldNeverEnd) {
+    signInBeforeLaunch();
+    fake.addFile("/Music/A.mp3", "x");
+    fake.setListing(FakeDropbox::Listing::repeatsItsCursor);
+    for (const QStringList& action :
+         {QStringList{"ls", "/Music"}, QStringList{"get", "/Music/A.mp3"}}) {
+        SCOPED_TRACE(action.join(' ').toStdString());
+        const ProcessRun run = cli(QStringList{"dropbox"} + action);
+        EXPECT_EQ(run.exitCode, 1);
+        EXPECT_TRUE(run.err.contains("gave a cursor it had given before")) << run.err.toStdString();
+        EXPECT_TRUE(run.out.isEmpty());
+    }
+    EXPECT_EQ(fake.count("/2/files/list_folder/continue"), 2);
+}
+
+TEST_F(CloudTest, LoginWaitsABoundedTimeAndCanBeCancelled) {
+    // No answer within the time given, its input open or closed: the login
+    // ends and says so.
+    for (const bool closeInput : {false, true}) {
+        SCOPED_TRACE(closeInput);
+        QProcess login;
+        const QUrl redirect = startLogin(login, fake, {"--wait", "0.02"});
+        const quint16 port = quint16(redirect.port());
+        if (closeInput) {
+            login.closeWriteChannel();
+        }
+        const ProcessRun run = ending(login);
+        EXPECT_EQ(run.exitCode, 1);
+        EXPECT_TRUE(run.err.contains("within 0.02 minutes")) << run.err.toStdString();
+        EXPECT_TRUE(run.err.contains("no answer came from the browser")) << run.err.toStdString();
+        EXPECT_FALSE(acceptsConnections(port));
+    }
+    // A signal cancels the wait: the command ends by itself, saying so.
+    for (const int signal : {SIGINT, SIGTERM}) {
+        SCOPED_TRACE(signal);
+        QProcess login;
+        startLogin(login, fake);
+        ASSERT_EQ(::kill(pid_t(login.processId()), signal), 0);
+        const ProcessRun run = ending(login);
+        EXPECT_EQ(run.exitCode, 1);
+        EXPECT_TRUE(run.err.contains("sign-in cancelled")) << run.err.toStdString();
+    }
+    // Ctrl-D at a terminal cancels it too.
+    {
+        Terminal terminal;
+        ASSERT_FALSE(terminal.path.isEmpty());
+        QProcess login;
+        login.setStandardInputFile(terminal.path);
+        startLogin(login, fake);
+        ASSERT_TRUE(terminal.endOfInput());
+        const ProcessRun run = ending(login);
+        EXPECT_EQ(run.exitCode, 1);
+        EXPECT_TRUE(run.err.contains("sign-in cancelled")) << run.err.toStdString();
+    }
+    EXPECT_EQ(cli({"dropbox", "status"}).out, "signed out\n");
+    for (const QStringList& bad :
+         {QStringList{"--wait", "0"}, QStringList{"--wait", "soon"}, QStringList{"--later", "1"}}) {
+        EXPECT_EQ(cli(QStringList{"dropbox", "login"} + bad).exitCode, 2);
+    }
+}
+
+TEST_F(CloudTest, LoginWithItsInputClosedStillTakesTheBrowsersAnswer) {
+    QProcess login;
+    const QUrl redirect = startLogin(login, fake);
+    // Closed input that is no terminal, as from a script: the wait goes on.
+    login.closeWriteChannel();
+    spinEventLoop(300);
+    ASSERT_EQ(login.state(), QProcess::Running) << login.readAllStandardError().toStdString();
+    EXPECT_EQ(curlRequest(quint16(redirect.port()),
+                          redirect.path() + "?" + redirect.query(QUrl::FullyEncoded))
+                  .status,
+              200);
+    const ProcessRun run = ending(login);
+    EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
+    EXPECT_EQ(run.out, "signed in\n");
 }
 
 TEST_F(CloudTest, CommandSignsInThroughTheLoopbackRedirect) {

@@ -126,6 +126,103 @@ TEST_F(CloudTest, ServiceErrorsBecomeDescribableErrorsWithTheirWords) {
     EXPECT_TRUE(errorText(limited->error()).contains("7 seconds"));
 }
 
+TEST_F(CloudTest, ListingsThatWouldNeverEndStopWithTheirReason) {
+    signInBeforeLaunch();
+    fake.addFile("/Music/A.mp3", "x");
+    struct Case {
+        FakeDropbox::Listing listing;
+        int pageLimit;
+        int continuations;
+        const char* reason;
+    };
+    const Case cases[] = {
+        {FakeDropbox::Listing::repeatsItsCursor, 10000, 1, "gave a cursor it had given before"},
+        {FakeDropbox::Listing::neverEnds, 20, 19, "still announced more after 20 pages"},
+    };
+    int asked = 0;
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.reason);
+        fake.setListing(c.listing);
+        DropboxManager::shared().maxListingPages = c.pageLimit;
+        const auto result = list("/Music");
+        ASSERT_TRUE(result && !result->isSuccess());
+        EXPECT_TRUE(std::holds_alternative<DescribableError>(result->error()));
+        EXPECT_TRUE(errorText(result->error()).startsWith("Bad response from the server: "));
+        EXPECT_TRUE(errorText(result->error()).contains(c.reason))
+            << errorText(result->error()).toStdString();
+        asked += c.continuations;
+        EXPECT_EQ(fake.count("/2/files/list_folder/continue"), asked);
+    }
+
+    // A listing that ends is read whole however many pages it has.
+    fake.setListing(FakeDropbox::Listing::ends);
+    for (const char* name : {"B.mp3", "C.mp3", "D.mp3"}) {
+        fake.addFile(QStringLiteral("/Music/") + name, "x");
+    }
+    fake.setPageSizes({1});
+    DropboxManager::shared().maxListingPages = 4;
+    const auto whole = list("/Music");
+    ASSERT_TRUE(whole && whole->isSuccess()) << errorText(whole->error()).toStdString();
+    EXPECT_EQ(whole->value().size(), 4u);
+}
+
+TEST_F(CloudTest, AnswersThatAreNoListingSayWhatWentWrong) {
+    signInBeforeLaunch();
+    fake.addFile("/Music/A.mp3", "x");
+    const QByteArray page = R"({"entries":[],"cursor":"c","has_more":false})";
+    struct Case {
+        FakeDropbox::Failure answer;
+        const char* expected;
+    };
+    const Case cases[] = {
+        {{200, "[1,2]", {}}, "Bad response from the server: expected a JSON object"},
+        {{200, R"({"entries":[)", {}}, "Bad response from the server: "},
+        {{200, page, {}, 12},
+         "Client error: the connection closed before the whole answer arrived"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.answer.body.toStdString());
+        fake.failOnce("/2/files/list_folder", c.answer);
+        const auto result = list("/Music");
+        ASSERT_TRUE(result && !result->isSuccess());
+        const QString text = errorText(result->error());
+        EXPECT_TRUE(text.startsWith(c.expected)) << text.toStdString();
+        EXPECT_FALSE(text.contains("no error occurred") || text.contains("HTTP error"))
+            << text.toStdString();
+    }
+    EXPECT_TRUE(list("/Music")->isSuccess());
+}
+
+TEST_F(CloudTest, AFailedCodeExchangeSaysWhy) {
+    struct Case {
+        FakeDropbox::Failure answer;
+        const char* expected;
+    };
+    const Case cases[] = {
+        {{500, "<html>down</html>", {}},
+         "the service refused the sign-in code with HTTP status 500"},
+        {{400, R"({"error":"invalid_request"})", {}}, "invalid_request"},
+        {{200, "{}", {}}, "the service's answer to the sign-in code held no access token"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.expected);
+        LogCapture log;
+        fake.failOnce("/oauth2/token", c.answer);
+        std::optional<VoidResult> result;
+        DropboxManager::shared().completion = [&](const VoidResult& answer) { result = answer; };
+        QUrl authorizeUrl;
+        ASSERT_TRUE(DropboxClientsManager::authorizeFromController(
+            [&](const QUrl& url) { authorizeUrl = url; }));
+        DropboxManager::shared().openURL(QUrl(fake.visitAuthorizePage(authorizeUrl)));
+        ASSERT_TRUE(waitUntil([&] { return result.has_value(); }));
+        ASSERT_FALSE(result->isSuccess());
+        EXPECT_EQ(errorText(result->error()), c.expected);
+        EXPECT_TRUE(log.contains(QStringLiteral("Error: ") + c.expected));
+        EXPECT_FALSE(log.contains("Error: "));
+    }
+    EXPECT_EQ(DropboxClientsManager::authorizedClient(), nullptr);
+}
+
 TEST_F(CloudTest, AnExpiredTokenIsRefreshedOnceAndKept) {
     const DropboxTokens stored = signInBeforeLaunch();
     fake.addFile("/A.mp3", "x");

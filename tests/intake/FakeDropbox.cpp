@@ -42,6 +42,7 @@ struct FakeDropbox::State {
     QHash<QString, Entry> entries;         // by lower-case path; "" is the root
     QHash<QString, QStringList> children;  // folder to its entries, in insertion order
     QList<int> pageSizes{1000};
+    Listing listing = Listing::ends;
     QHash<QString, QList<QPair<int, Failure>>> failures;
     int slowChunk = 0;
     int slowInterval = 0;
@@ -106,6 +107,7 @@ struct Response {
     qint64 generatedSize = -1;
     qint64 bodyStart = 0;  // the range sent, of a download
     qint64 bodyLength = 0;
+    qint64 cutAfter = -1;  // bytes of the body sent before the connection closes
 };
 
 Response text(int status, const QByteArray& body) {
@@ -219,6 +221,11 @@ private:
         const qint64 length = response.isDownload ? response.bodyLength : response.body.size();
         head += "Content-Length: " + QByteArray::number(length) + "\r\n\r\n";
         c.socket->write(head);
+        if (response.cutAfter >= 0) {
+            c.socket->write(response.body.left(response.cutAfter));
+            c.socket->disconnectFromHost();
+            return;
+        }
         if (!response.isDownload) {
             c.socket->write(response.body);
             if (c.closeAfter) {
@@ -292,6 +299,7 @@ private:
                 if (!chosen.retryAfter.isEmpty()) {
                     response.headers.append({"Retry-After", chosen.retryAfter});
                 }
+                response.cutAfter = chosen.cutAfter;
                 return response;
             }
         }
@@ -377,10 +385,11 @@ private:
         for (qsizetype i = offset; i < end; ++i) {
             entries.append(metadata(m_state.entries.value(children[i])));
         }
-        const int taken = int(std::max<qsizetype>(0, end - offset));
-        const bool more = end < children.size();
+        const bool repeats = m_state.listing == FakeDropbox::Listing::repeatsItsCursor;
+        const int taken = repeats ? 0 : int(std::max<qsizetype>(0, end - offset));
+        const bool more = end < children.size() || m_state.listing != FakeDropbox::Listing::ends;
         const QString cursor = QString::fromLatin1(
-            QStringList{folder, QString::number(offset + taken), QString::number(page + 1)}
+            QStringList{folder, QString::number(offset + taken), QString::number(page + !repeats)}
                 .join('\n')
                 .toUtf8()
                 .toBase64());
@@ -662,6 +671,11 @@ QByteArray FakeDropbox::patternBytes(qint64 size) {
 void FakeDropbox::setPageSizes(const QList<int>& entries) {
     std::lock_guard lock(m_state->mutex);
     m_state->pageSizes = entries;
+}
+
+void FakeDropbox::setListing(Listing listing) {
+    std::lock_guard lock(m_state->mutex);
+    m_state->listing = listing;
 }
 
 void FakeDropbox::failOnce(const QString& route, const Failure& failure, int successesFirst) {

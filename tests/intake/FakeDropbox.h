@@ -44,12 +44,20 @@ public:
     // Entries per listing page: the first page, the second, ...; the last
     // size repeats (the default is 1000).
     void setPageSizes(const QList<int>& entries);
+    // How listings end: when the entries run out, as the service does, or
+    // never, with every page announcing more under the cursor it was asked
+    // with or under a new one each time.
+    enum class Listing { ends, repeatsItsCursor, neverEnds };
+    void setListing(Listing listing);
 
     // Behaviour.
     struct Failure {
         int status = 500;
         QByteArray body;        // JSON text or plain text
         QByteArray retryAfter;  // the Retry-After header, for 429
+        // >= 0: the answer announces the whole body, sends this many bytes of
+        // it and closes the connection.
+        qint64 cutAfter = -1;
     };
     // The call to `route` after `successesFirst` good ones answers `failure`, once.
     void failOnce(const QString& route, const Failure& failure, int successesFirst = 0);

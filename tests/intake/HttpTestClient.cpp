@@ -18,13 +18,19 @@ QString url(quint16 port, const QString& path) {
     return QStringLiteral("http://127.0.0.1:%1%2").arg(port).arg(path);
 }
 
-int connectTo(quint16 port) {
+int connectTo(quint16 port, const char* from = nullptr) {
     const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_in source{};
+    source.sin_family = AF_INET;
+    const bool bound =
+        !from || (::inet_pton(AF_INET, from, &source.sin_addr) == 1 &&
+                  ::bind(fd, reinterpret_cast<sockaddr*>(&source), sizeof source) == 0);
     sockaddr_in address{};
     address.sin_family = AF_INET;
     address.sin_port = htons(port);
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (fd >= 0 && ::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) {
+    if (fd >= 0 && bound &&
+        ::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) {
         return fd;
     }
     if (fd >= 0) {
@@ -81,7 +87,7 @@ QStringList filePart(const QString& localPath, const QString& name, const QStrin
             QStringLiteral("%1=@%2;filename=\"%3\"").arg(field, localPath, name)};
 }
 
-RawConnection::RawConnection(quint16 port) : m_fd(connectTo(port)) {}
+RawConnection::RawConnection(quint16 port, const char* from) : m_fd(connectTo(port, from)) {}
 
 RawConnection::~RawConnection() {
     close();

@@ -40,7 +40,9 @@ QStringList filePart(const QString& localPath, const QString& name,
 // send oversized headers, or go away in the middle of a body.
 class RawConnection {
 public:
-    explicit RawConnection(quint16 port);
+    // `from` binds the client's end to another loopback address, such as
+    // "127.0.0.2", so that a test can play several machines.
+    explicit RawConnection(quint16 port, const char* from = nullptr);
     ~RawConnection();
     bool isConnected() const { return m_fd >= 0; }
     bool send(const QByteArray& bytes);

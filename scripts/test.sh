@@ -3,6 +3,7 @@
 set -euo pipefail
 here="$(cd "$(dirname "$0")/.." && pwd)"
 "$here/scripts/setup.sh"
+"$here/scripts/check-format.sh"
 build="${CORVANTIS_TEST_BUILD_DIR:-$here/build-tests}"
 jobs="$(nproc)"
 # A compiler cache keyed on paths relative to the checkout, so rebuilds of an

@@ -26,7 +26,9 @@ public:
     void setGain(float decibels);
     bool bypass() const { return m_bypass.load(std::memory_order_relaxed); }
     void setBypass(bool bypass);
-    AudioUnitEQFilterType filterType() const { return m_filterType.load(std::memory_order_relaxed); }
+    AudioUnitEQFilterType filterType() const {
+        return m_filterType.load(std::memory_order_relaxed);
+    }
     void setFilterType(AudioUnitEQFilterType type);
 
 private:

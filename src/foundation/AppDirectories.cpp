@@ -35,14 +35,18 @@ QString AppDirectories::documentsDirectory() {
     return path;
 }
 
-QString AppDirectories::settingsFile() { return ensured(home() + "/Preferences") + "/settings.json"; }
+QString AppDirectories::settingsFile() {
+    return ensured(home() + "/Preferences") + "/settings.json";
+}
 
-QString AppDirectories::cachesDirectory() { return ensured(home() + "/Caches"); }
+QString AppDirectories::cachesDirectory() {
+    return ensured(home() + "/Caches");
+}
 
 QString AppDirectories::configDirectory() {
     const QString path = ensured(home() + "/Config");
-    QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
-                                    QFileDevice::ExeOwner);
+    QFile::setPermissions(path,
+                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
     return path;
 }
 

@@ -40,14 +40,18 @@ LogCapture::~LogCapture() {
     std::erase(captures(), this);
 }
 
-void LogCapture::append(const QString& line) { m_lines.append(line); }
+void LogCapture::append(const QString& line) {
+    m_lines.append(line);
+}
 
 QStringList LogCapture::lines() const {
     std::lock_guard lock(logMutex());
     return m_lines;
 }
 
-bool LogCapture::contains(const QString& line) const { return count(line) > 0; }
+bool LogCapture::contains(const QString& line) const {
+    return count(line) > 0;
+}
 
 int LogCapture::count(const QString& line) const {
     std::lock_guard lock(logMutex());

@@ -13,9 +13,7 @@ TEST(NotificationCenter, DeliversSynchronouslyToObserversOfThatNameInOrder) {
         calls << "first:" + n.userInfo.value("k").toString();
     });
     center.addObserver("B", nullptr, [&](const Notification&) { calls << "other"; });
-    center.addObserver("A", nullptr, [&](const Notification& n) {
-        calls << "second:" + n.name;
-    });
+    center.addObserver("A", nullptr, [&](const Notification& n) { calls << "second:" + n.name; });
     center.post("A", nullptr, {{"k", "v"}});
     EXPECT_EQ(calls, (QStringList{"first:v", "second:A"}));
 }

@@ -28,8 +28,9 @@ TEST(MainQueue, RunsAfterTheCurrentTurnOnTheMainThread) {
     EXPECT_EQ(ranOn, QThread::currentThread());
 
     QThread* fromWorkerRanOn = nullptr;
-    QtConcurrent::run([&] { MainQueue::async([&] { fromWorkerRanOn = QThread::currentThread(); }); })
-        .waitForFinished();
+    QtConcurrent::run([&] {
+        MainQueue::async([&] { fromWorkerRanOn = QThread::currentThread(); });
+    }).waitForFinished();
     ASSERT_TRUE(waitUntil([&] { return fromWorkerRanOn != nullptr; }));
     EXPECT_EQ(fromWorkerRanOn, QCoreApplication::instance()->thread());
 }

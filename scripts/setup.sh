@@ -17,6 +17,7 @@ packages=(
   chromium
   nginx-light
   qtkeychain-qt6-dev gnome-keyring
+  xvfb xdotool
 )
 
 missing=()

@@ -10,6 +10,7 @@
 #include <QLockFile>
 #include <QLoggingCategory>
 #include <QQmlEngine>
+#include <QStandardPaths>
 #include <QStringDecoder>
 #include <QTimer>
 #include <QtEndian>
@@ -46,6 +47,14 @@ QString SingleInstance::serverName(const QString& home) {
     const QByteArray hash =
         QCryptographicHash::hash(path.toUtf8(), QCryptographicHash::Sha256).toHex().left(16);
     return QStringLiteral("corvantis-%1-%2").arg(getuid()).arg(QString::fromLatin1(hash));
+}
+
+QString SingleInstance::socketPath(const QString& home) {
+    QString directory = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
+    if (directory.isEmpty()) {
+        directory = QDir::tempPath();
+    }
+    return QDir(directory).filePath(serverName(home));
 }
 
 QByteArray SingleInstance::encode(const QList<QUrl>& urls) {
@@ -107,10 +116,10 @@ SingleInstance::Message SingleInstance::decode(const QByteArray& bytes) {
 }
 
 SingleInstance::Claim SingleInstance::claim(const QList<QUrl>& urls) {
-    const QString name = serverName(AppDirectories::home());
+    const QString name = socketPath(AppDirectories::home());
     // Two starts at once must not both find nobody and take the socket from
     // each other; a lock left by a start that died is taken over.
-    QLockFile lock(QDir(QDir::tempPath()).filePath(name + QStringLiteral(".lock")));
+    QLockFile lock(name + QStringLiteral(".lock"));
     if (!lock.tryLock(kTimeoutMs)) {
         qCWarning(lcInstance) << "Could not lock" << lock.error() << "; going on without";
     }

@@ -48,6 +48,9 @@ public:
     // The socket's name for the current user and `home` (any spelling of the
     // same folder gives the same name).
     static QString serverName(const QString& home);
+    // Where that socket lives: the user's own runtime folder, which nobody
+    // else can enter, so no other user can stand in for the window.
+    static QString socketPath(const QString& home);
     static QByteArray encode(const QList<QUrl>& urls);
     // Reads what a peer has sent so far.
     static Message decode(const QByteArray& bytes);

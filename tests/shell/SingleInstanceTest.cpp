@@ -34,7 +34,7 @@ QProcessEnvironment windowEnvironment() {
 }
 
 QString socketPath() {
-    return QDir(QDir::tempPath()).filePath(SingleInstance::serverName(testHome()));
+    return SingleInstance::socketPath(testHome());
 }
 
 // The real binary as the first start.
@@ -49,7 +49,7 @@ public:
         return waitUntil(
                    [this] {
                        QLocalSocket probe;
-                       probe.connectToServer(SingleInstance::serverName(testHome()));
+                       probe.connectToServer(socketPath());
                        return !isRunning() || probe.waitForConnected(1000);
                    },
                    30000) &&
@@ -67,7 +67,7 @@ ProcessRun secondStart(const QStringList& arguments) {
 // What the running window answers to raw bytes on its socket.
 char answerTo(const QByteArray& bytes) {
     QLocalSocket socket;
-    socket.connectToServer(SingleInstance::serverName(testHome()));
+    socket.connectToServer(socketPath());
     if (!socket.waitForConnected(5000)) {
         return 0;
     }
@@ -134,6 +134,9 @@ TEST(SingleInstanceMessage, TheNameBelongsToTheUserAndTheHomeHoweverItIsSpelled)
     EXPECT_EQ(SingleInstance::serverName(home), SingleInstance::serverName(other + "/.."));
     EXPECT_NE(SingleInstance::serverName(home), SingleInstance::serverName(other));
     EXPECT_TRUE(SingleInstance::serverName(home).contains(QString::number(getuid())));
+    // The socket lives where only this user can reach it.
+    EXPECT_EQ(QFileInfo(SingleInstance::socketPath(home)).absolutePath(),
+              QDir(qEnvironmentVariable("XDG_RUNTIME_DIR")).absolutePath());
 }
 
 TEST(SingleInstanceWindow, ARequestForTheWindowBringsBackAMinimizedOne) {
@@ -149,6 +152,8 @@ TEST(SingleInstanceWindow, ARequestForTheWindowBringsBackAMinimizedOne) {
 TEST(SingleInstanceProcesses, ALaterStartHandsItsLinksToTheRunningWindowAndLeaves) {
     FirstWindow first;
     ASSERT_TRUE(first.waitUntilListening()) << first.err().toStdString();
+    EXPECT_FALSE(QFileInfo(socketPath()).permissions() &
+                 (QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther));
 
     const ProcessRun signIn = secondStart({kCancelledSignIn});
     EXPECT_EQ(signIn.exitCode, 0) << signIn.err.toStdString();

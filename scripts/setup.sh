@@ -19,6 +19,7 @@ packages=(
   nginx-light
   qtkeychain-qt6-dev gnome-keyring
   fonts-lato fonts-material-design-icons-iconfont ccache
+  xvfb xdotool
 )
 
 missing=()

@@ -149,5 +149,16 @@ ApplicationWindow {
         }
     }
 
+    // Another start of the application asked for this window.
+    Connections {
+        target: SingleInstance
+        function onActivationRequested() {
+            if (window.visibility === Window.Minimized || window.visibility === Window.Hidden)
+                window.showNormal()
+            window.raise()
+            window.requestActivate()
+        }
+    }
+
     Component.onCompleted: Navigation.attachWindow()
 }

@@ -7,6 +7,9 @@
 #include "Localization.h"
 
 int main(int argc, char* argv[]) {
+    // The web page screen's engine shares the window's graphics contexts; it
+    // is loaded only when that screen first opens, so the start stays light.
+    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QGuiApplication app(argc, argv);
     QGuiApplication::setApplicationName(QStringLiteral("corvantis"));
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Corvantis"));

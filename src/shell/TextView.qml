@@ -50,6 +50,7 @@ Rectangle {
             anchors { right: parent.right; rightMargin: 8; verticalCenter: parent.verticalCenter }
             height: Theme.touchTarget
             text: "Done"
+            font.pixelSize: 17
             font.weight: Font.DemiBold
             palette.buttonText: Theme.accentColor
             Accessible.name: text

@@ -75,20 +75,29 @@ ViewAttributes* ViewAttributes::qmlAttachedProperties(QObject* target) {
     return new ViewAttributes(target);
 }
 
-QVariant ViewAttributes::read(const char* name) const {
-    const QQmlProperty property(m_target, QString::fromLatin1(name));
+QVariant ViewAttributes::read(const QObject* object, const QString& path) {
+    const QQmlProperty property(const_cast<QObject*>(object), path);
     return property.isValid() ? property.read() : QVariant();
 }
 
-bool ViewAttributes::write(const char* name, const QVariant& value, const char* attribute) {
-    QQmlProperty property(m_target, QString::fromLatin1(name));
+QVariant ViewAttributes::read(const char* name) const {
+    return read(m_target, QString::fromLatin1(name));
+}
+
+bool ViewAttributes::write(QObject* object, const QString& path, const QVariant& value,
+                           const char* attribute) {
+    QQmlProperty property(object, path);
     if (!property.isValid() || !property.isWritable() || !property.write(value)) {
         qCWarning(lcBundle).nospace()
-            << attribute << " does not apply to " << m_target << ": it has no " << name;
+            << attribute << " does not apply to " << m_target << ": it has no " << path;
         return false;
     }
     emit changed();
     return true;
+}
+
+bool ViewAttributes::write(const char* name, const QVariant& value, const char* attribute) {
+    return write(m_target, QString::fromLatin1(name), value, attribute);
 }
 
 QVariant ViewAttributes::localizedText() const {
@@ -179,60 +188,42 @@ QObject* ViewAttributes::layer() const {
     return background != nullptr ? background : m_target.data();
 }
 
+QString ViewAttributes::framePath(const char* name) const {
+    // A frame without a grouped border (GradientFill) has its border flat.
+    const QString path = QString::fromLatin1(name);
+    if (!path.startsWith(QLatin1String("border.")) || hasProperty(layer(), "border")) {
+        return path;
+    }
+    return QStringLiteral("border") + path.mid(7, 1).toUpper() + path.mid(8);
+}
+
 qreal ViewAttributes::cornerRadius() const {
-    const QObject* frame = layer();
-    return frame ? frame->property("radius").toReal() : 0;
+    return read(layer(), QStringLiteral("radius")).toReal();
 }
 
 void ViewAttributes::setCornerRadius(qreal radius) {
-    QQmlProperty property(layer(), QStringLiteral("radius"));
-    if (!property.write(radius)) {
-        qCWarning(lcBundle) << "cornerRadius does not apply to" << m_target;
-        return;
-    }
-    emit changed();
+    write(layer(), QStringLiteral("radius"), radius, "cornerRadius");
 }
 
 qreal ViewAttributes::borderWidth() const {
-    QObject* frame = layer();
-    return QQmlProperty(frame, hasProperty(frame, "border") ? QStringLiteral("border.width")
-                                                            : QStringLiteral("borderWidth"))
-        .read()
-        .toReal();
+    return read(layer(), framePath("border.width")).toReal();
 }
 
 void ViewAttributes::setBorderWidth(qreal width) {
-    QObject* frame = layer();
-    QQmlProperty property(frame, hasProperty(frame, "border") ? QStringLiteral("border.width")
-                                                              : QStringLiteral("borderWidth"));
-    if (!property.write(width)) {
-        qCWarning(lcBundle) << "borderWidth does not apply to" << m_target;
-        return;
-    }
-    emit changed();
+    write(layer(), framePath("border.width"), width, "borderWidth");
 }
 
 QColor ViewAttributes::borderColor() const {
     if (!m_borderColorSet) {
         return QColor(255, 255, 255, 0);
     }
-    QObject* frame = layer();
-    return QQmlProperty(frame, hasProperty(frame, "border") ? QStringLiteral("border.color")
-                                                            : QStringLiteral("borderColor"))
-        .read()
-        .value<QColor>();
+    return read(layer(), framePath("border.color")).value<QColor>();
 }
 
 void ViewAttributes::setBorderColor(const QColor& color) {
-    QObject* frame = layer();
-    QQmlProperty property(frame, hasProperty(frame, "border") ? QStringLiteral("border.color")
-                                                              : QStringLiteral("borderColor"));
-    if (!property.write(color)) {
-        qCWarning(lcBundle) << "borderColor does not apply to" << m_target;
-        return;
+    if (write(layer(), framePath("border.color"), color, "borderColor")) {
+        m_borderColorSet = true;
     }
-    m_borderColorSet = true;
-    emit changed();
 }
 
 QVariant ViewAttributes::thumbImage() const {
@@ -321,19 +312,20 @@ QObject* ViewAttributes::firstSlider() const {
     return nullptr;
 }
 
-QVariant ViewAttributes::track(Track which) const {
-    QObject* slider = firstSlider();
-    if (slider == nullptr) {
-        return {};
-    }
+QString ViewAttributes::trackPath(const QObject* slider, Track which) {
     const char* own = which == Track::minimum ? "minimumTrackTintColor" : "maximumTrackTintColor";
     if (hasProperty(slider, own)) {
-        return colorOrNil(slider->property(own));
+        return QString::fromLatin1(own);
     }
-    return colorOrNil(QQmlProperty(slider, which == Track::minimum
-                                               ? QStringLiteral("palette.dark")
-                                               : QStringLiteral("palette.midlight"))
-                          .read());
+    // Sliders of the shipped styles paint the filled part with the palette's
+    // dark and the rest with its midlight.
+    return which == Track::minimum ? QStringLiteral("palette.dark")
+                                   : QStringLiteral("palette.midlight");
+}
+
+QVariant ViewAttributes::track(Track which) const {
+    const QObject* slider = firstSlider();
+    return slider != nullptr ? colorOrNil(read(slider, trackPath(slider, which))) : QVariant();
 }
 
 void ViewAttributes::setTrack(Track which, const QVariant& color) {
@@ -343,23 +335,23 @@ void ViewAttributes::setTrack(Track which, const QVariant& color) {
         // nothing to colour.
         return;
     }
-    const char* own = which == Track::minimum ? "minimumTrackTintColor" : "maximumTrackTintColor";
-    // Sliders of the shipped styles paint the filled part with the palette's
-    // dark and the rest with its midlight.
-    QQmlProperty property(slider, hasProperty(slider, own)  ? QString::fromLatin1(own)
-                                  : which == Track::minimum ? QStringLiteral("palette.dark")
-                                                            : QStringLiteral("palette.midlight"));
+    const QString path = trackPath(slider, which);
+    const char* attribute = which == Track::minimum ? "minTrack" : "maxTrack";
     if (isNil(color)) {
-        if (!property.reset()) {
-            property.write(QColor());
+        // Back to the style's own colour, where the slider can tell it.
+        if (QQmlProperty(slider, path).reset()) {
+            emit changed();
+        } else {
+            write(slider, path, QColor(), attribute);
         }
-    } else if (const std::optional<QColor> chosen = toColor(color)) {
-        property.write(*chosen);
-    } else {
-        qCWarning(lcBundle) << "track colour: not a colour:" << color;
         return;
     }
-    emit changed();
+    const std::optional<QColor> chosen = toColor(color);
+    if (!chosen) {
+        qCWarning(lcBundle) << attribute << ": not a colour:" << color;
+        return;
+    }
+    write(slider, path, *chosen, attribute);
 }
 
 QVariant ViewAttributes::minTrack() const {

@@ -96,12 +96,20 @@ signals:
 private:
     enum class Track { minimum, maximum };
 
+    // A property of the item (`name`) or of `object` by its QML path
+    // ("border.width"); a write logs what did not apply.
+    static QVariant read(const QObject* object, const QString& path);
     QVariant read(const char* name) const;
+    bool write(QObject* object, const QString& path, const QVariant& value, const char* attribute);
     bool write(const char* name, const QVariant& value, const char* attribute);
     // The item that draws the frame: the item itself when it has a radius,
     // else its background (controls).
     QObject* layer() const;
+    // The path of a frame property ("border.width") on that item.
+    QString framePath(const char* name) const;
     QObject* firstSlider() const;
+    // Where a slider keeps one of its track colours.
+    static QString trackPath(const QObject* slider, Track which);
     QVariant track(Track which) const;
     void setTrack(Track which, const QVariant& color);
 

@@ -16,6 +16,7 @@ packages=(
   dbus dbus-x11 playerctl curl
   clang-14 libclang-rt-14-dev
   chromium
+  qml6-module-qtwebengine
   nginx-light
   qtkeychain-qt6-dev gnome-keyring
   fonts-lato fonts-material-design-icons-iconfont ccache

@@ -19,6 +19,10 @@
         <source>Continue</source>
         <translation>Weiter</translation>
     </message>
+    <message id="done">
+        <source>Done</source>
+        <translation>Fertig</translation>
+    </message>
     <message id="back">
         <source>Back</source>
         <translation>Zurück</translation>

@@ -19,6 +19,10 @@
         <source>Continue</source>
         <translation>Continue</translation>
     </message>
+    <message id="done">
+        <source>Done</source>
+        <translation>Done</translation>
+    </message>
     <message id="back">
         <source>Back</source>
         <translation>Back</translation>

@@ -3,6 +3,7 @@
 #include <QtQml/qqmlextensionplugin.h>
 
 #include "Storyboard.h"
+#include "TextViewController.h"
 #include "TutorialViewController.h"
 
 Q_IMPORT_QML_PLUGIN(Corvantis_ShellPlugin)
@@ -11,5 +12,9 @@ void registerBundles() {
     Storyboard::registerBundle(QStringLiteral("Tutorial"),
                                {Storyboard::screen<TutorialViewController>(
                                     QUrl(QStringLiteral("qrc:/Corvantis/Shell/TutorialView.qml"))),
+                                {}});
+    Storyboard::registerBundle(QStringLiteral("Text"),
+                               {Storyboard::screen<TextViewController>(
+                                    QUrl(QStringLiteral("qrc:/Corvantis/Shell/TextView.qml"))),
                                 {}});
 }

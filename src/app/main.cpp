@@ -29,6 +29,9 @@ std::unique_ptr<QCoreApplication> makeApplication(int& argc, char* argv[]) {
 }  // namespace
 
 int main(int argc, char* argv[]) {
+    // The web page screen's engine shares the window's graphics contexts; it
+    // is loaded only when that screen first opens, so the start stays light.
+    QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     const std::unique_ptr<QCoreApplication> app = makeApplication(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("corvantis"));
     QCoreApplication::setApplicationVersion(QStringLiteral(CORVANTIS_VERSION));

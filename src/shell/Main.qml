@@ -160,5 +160,14 @@ ApplicationWindow {
         }
     }
 
+    // Start-up measurements only: the first frame with a screen in it.
+    Connections {
+        target: FirstFrameReport.requested ? window : null
+        function onFrameSwapped() {
+            if (rootLayer.current && rootLayer.current.view)
+                FirstFrameReport.frameShown()
+        }
+    }
+
     Component.onCompleted: Navigation.attachWindow()
 }

@@ -18,6 +18,8 @@ FocusScope {
 
     Rectangle {
         id: bar
+        // What the bar's title shows; `Bundle.localizedTitle` writes into it.
+        readonly property ViewController topItem: navigation.controller.topViewController
         anchors { left: parent.left; right: parent.right; top: parent.top }
         height: 52
         color: Theme.background
@@ -39,7 +41,7 @@ FocusScope {
             anchors.centerIn: parent
             width: parent.width - 2 * (Theme.touchTarget + 12)
             horizontalAlignment: Text.AlignHCenter
-            text: navigation.controller.topViewController ? navigation.controller.topViewController.title : ""
+            text: bar.topItem ? bar.topItem.title : ""
             color: Theme.text
             font.pixelSize: 17
             font.weight: Font.Bold

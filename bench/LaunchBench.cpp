@@ -1,0 +1,173 @@
+// Launch figures of the application window, each program started afresh:
+//   - from process start to the first frame that shows the main interface
+//     (a returning user: the tutorial has run), median of 5 starts, beside a
+//     bare Qt Quick window with one rectangle started the same way (goal:
+//     400 ms or less, and at most 1.5x the bare window);
+//   - resident memory of the idle main interface 1 s after that frame,
+//     beside the bare window's (goal: 120 MB or less).
+// Both programs report the monotonic time of their first frame on standard
+// output; the bench reads the clock just before it starts them.
+// `--smoke` starts each once.
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QThread>
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstring>
+#include <optional>
+#include <vector>
+
+#include "AppDirectories.h"
+#include "UserDefaults.h"
+
+namespace {
+
+struct Launch {
+    double firstFrameMs = 0;
+    // What the program ran on the processors until then, all threads; on a
+    // busy machine this moves far less than the wall time.
+    double cpuMs = 0;
+    double residentMb = 0;
+};
+
+qint64 monotonicNs() {
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(
+               std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+// VmRSS of a running process, in MB.
+double residentMb(qint64 pid) {
+    QFile status(QStringLiteral("/proc/%1/status").arg(pid));
+    if (!status.open(QIODevice::ReadOnly)) {
+        return 0;
+    }
+    for (const QByteArray& line : status.readAll().split('\n')) {
+        if (line.startsWith("VmRSS:")) {
+            return line.mid(6).trimmed().split(' ').value(0).toDouble() / 1024.0;
+        }
+    }
+    return 0;
+}
+
+// Processor time of a running process so far, over all its threads, in ms.
+double cpuMs(qint64 pid) {
+    double ns = 0;
+    const QDir tasks(QStringLiteral("/proc/%1/task").arg(pid));
+    for (const QString& task : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile schedstat(tasks.filePath(task + QStringLiteral("/schedstat")));
+        if (schedstat.open(QIODevice::ReadOnly)) {
+            ns += schedstat.readAll().split(' ').value(0).toDouble();
+        }
+    }
+    return ns / 1e6;
+}
+
+// A world of its own for each start: a fresh home where the tutorial has run.
+QProcessEnvironment freshEnvironment(const QTemporaryDir& home) {
+    qputenv("CORVANTIS_HOME", home.path().toUtf8());
+    UserDefaults(AppDirectories::settingsFile()).setBool(true, QStringLiteral("DidShowTutorial"));
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("CORVANTIS_HOME"), home.path());
+    environment.insert(QStringLiteral("CORVANTIS_REPORT_FIRST_FRAME"), QStringLiteral("1"));
+    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), home.path());
+    if (!environment.contains(QStringLiteral("QT_QPA_PLATFORM"))) {
+        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    }
+    // Both programs draw with the same renderer, whatever the machine has.
+    if (!environment.contains(QStringLiteral("QT_QUICK_BACKEND"))) {
+        environment.insert(QStringLiteral("QT_QUICK_BACKEND"), QStringLiteral("software"));
+    }
+    return environment;
+}
+
+std::optional<Launch> launch(const QString& program) {
+    QTemporaryDir home;
+    QProcess process;
+    process.setProcessEnvironment(freshEnvironment(home));
+    process.setProcessChannelMode(QProcess::SeparateChannels);
+    process.setStandardErrorFile(QProcess::nullDevice());
+    const qint64 started = monotonicNs();
+    process.start(program, {});
+    std::optional<qint64> frame;
+    QByteArray out;
+    while (!frame && process.waitForReadyRead(30000)) {
+        out += process.readAllStandardOutput();
+        const qsizetype at = out.indexOf("first frame ");
+        const qsizetype end = at < 0 ? -1 : out.indexOf('\n', at);
+        if (end > at) {
+            frame = out.mid(at + 12, end - at - 12).toLongLong();
+        }
+    }
+    std::optional<Launch> result;
+    if (frame) {
+        const double cpu = cpuMs(process.processId());
+        QThread::msleep(1000);
+        if (process.state() == QProcess::Running) {
+            result = Launch{double(*frame - started) / 1e6, cpu, residentMb(process.processId())};
+        }
+    }
+    if (!result) {
+        std::fprintf(stderr, "bench: %s showed no first frame (%s)\n", qPrintable(program),
+                     qPrintable(process.errorString()));
+    }
+    process.terminate();
+    if (!process.waitForFinished(5000)) {
+        process.kill();
+        process.waitForFinished(5000);
+    }
+    return result;
+}
+
+double median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    const size_t n = values.size();
+    return n % 2 == 1 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2.0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    QCoreApplication app(argc, argv);
+    const bool smoke = argc > 1 && std::strcmp(argv[1], "--smoke") == 0;
+    const int runs = smoke ? 1 : 5;
+    std::vector<double> oursMs, bareMs, oursCpu, bareCpu, oursMb, bareMb;
+    for (int run = 0; run < runs; ++run) {
+        // Taking turns spreads the machine's mood over both.
+        const std::optional<Launch> ours = launch(QStringLiteral(CORVANTIS_APP));
+        const std::optional<Launch> bare = launch(QStringLiteral(BARE_WINDOW));
+        if (!ours || !bare) {
+            return 1;
+        }
+        std::printf(
+            "  run %d: Corvantis %.0f ms (%.0f ms on the processors) %.0f MB, bare window %.0f ms "
+            "(%.0f ms) %.0f MB\n",
+            run + 1, ours->firstFrameMs, ours->cpuMs, ours->residentMb, bare->firstFrameMs,
+            bare->cpuMs, bare->residentMb);
+        oursMs.push_back(ours->firstFrameMs);
+        bareMs.push_back(bare->firstFrameMs);
+        oursCpu.push_back(ours->cpuMs);
+        bareCpu.push_back(bare->cpuMs);
+        oursMb.push_back(ours->residentMb);
+        bareMb.push_back(bare->residentMb);
+    }
+    const double ms = median(oursMs);
+    const double peerMs = median(bareMs);
+    std::printf("start to first frame of the main interface, median of %d:\n", runs);
+    std::printf("  Corvantis: %.0f ms\n", ms);
+    std::printf("  bare Qt Quick window: %.0f ms\n", peerMs);
+    std::printf("  ratio: %.2fx bare window (goal: 400 ms or less and at most 1.50x): %s\n",
+                ms / peerMs, ms <= 400 && ms <= 1.5 * peerMs ? "met" : "NOT met");
+    std::printf("  processor time until then: Corvantis %.0f ms, bare window %.0f ms (%.2fx)\n",
+                median(oursCpu), median(bareCpu), median(oursCpu) / median(bareCpu));
+    const double mb = median(oursMb);
+    std::printf("idle memory 1 s after the first frame, median of %d:\n", runs);
+    std::printf("  Corvantis: %.0f MB\n", mb);
+    std::printf("  bare Qt Quick window: %.0f MB\n", median(bareMb));
+    std::printf("  goal: 120 MB or less: %s\n", mb <= 120 ? "met" : "NOT met");
+    return 0;
+}

@@ -19,7 +19,7 @@ TEST(CliUsage, EachCommandAnswersHelpWithItsOwnUsageAndMistakesStayErrors) {
             EXPECT_EQ(run.exitCode, 0) << name.toStdString() << " " << run.err.toStdString();
             EXPECT_TRUE(run.out.startsWith("usage: corvantis-cli " + name))
                 << run.out.toStdString();
-            EXPECT_EQ(run.out.count('\n'), 1) << "only that command's usage";
+            EXPECT_FALSE(run.out.contains("COMMAND")) << "only that command's usage";
         }
     }
     const ProcessRun all = cli({"--help"});

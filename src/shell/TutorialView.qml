@@ -12,17 +12,22 @@ Rectangle {
     Keys.onReturnPressed: controller.didClickContinue()
     Keys.onEnterPressed: controller.didClickContinue()
 
+    // A phone fills its height with the page; a desktop window keeps it
+    // together in the middle instead of spreading it to the edges.
     ColumnLayout {
-        anchors.fill: parent
+        anchors.left: parent.left
+        anchors.right: parent.right
         anchors.margins: 24
-        anchors.topMargin: 48
+        anchors.verticalCenter: parent.verticalCenter
+        anchors.verticalCenterOffset: 12
+        height: Math.min(parent.height - 72, 820)
         spacing: 20
 
         NamedImage {
             id: picture
             Layout.fillWidth: true
             Layout.fillHeight: true
-            Layout.maximumHeight: 420
+            Layout.maximumHeight: Math.min(420, width)
             Layout.alignment: Qt.AlignHCenter
             name: tutorial.controller.image
         }

@@ -275,6 +275,7 @@ void ViewAttributes::updateThumb() {
             "    x: handle.x + (handle.width - width) / 2\n"
             "    y: handle.y + (handle.height - height) / 2\n"
             "    z: handle.z + 1\n"
+            "    cache: false\n"
             "}\n",
             QUrl(QStringLiteral("qrc:/Corvantis/Shell/ThumbImage.qml")));
         QObject* made = component.createWithInitialProperties(

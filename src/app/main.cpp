@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "AppDelegate.h"
+#include "AppDirectories.h"
 #include "AppStyle.h"
 #include "Bundles.h"
 #include "DesktopEntry.h"
@@ -32,6 +33,7 @@ int main(int argc, char* argv[]) {
     // The web page screen's engine shares the window's graphics contexts; it
     // is loaded only when that screen first opens, so the start stays light.
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
+    AppDirectories::provideRuntimeDirectory();
     const std::unique_ptr<QCoreApplication> app = makeApplication(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("corvantis"));
     QCoreApplication::setApplicationVersion(QStringLiteral(CORVANTIS_VERSION));

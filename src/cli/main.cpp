@@ -1,13 +1,10 @@
-#include <unistd.h>
 #include <QCoreApplication>
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
 #include <QGuiApplication>
 #include <array>
 #include <cstring>
 #include <memory>
 
+#include "AppDirectories.h"
 #include "CliCommand.h"
 #include "Commands.h"
 #include "Localization.h"
@@ -47,23 +44,6 @@ bool isHelp(const QString& argument) {
     return argument == QLatin1String("--help") || argument == QLatin1String("-h");
 }
 
-// Without a login session Qt would warn about the missing runtime directory
-// on every start; give it the private folder it would pick anyway.
-void provideRuntimeDirectory() {
-    if (!qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR")) {
-        return;
-    }
-    const QString runtime =
-        QDir::tempPath() + QStringLiteral("/runtime-") + QString::number(::getuid());
-    QDir().mkpath(runtime);
-    QFile::setPermissions(runtime,
-                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-    const QFileInfo info(runtime);
-    if (info.isDir() && info.ownerId() == ::getuid()) {
-        qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime));
-    }
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -76,7 +56,7 @@ int main(int argc, char** argv) {
             }
         }
     }
-    provideRuntimeDirectory();
+    AppDirectories::provideRuntimeDirectory();
     std::unique_ptr<QCoreApplication> app;
     if (!chosen || chosen->needsGui) {
         // Images (thumbnails, cover art) need a GUI application object; no window is shown.

@@ -1,5 +1,6 @@
 #include "AppDirectories.h"
 
+#include <unistd.h>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -59,4 +60,19 @@ const QString& downloadedMusicDirectory() {
         return directory;
     }();
     return path;
+}
+
+void AppDirectories::provideRuntimeDirectory() {
+    if (!qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR")) {
+        return;
+    }
+    const QString runtime =
+        QDir::tempPath() + QStringLiteral("/runtime-") + QString::number(::getuid());
+    QDir().mkpath(runtime);
+    QFile::setPermissions(runtime,
+                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    const QFileInfo info(runtime);
+    if (info.isDir() && info.ownerId() == ::getuid()) {
+        qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime));
+    }
 }

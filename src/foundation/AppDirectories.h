@@ -14,6 +14,10 @@ public:
     static QString cachesDirectory();
     // Private configuration such as sign-in tokens (kept readable by the user only).
     static QString configDirectory();
+    // Without a login session Qt would warn about the missing runtime
+    // directory on every start; this gives it the private folder it would
+    // pick anyway. Call before the application object is made.
+    static void provideRuntimeDirectory();
 };
 
 // The flat music folder, "Downloaded Music" in the documents directory. Fixed

@@ -348,6 +348,9 @@ TEST(DialogModel, CancelButtonTurnedOnLaterShowsWhateverTheStyleSays) {
         ++styled;
         return false;
     };
+    dialog.setCancelEnabled(true);
+    dialog.setCancelEnabled(false);
+    EXPECT_EQ(styled, 0) << "before the view only the flag is kept";
     dialog.loadViewIfNeeded();
     EXPECT_EQ(styled, 1);
     EXPECT_TRUE(dialog.isCancelButtonHidden());
@@ -442,31 +445,31 @@ TEST(DialogModel, EstimatedHeightForecastsFromTheWholeWindow) {
 }
 
 TEST(DialogModel, EstimatedHeightMeasuresTheTexts) {
-    auto estimate = [](std::optional<QString> title, std::optional<QString> message,
-                       std::optional<QString> rich) {
+    // A null text is an absent one; QString("") is present and empty.
+    auto estimate = [](const QString& title, const QString& message, const QString& rich) {
         DialogViewController::Options options;
         options.title = title;
         options.message = message;
         options.attributedMessage = rich;
         return DialogViewController(options).estimatedHeight();
     };
-    const qreal bare = estimate(std::nullopt, std::nullopt, std::nullopt);
+    const qreal bare = estimate(QString(), QString(), QString());
     EXPECT_NEAR(bare, 51.34, 1e-9);
-    EXPECT_NEAR(estimate(QString(""), QString(""), std::nullopt), bare, 1e-9);
+    EXPECT_NEAR(estimate(QString(""), QString(""), QString()), bare, 1e-9);
 
-    const qreal shortMessage = estimate(std::nullopt, QString("Hi"), std::nullopt);
+    const qreal shortMessage = estimate(QString(), QString("Hi"), QString());
     EXPECT_GT(shortMessage, bare + 10.128) << "one line and the message's spacing";
     const QString longText =
         QString("Lower tones come through stronger with this on. ").repeated(4);
-    EXPECT_GT(estimate(std::nullopt, longText, std::nullopt), shortMessage + 30)
+    EXPECT_GT(estimate(QString(), longText, QString()), shortMessage + 30)
         << "a wrapped message takes several lines";
-    EXPECT_NEAR(estimate(std::nullopt, std::nullopt, QString("<b>Hi</b>")), shortMessage, 1e-9)
+    EXPECT_NEAR(estimate(QString(), QString(), QString("<b>Hi</b>")), shortMessage, 1e-9)
         << "rich text is measured by its plain words";
-    EXPECT_NEAR(estimate(std::nullopt, QString("Hi"), QString("<b>Long words here</b>")),
-                shortMessage, 1e-9)
+    EXPECT_NEAR(estimate(QString(), QString("Hi"), QString("<b>Long words here</b>")), shortMessage,
+                1e-9)
         << "the plain message wins";
 
-    const qreal titled = estimate(QString("Bass boost"), std::nullopt, std::nullopt);
+    const qreal titled = estimate(QString("Bass boost"), QString(), QString());
     EXPECT_GT(titled, bare + 15) << "a title adds its line but no spacing of its own";
 
     DialogViewController shown;

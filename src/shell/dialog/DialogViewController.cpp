@@ -34,7 +34,6 @@ QFont fontOrSystem(const QString& name, qreal pixelSize) {
     if (auto font = FontBook::font(name, pixelSize)) {
         return *font;
     }
-    qCWarning(lcDialog).noquote() << "Unknown font" << name << "- using the system font";
     QFont system = QGuiApplication::font();
     system.setPixelSize(std::max(1, qRound(pixelSize)));
     return system;
@@ -83,12 +82,12 @@ DialogViewController::DialogViewController(QObject* parent)
 
 DialogViewController::DialogViewController(const Options& options, QObject* parent)
     : DialogViewController(parent) {
-    ViewController::setTitle(options.title.value_or(QString()));
-    if (options.message) {
-        m_message = *options.message;
+    ViewController::setTitle(options.title);
+    if (!options.message.isNull()) {
+        m_message = options.message;
     }
-    if (options.attributedMessage) {
-        m_attributedMessage = *options.attributedMessage;
+    if (!options.attributedMessage.isNull()) {
+        m_attributedMessage = options.attributedMessage;
     }
     m_fontName = options.fontName;
     m_fontNameBold = options.fontNameBold;
@@ -172,6 +171,10 @@ void DialogViewController::viewDidLoad() {
         m_messageFontSize = side * DialogDefaults::messageFontSizeRatio;
     }
     requiredFont(m_fontName, m_messageFontSize);
+    if (!FontBook::isKnown(m_fontNameBold)) {
+        qCWarning(lcDialog).noquote()
+            << "Unknown title font" << m_fontNameBold << "- using the system font";
+    }
 
     m_buttonStackWidthRatio = DialogDefaults::buttonStackWidthRatio;
     m_buttons.clear();

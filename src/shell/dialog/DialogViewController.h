@@ -86,6 +86,7 @@ class DialogViewController : public ViewController {
     Q_PROPERTY(
         qreal contentOffset READ contentOffset WRITE setContentOffset NOTIFY contentOffsetChanged)
     Q_PROPERTY(qreal cardHeight READ cardHeight WRITE setCardHeight NOTIFY cardHeightChanged)
+    Q_PROPERTY(qreal estimatedHeight READ estimatedHeight NOTIFY cardHeightChanged)
     Q_PROPERTY(QSizeF windowSize READ windowSize WRITE setWindowSize NOTIFY screenChanged)
     Q_PROPERTY(qreal shortSide READ shortSide NOTIFY screenChanged)
     Q_PROPERTY(qreal longSide READ longSide NOTIFY screenChanged)
@@ -104,10 +105,12 @@ public:
     // as on a tablet: both screen measures are halved.
     static constexpr qreal kTabletShortSide = 600;
 
+    // What a caller decides when making a dialog. A null text is an absent
+    // one.
     struct Options {
-        std::optional<QString> title;
-        std::optional<QString> message;
-        std::optional<QString> attributedMessage;
+        QString title;
+        QString message;
+        QString attributedMessage;
         QString fontName = QStringLiteral("Avenir-Light");
         QString fontNameBold = QStringLiteral("Avenir-Black");
         qreal spacing = -1;

@@ -1,0 +1,4 @@
+#include "DialogAction.h"
+
+DialogAction::DialogAction(std::optional<QString> title, Handler handler)
+    : title(std::move(title)), handler(std::move(handler)) {}

@@ -1,11 +1,17 @@
 #include <gtest/gtest.h>
 
+#include <QtQml/qqmlextensionplugin.h>
 #include <QEasingCurve>
+#include <QQmlComponent>
+#include <QQmlEngine>
 #include <cmath>
+#include <memory>
 #include <vector>
 
 #include "DialogMotion.h"
 #include "SpringCurve.h"
+
+Q_IMPORT_QML_PLUGIN(Corvantis_ShellPlugin)
 
 namespace {
 
@@ -267,6 +273,25 @@ TEST(DialogSpringCharacter, HalfDampingSwingsPastOnceAndSettles) {
     for (size_t i = values.size() * 9 / 10; i < values.size(); ++i) {
         ASSERT_NEAR(values[i], 1, 0.01) << "at sample " << i;
     }
+}
+
+TEST(DialogSpringCharacter, QmlAnimationsTakeTheSnapBack) {
+    QQmlEngine engine;
+    QQmlComponent component(&engine);
+    component.setData(
+        "import QtQuick\nimport Corvantis.Shell\n"
+        "NumberAnimation { duration: DialogSprings.snapBackDuration * 1000;"
+        " easing.type: Easing.BezierSpline;"
+        " easing.bezierCurve: DialogSprings.snapBack() }",
+        QUrl(QStringLiteral("file:///spring.qml")));
+    std::unique_ptr<QObject> animation(component.create());
+    ASSERT_TRUE(animation) << component.errorString().toStdString();
+    EXPECT_EQ(animation->property("duration").toInt(), 350);
+    const auto easing = animation->property("easing").value<QEasingCurve>();
+    EXPECT_EQ(easing.type(), QEasingCurve::BezierSpline);
+    // The swing past the end peaks about a quarter of the way in, 16% over.
+    EXPECT_NEAR(easing.valueForProgress(0.254), 1.163, 0.01);
+    EXPECT_EQ(easing.valueForProgress(1), 1);
 }
 
 }  // namespace

@@ -5,7 +5,9 @@
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <cmath>
+#include <limits>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "DialogMotion.h"
@@ -165,6 +167,19 @@ TEST(DialogMotionRelease, CancelledAndFailedDragsJumpHome) {
         // A fast velocity must not matter: only an ended drag reads it.
         const DialogPanStep step = motion.pan(state, 130, QPointF(0, 5000));
         EXPECT_EQ(step.move, DialogMove::jumpHome);
+        EXPECT_EQ(motion.center(), QPointF(200, 420));
+    }
+}
+
+TEST(DialogMotionRelease, CallbacksWithoutNumbersLeaveTheCardAlone) {
+    const double nan = std::nan("");
+    const double inf = std::numeric_limits<double>::infinity();
+    for (const auto& [translation, velocity] :
+         {std::pair{nan, QPointF(0, 900)}, std::pair{10.0, QPointF(0, nan)},
+          std::pair{inf, QPointF()}, std::pair{10.0, QPointF(-inf, 0)}}) {
+        DialogMotion motion = loadedMotion();
+        const DialogPanStep step = motion.pan(DialogPanState::ended, translation, velocity);
+        EXPECT_FALSE(step.moved);
         EXPECT_EQ(motion.center(), QPointF(200, 420));
     }
 }

@@ -1,6 +1,13 @@
 #include "DialogMotion.h"
 
+#include <QLoggingCategory>
 #include <cmath>
+
+namespace {
+
+Q_LOGGING_CATEGORY(lcDialog, "corvantis.dialog")
+
+}  // namespace
 
 void DialogMotion::setLayout(const QRectF& viewFrame, double cardHeight, double imageHeight) {
     m_viewFrame = viewFrame;
@@ -104,7 +111,13 @@ QPointF DialogMotion::targetOf(DialogMove move) const {
 
 DialogPanStep DialogMotion::pan(DialogPanState state, double translation, QPointF velocity) {
     DialogPanStep step;
-    if (!allowDragGesture) {
+    const bool finite =
+        std::isfinite(translation) && std::isfinite(velocity.x()) && std::isfinite(velocity.y());
+    if (!finite) {
+        qCWarning(lcDialog) << "drag callback left out: translation" << translation << "velocity"
+                            << velocity;
+    }
+    if (!allowDragGesture || !finite) {
         step.dragged = step.target = m_center;
         return step;
     }

@@ -83,7 +83,9 @@ public:
     DialogMove release(QPointF velocity) const;
     // Where a move ends, from the present layout and offset.
     QPointF targetOf(DialogMove move) const;
-    // One recogniser callback; the velocity is read only when it has ended.
+    // One recogniser callback; the velocity is read only when it has ended. A
+    // callback with a value that is not a number is logged and leaves the
+    // card where it is.
     DialogPanStep pan(DialogPanState state, double translation, QPointF velocity = {});
 
     // A nudge of the card by `offset` and back home, over `duration` in all;

@@ -12,10 +12,8 @@
 #include <optional>
 
 #include "DialogAction.h"
+#include "DialogDismissDirection.h"
 #include "ViewController.h"
-
-// Which way a fling may send the card away.
-enum class DialogDismissDirection { top = 0, bottom = 1, both = 2, none = 3 };
 
 // How one button looks; the default comes first and the caller's style
 // function may change any of it.

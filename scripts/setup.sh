@@ -20,7 +20,7 @@ packages=(
   nginx-light
   qtkeychain-qt6-dev gnome-keyring
   fonts-lato fonts-material-design-icons-iconfont ccache
-  xvfb xdotool
+  xvfb xauth xfonts-base xdotool libqt6webenginequickdelegatesqml6
 )
 
 missing=()

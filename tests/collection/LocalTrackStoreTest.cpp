@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QSemaphore>
 #include <QThreadPool>
 
 #include "AppDirectories.h"
@@ -174,13 +175,21 @@ TEST(Scans, DoNothingOnceTheStateIsGone) {
         LocalTrackStore::scanTracksForArtist(state, "A", completion);
     }
     {
-        // Gone while the workers read the tags: the reset is queued behind the
-        // scans' hops and ahead of anything the workers post.
+        // Gone while the workers read the tags. Every pool thread is held until
+        // the state is gone, so no reading can finish (and answer at once)
+        // while the scans' hops still run.
+        QThreadPool* pool = QThreadPool::globalInstance();
+        QSemaphore release;
+        const int threads = pool->maxThreadCount();
+        for (int i = 0; i < threads; ++i) {
+            pool->start([&release] { release.acquire(); });
+        }
         auto state = std::make_shared<TrackListState>();
         LocalTrackStore::scanNewTracks(state, completion);
         LocalTrackStore::scanTracksForAlbum(state, "Unknown Album", completion);
         MainQueue::async([&state] { state.reset(); });
         EXPECT_TRUE(waitUntil([&] { return !state; }));
+        release.release(threads);
     }
     QThreadPool::globalInstance()->waitForDone(5000);
     spinEventLoop(100);

@@ -4,7 +4,9 @@
 #include <QHash>
 #include <QStringList>
 #include <algorithm>
+#include <array>
 #include <mutex>
+#include <string_view>
 
 #include <taglib/aifffile.h>
 #include <taglib/apefile.h>
@@ -62,64 +64,142 @@ QByteArray toQByteArray(const TagLib::ByteVector& bytes) {
     return QByteArray(bytes.data(), static_cast<qsizetype>(bytes.size()));
 }
 
-// Several values in one field (ID3v2.4 lists, repeated Vorbis comments) are
-// shown as one text.
-QString joined(const QStringList& values) {
-    return values.join(QStringLiteral(" / "));
-}
-
-QString joined(const TagLib::StringList& values) {
+QStringList toQStringList(const TagLib::StringList& values) {
     QStringList list;
+    list.reserve(static_cast<qsizetype>(values.size()));
     for (const TagLib::String& value : values) {
         list.append(toQString(value));
     }
-    return joined(list);
+    return list;
 }
 
-// Fills the fields `into` still lacks from a tag of lower precedence.
-void fillMissing(TagFields& into, const TagFields& from) {
-    for (auto member :
-         {&TagFields::title, &TagFields::album, &TagFields::artist, &TagFields::albumArtist}) {
-        if (!(into.*member)) {
-            into.*member = from.*member;
+// What one tag holds under the keys kept here, value lists not yet joined; a
+// key the tag does not carry is absent. The keys are those of TagLib's
+// property maps, which the formats' own names are mapped to.
+struct TagValues {
+    std::optional<QStringList> title;
+    std::optional<QStringList> album;
+    std::optional<QStringList> artist;
+    std::optional<QStringList> albumArtist;
+    std::optional<QStringList> trackNumber;
+
+    static constexpr std::array members{&TagValues::title, &TagValues::album, &TagValues::artist,
+                                        &TagValues::albumArtist, &TagValues::trackNumber};
+
+    std::optional<QStringList>* slot(std::string_view key) {
+        if (key == "TITLE") {
+            return &title;
+        }
+        if (key == "ALBUM") {
+            return &album;
+        }
+        if (key == "ARTIST") {
+            return &artist;
+        }
+        if (key == "ALBUMARTIST" || key == "ALBUM ARTIST") {
+            return &albumArtist;
+        }
+        if (key == "TRACKNUMBER" || key == "TRACK") {
+            return &trackNumber;
+        }
+        return nullptr;
+    }
+
+    void append(std::string_view key, const QStringList& values) {
+        if (std::optional<QStringList>* into = slot(key)) {
+            if (!*into) {
+                into->emplace();
+            }
+            (*into)->append(values);
         }
     }
+
+    // Fills the keys this tag lacks from a tag of lower precedence.
+    void fillMissing(const TagValues& from) {
+        for (auto member : members) {
+            if (!(this->*member)) {
+                this->*member = from.*member;
+            }
+        }
+    }
+};
+
+std::optional<QString> joined(const std::optional<QStringList>& values) {
+    if (!values) {
+        return std::nullopt;
+    }
+    // Several values in one field (ID3v2.4 lists, repeated Vorbis comments)
+    // are shown as one text.
+    return values->join(QStringLiteral(" / "));
+}
+
+TagFields toFields(const TagValues& values) {
+    TagFields fields{joined(values.title), joined(values.album), joined(values.artist),
+                     joined(values.albumArtist), std::nullopt};
+    if (const std::optional<QString> number = joined(values.trackNumber)) {
+        // "7" or "7/12".
+        bool ok = false;
+        const int value = number->section(QLatin1Char('/'), 0, 0).trimmed().toInt(&ok);
+        if (ok) {
+            fields.trackNumber = value;
+        }
+    }
+    return fields;
 }
 
 // --- ID3v2 ---------------------------------------------------------------
 
-std::optional<QString> id3v2Text(const TagLib::ID3v2::Tag& tag, const char* frameId) {
-    const TagLib::ID3v2::FrameListMap& frames = tag.frameListMap();
-    const auto it = frames.find(frameId);
-    if (it == frames.end() || it->second.isEmpty()) {
-        return std::nullopt;
-    }
-    // A frame under this name that is not a text frame (one TagLib could not
-    // parse, say) counts as no frame.
-    const auto* text =
-        dynamic_cast<const TagLib::ID3v2::TextIdentificationFrame*>(it->second.front());
-    if (!text) {
-        return std::nullopt;
-    }
-    // TagLib drops UTF-8 text that does not decode, leaving nothing of a
-    // frame that held more than its encoding byte and terminator: that is a
-    // frame without a usable text, not an empty one, so the tags below it or
-    // the file name take its place.
-    const TagLib::StringList fields = text->fieldList();
-    if (text->textEncoding() == TagLib::String::UTF8 && text->size() > 2 &&
-        std::all_of(fields.begin(), fields.end(),
-                    [](const TagLib::String& field) { return field.isEmpty(); })) {
-        return std::nullopt;
-    }
-    return joined(fields);
+// TagLib's own names of frames as property keys, kept for its frame classes.
+struct Id3v2Keys : TagLib::ID3v2::Frame {
+    using TagLib::ID3v2::Frame::frameIDToKey;
+    using TagLib::ID3v2::Frame::txxxToKey;
+};
+
+// TagLib drops UTF-8 text that does not decode, leaving nothing of a frame
+// that held more than its encoding byte and terminator: that is a frame
+// without a usable text, not an empty one, so the tags below it or the file
+// name take its place.
+bool lostItsText(const TagLib::ID3v2::TextIdentificationFrame& frame,
+                 const TagLib::StringList& fields) {
+    return frame.textEncoding() == TagLib::String::UTF8 && frame.size() > 2 &&
+           std::all_of(fields.begin(), fields.end(),
+                       [](const TagLib::String& field) { return field.isEmpty(); });
 }
 
-TagFields id3v2Fields(const TagLib::ID3v2::Tag* tag) {
+// Text frames by their key and user text frames by their description, in the
+// order of the tag. A frame under a text frame's name that TagLib could not
+// parse as one counts as no frame.
+TagValues id3v2Values(const TagLib::ID3v2::Tag* tag) {
+    TagValues values;
     if (!tag) {
-        return {};
+        return values;
     }
-    return {id3v2Text(*tag, "TIT2"), id3v2Text(*tag, "TALB"), id3v2Text(*tag, "TPE1"),
-            id3v2Text(*tag, "TPE2")};
+    for (const TagLib::ID3v2::Frame* frame : tag->frameList()) {
+        const TagLib::ByteVector& id = frame->frameID();
+        if (id.isEmpty() || id[0] != 'T') {
+            continue;
+        }
+        const auto* text = dynamic_cast<const TagLib::ID3v2::TextIdentificationFrame*>(frame);
+        if (!text) {
+            continue;
+        }
+        TagLib::StringList fields = text->fieldList();
+        if (lostItsText(*text, fields)) {
+            continue;
+        }
+        if (const auto* user =
+                dynamic_cast<const TagLib::ID3v2::UserTextIdentificationFrame*>(text)) {
+            // The first field is the description itself.
+            if (!fields.isEmpty()) {
+                fields.erase(fields.begin());
+            }
+            values.append(Id3v2Keys::txxxToKey(user->description()).to8Bit(),
+                          toQStringList(fields));
+        } else if (id != "TIPL" && id != "TMCL") {
+            values.append(Id3v2Keys::frameIDToKey(id).to8Bit(), toQStringList(fields));
+        }
+    }
+    return values;
 }
 
 std::optional<QByteArray> id3v2FrontCover(const TagLib::ID3v2::Tag* tag) {
@@ -149,34 +229,39 @@ std::optional<QString> nonEmpty(const TagLib::String& text) {
     return toQString(text);
 }
 
-TagFields id3v1Fields(const TagLib::ID3v1::Tag* tag) {
+std::optional<QStringList> listOf(const std::optional<QString>& text) {
+    if (!text) {
+        return std::nullopt;
+    }
+    return QStringList{*text};
+}
+
+TagValues id3v1Values(const TagLib::ID3v1::Tag* tag) {
     if (!tag) {
         return {};
     }
-    return {nonEmpty(tag->title()), nonEmpty(tag->album()), nonEmpty(tag->artist()), std::nullopt};
+    TagValues values{listOf(nonEmpty(tag->title())), listOf(nonEmpty(tag->album())),
+                     listOf(nonEmpty(tag->artist())), std::nullopt, std::nullopt};
+    if (tag->track() != 0) {
+        values.trackNumber = QStringList{QString::number(tag->track())};
+    }
+    return values;
 }
 
 // --- APE -------------------------------------------------------------------
 
-std::optional<QString> apeText(const TagLib::APE::Tag& tag, const char* key) {
-    const TagLib::APE::ItemListMap& items = tag.itemListMap();
-    const auto it = items.find(key);
-    if (it == items.end() || it->second.type() != TagLib::APE::Item::Text) {
-        return std::nullopt;
-    }
-    return joined(it->second.values());
-}
-
-TagFields apeFields(const TagLib::APE::Tag* tag) {
+// APE keys are free text, compared without case.
+TagValues apeValues(const TagLib::APE::Tag* tag) {
+    TagValues values;
     if (!tag) {
-        return {};
+        return values;
     }
-    TagFields fields{apeText(*tag, "TITLE"), apeText(*tag, "ALBUM"), apeText(*tag, "ARTIST"),
-                     apeText(*tag, "ALBUM ARTIST")};
-    if (!fields.albumArtist) {
-        fields.albumArtist = apeText(*tag, "ALBUMARTIST");
+    for (const auto& [key, item] : tag->itemListMap()) {
+        if (item.type() == TagLib::APE::Item::Text) {
+            values.append(key.upper().to8Bit(), toQStringList(item.values()));
+        }
     }
-    return fields;
+    return values;
 }
 
 // A binary item: a file name, a zero byte, then the picture.
@@ -247,22 +332,14 @@ std::optional<VorbisComment> parseVorbisComment(const TagLib::ByteVector& data,
     return comment;
 }
 
-TagFields vorbisFields(const std::optional<VorbisComment>& comment) {
-    if (!comment) {
-        return {};
-    }
-    const auto field = [&](const QString& key) -> std::optional<QString> {
-        const auto it = comment->constFind(key);
-        if (it == comment->cend()) {
-            return std::nullopt;
+TagValues vorbisValues(const std::optional<VorbisComment>& comment) {
+    TagValues values;
+    if (comment) {
+        for (auto it = comment->cbegin(); it != comment->cend(); ++it) {
+            values.append(it.key().toStdString(), it.value());
         }
-        return joined(*it);
-    };
-    TagFields fields{field("TITLE"), field("ALBUM"), field("ARTIST"), field("ALBUMARTIST")};
-    if (!fields.albumArtist) {
-        fields.albumArtist = field("ALBUM ARTIST");
     }
-    return fields;
+    return values;
 }
 
 // The comment header of an Ogg stream: the second packet, behind the codec's
@@ -353,7 +430,7 @@ std::optional<QByteArray> xiphFrontCover(TagLib::Ogg::XiphComment* comment) {
 
 // --- MP4 -----------------------------------------------------------------
 
-std::optional<QString> mp4Text(const TagLib::MP4::Tag& tag, const char* key) {
+std::optional<QStringList> mp4Text(const TagLib::MP4::Tag& tag, const char* key) {
     if (!tag.contains(key)) {
         return std::nullopt;
     }
@@ -362,15 +439,19 @@ std::optional<QString> mp4Text(const TagLib::MP4::Tag& tag, const char* key) {
     if (values.isEmpty()) {
         return std::nullopt;
     }
-    return joined(values);
+    return toQStringList(values);
 }
 
-TagFields mp4Fields(const TagLib::MP4::Tag* tag) {
+TagValues mp4Values(const TagLib::MP4::Tag* tag) {
     if (!tag) {
         return {};
     }
-    return {mp4Text(*tag, "\251nam"), mp4Text(*tag, "\251alb"), mp4Text(*tag, "\251ART"),
-            mp4Text(*tag, "aART")};
+    TagValues values{mp4Text(*tag, "\251nam"), mp4Text(*tag, "\251alb"), mp4Text(*tag, "\251ART"),
+                     mp4Text(*tag, "aART"), std::nullopt};
+    if (tag->contains("trkn")) {
+        values.trackNumber = QStringList{QString::number(tag->item("trkn").toIntPair().first)};
+    }
+    return values;
 }
 
 // MP4 has no picture types: the "covr" atom holds the cover art.
@@ -387,7 +468,7 @@ std::optional<QByteArray> mp4FrontCover(const TagLib::MP4::Tag* tag) {
 
 // --- ASF -------------------------------------------------------------------
 
-std::optional<QString> asfAttribute(const TagLib::ASF::Tag& tag, const char* name) {
+std::optional<QStringList> asfAttribute(const TagLib::ASF::Tag& tag, const char* name) {
     if (!tag.contains(name)) {
         return std::nullopt;
     }
@@ -395,17 +476,18 @@ std::optional<QString> asfAttribute(const TagLib::ASF::Tag& tag, const char* nam
     if (attributes.isEmpty() || attributes.front().type() != TagLib::ASF::Attribute::UnicodeType) {
         return std::nullopt;
     }
-    return toQString(attributes.front().toString());
+    return QStringList{toQString(attributes.front().toString())};
 }
 
-TagFields asfFields(const TagLib::ASF::Tag* tag) {
+TagValues asfValues(const TagLib::ASF::Tag* tag) {
     if (!tag) {
         return {};
     }
     // Title and artist live in the content description, whose fields are
     // always there: only a non-empty one counts as present.
-    return {nonEmpty(tag->title()), asfAttribute(*tag, "WM/AlbumTitle"), nonEmpty(tag->artist()),
-            asfAttribute(*tag, "WM/AlbumArtist")};
+    return {listOf(nonEmpty(tag->title())), asfAttribute(*tag, "WM/AlbumTitle"),
+            listOf(nonEmpty(tag->artist())), asfAttribute(*tag, "WM/AlbumArtist"),
+            asfAttribute(*tag, "WM/TrackNumber")};
 }
 
 std::optional<QByteArray> asfFrontCover(const TagLib::ASF::Tag* tag) {
@@ -423,19 +505,19 @@ std::optional<QByteArray> asfFrontCover(const TagLib::ASF::Tag* tag) {
 
 // --- RIFF INFO -------------------------------------------------------------
 
-TagFields infoFields(const TagLib::RIFF::Info::Tag* tag) {
+TagValues infoValues(const TagLib::RIFF::Info::Tag* tag) {
     if (!tag) {
         return {};
     }
     const TagLib::RIFF::Info::FieldListMap fields = tag->fieldListMap();
-    const auto field = [&](const char* id) -> std::optional<QString> {
+    const auto field = [&](const char* id) -> std::optional<QStringList> {
         const auto it = fields.find(id);
         if (it == fields.end()) {
             return std::nullopt;
         }
-        return toQString(it->second);
+        return QStringList{toQString(it->second)};
     };
-    return {field("INAM"), field("IPRD"), field("IART"), std::nullopt};
+    return {field("INAM"), field("IPRD"), field("IART"), std::nullopt, field("IPRT")};
 }
 
 // --- Dispatch --------------------------------------------------------------
@@ -451,59 +533,65 @@ TagLib::FileRef open(const QString& path) {
     return ref;
 }
 
-TagFields fieldsOf(TagLib::File* file) {
-    TagFields fields;
-    const auto take = [&](const TagFields& from) { fillMissing(fields, from); };
+}  // namespace
+
+// The tags of a file in the order they speak for it: the first that carries
+// a key gives its value, the ones below only fill the keys it lacks.
+TagFields TagReader::fieldsOf(TagLib::File* file) {
+    TagValues values;
+    const auto take = [&](const TagValues& from) { values.fillMissing(from); };
     if (auto* mpeg = dynamic_cast<TagLib::MPEG::File*>(file)) {
         // An ID3v2 tag speaks for the whole file: a frame it lacks is a
         // default, not a gap for an older APE or ID3v1 tag to fill.
         if (mpeg->hasID3v2Tag()) {
-            take(id3v2Fields(mpeg->ID3v2Tag()));
+            take(id3v2Values(mpeg->ID3v2Tag()));
         } else {
-            take(apeFields(mpeg->hasAPETag() ? mpeg->APETag() : nullptr));
-            take(id3v1Fields(mpeg->hasID3v1Tag() ? mpeg->ID3v1Tag() : nullptr));
+            take(apeValues(mpeg->hasAPETag() ? mpeg->APETag() : nullptr));
+            take(id3v1Values(mpeg->hasID3v1Tag() ? mpeg->ID3v1Tag() : nullptr));
         }
     } else if (auto* mp4 = dynamic_cast<TagLib::MP4::File*>(file)) {
-        take(mp4Fields(mp4->tag()));
+        take(mp4Values(mp4->tag()));
     } else if (auto* flac = dynamic_cast<TagLib::FLAC::File*>(file)) {
-        take(vorbisFields(flacComment(*flac)));
-        take(id3v2Fields(flac->hasID3v2Tag() ? flac->ID3v2Tag() : nullptr));
-        take(id3v1Fields(flac->hasID3v1Tag() ? flac->ID3v1Tag() : nullptr));
+        take(vorbisValues(flacComment(*flac)));
+        take(id3v2Values(flac->hasID3v2Tag() ? flac->ID3v2Tag() : nullptr));
+        take(id3v1Values(flac->hasID3v1Tag() ? flac->ID3v1Tag() : nullptr));
     } else if (auto* vorbis = dynamic_cast<TagLib::Ogg::Vorbis::File*>(file)) {
-        take(vorbisFields(oggComment(*vorbis, "\x03vorbis")));
+        take(vorbisValues(oggComment(*vorbis, "\x03vorbis")));
     } else if (auto* opus = dynamic_cast<TagLib::Ogg::Opus::File*>(file)) {
-        take(vorbisFields(oggComment(*opus, "OpusTags")));
+        take(vorbisValues(oggComment(*opus, "OpusTags")));
     } else if (auto* speex = dynamic_cast<TagLib::Ogg::Speex::File*>(file)) {
-        take(vorbisFields(parseVorbisComment(speex->packet(1), 0)));
+        take(vorbisValues(parseVorbisComment(speex->packet(1), 0)));
     } else if (auto* oggFlac = dynamic_cast<TagLib::Ogg::FLAC::File*>(file)) {
-        take(vorbisFields(oggFlacComment(*oggFlac)));
+        take(vorbisValues(oggFlacComment(*oggFlac)));
     } else if (auto* wav = dynamic_cast<TagLib::RIFF::WAV::File*>(file)) {
-        take(id3v2Fields(wav->hasID3v2Tag() ? wav->ID3v2Tag() : nullptr));
-        take(infoFields(wav->hasInfoTag() ? wav->InfoTag() : nullptr));
+        take(id3v2Values(wav->hasID3v2Tag() ? wav->ID3v2Tag() : nullptr));
+        take(infoValues(wav->hasInfoTag() ? wav->InfoTag() : nullptr));
     } else if (auto* aiff = dynamic_cast<TagLib::RIFF::AIFF::File*>(file)) {
-        take(id3v2Fields(aiff->hasID3v2Tag() ? aiff->tag() : nullptr));
+        take(id3v2Values(aiff->hasID3v2Tag() ? aiff->tag() : nullptr));
     } else if (auto* ape = dynamic_cast<TagLib::APE::File*>(file)) {
-        take(apeFields(ape->hasAPETag() ? ape->APETag() : nullptr));
-        take(id3v1Fields(ape->hasID3v1Tag() ? ape->ID3v1Tag() : nullptr));
+        take(apeValues(ape->hasAPETag() ? ape->APETag() : nullptr));
+        take(id3v1Values(ape->hasID3v1Tag() ? ape->ID3v1Tag() : nullptr));
     } else if (auto* wavPack = dynamic_cast<TagLib::WavPack::File*>(file)) {
-        take(apeFields(wavPack->hasAPETag() ? wavPack->APETag() : nullptr));
-        take(id3v1Fields(wavPack->hasID3v1Tag() ? wavPack->ID3v1Tag() : nullptr));
+        take(apeValues(wavPack->hasAPETag() ? wavPack->APETag() : nullptr));
+        take(id3v1Values(wavPack->hasID3v1Tag() ? wavPack->ID3v1Tag() : nullptr));
     } else if (auto* mpc = dynamic_cast<TagLib::MPC::File*>(file)) {
-        take(apeFields(mpc->hasAPETag() ? mpc->APETag() : nullptr));
-        take(id3v1Fields(mpc->hasID3v1Tag() ? mpc->ID3v1Tag() : nullptr));
+        take(apeValues(mpc->hasAPETag() ? mpc->APETag() : nullptr));
+        take(id3v1Values(mpc->hasID3v1Tag() ? mpc->ID3v1Tag() : nullptr));
     } else if (auto* trueAudio = dynamic_cast<TagLib::TrueAudio::File*>(file)) {
-        take(id3v2Fields(trueAudio->hasID3v2Tag() ? trueAudio->ID3v2Tag() : nullptr));
-        take(id3v1Fields(trueAudio->hasID3v1Tag() ? trueAudio->ID3v1Tag() : nullptr));
+        take(id3v2Values(trueAudio->hasID3v2Tag() ? trueAudio->ID3v2Tag() : nullptr));
+        take(id3v1Values(trueAudio->hasID3v1Tag() ? trueAudio->ID3v1Tag() : nullptr));
     } else if (auto* asf = dynamic_cast<TagLib::ASF::File*>(file)) {
-        take(asfFields(asf->tag()));
+        take(asfValues(asf->tag()));
     } else if (const TagLib::Tag* tag = file->tag()) {
         // Tracker modules and the like: only the generic view, where a field
         // is there when it holds something.
-        take({nonEmpty(tag->title()), nonEmpty(tag->album()), nonEmpty(tag->artist()),
-              std::nullopt});
+        take({listOf(nonEmpty(tag->title())), listOf(nonEmpty(tag->album())),
+              listOf(nonEmpty(tag->artist())), std::nullopt, std::nullopt});
     }
-    return fields;
+    return toFields(values);
 }
+
+namespace {
 
 std::optional<QByteArray> frontCoverOf(TagLib::File* file) {
     std::optional<QByteArray> cover;

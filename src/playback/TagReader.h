@@ -4,15 +4,20 @@
 #include <QString>
 #include <optional>
 
-// The four text fields a track takes from its file's tag. A field the tag does
-// not carry is absent; one that is there but holds nothing is the empty string.
-// The difference matters: an absent title falls back to the file name, an
-// empty one stays empty.
+namespace TagLib {
+class File;
+}
+
+// The fields a track and the library take from a file's tags. A field the tags
+// do not carry is absent; one that is there but holds nothing is the empty
+// string. The difference matters: an absent title falls back to the file name,
+// an empty one stays empty.
 struct TagFields {
     std::optional<QString> title;
     std::optional<QString> album;
     std::optional<QString> artist;
     std::optional<QString> albumArtist;
+    std::optional<int> trackNumber;
 };
 
 // Reads tags by path for every container TagLib knows (MPEG with ID3v2/APE/
@@ -22,6 +27,10 @@ struct TagFields {
 class TagReader {
 public:
     static TagFields readFields(const QString& path);
+    // The same for a file TagLib has opened already. Where a format has
+    // several tags, its leading one speaks first and the ones below fill only
+    // the fields it lacks; an MP3's ID3v2 tag alone speaks for it.
+    static TagFields fieldsOf(TagLib::File* file);
 
     // The encoded bytes of the front-cover picture, undecoded: the attached
     // picture of the front-cover type (ID3v2, FLAC and Xiph picture blocks,

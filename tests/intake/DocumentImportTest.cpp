@@ -155,22 +155,3 @@ TEST(DocumentImport, ALinkInTheMusicFolderIsReplacedNotWrittenThrough) {
     EXPECT_FALSE(QFileInfo(musicFolder() + "/song.mp3").isSymLink());
     EXPECT_EQ(readFile(musicFolder() + "/song.mp3"), "new");
 }
-
-TEST(DocumentImport, CommandPrintsEachMessageAsTitleAndText) {
-    const QUrl good = picked("Good.mp3", "good");
-    writeFile(musicFolder() + "/none.mp3", "old");
-    const ProcessRun run =
-        runProcess(CORVANTIS_CLI, {"import", good.toLocalFile(), testHome() + "/none.mp3"});
-    EXPECT_EQ(readFile(musicFolder() + "/none.mp3"), "old");
-    EXPECT_EQ(run.exitCode, 1);
-    const QStringList lines = run.out.split('\n', Qt::SkipEmptyParts);
-    ASSERT_EQ(lines.size(), 2) << run.out.toStdString();
-    EXPECT_TRUE(lines[0].startsWith("Error: Error handling file none.mp3: "));
-    EXPECT_EQ(lines[1], "Import Result: 1 out of 2 files imported successfully.");
-
-    const ProcessRun again = runProcess(CORVANTIS_CLI, {"import", good.toLocalFile()});
-    EXPECT_EQ(again.exitCode, 0);
-    EXPECT_EQ(again.out,
-              "Import Result: 1 out of 1 files imported successfully. 1 existing files were "
-              "replaced.\n");
-}

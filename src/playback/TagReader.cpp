@@ -5,6 +5,7 @@
 #include <QStringList>
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <mutex>
 #include <string_view>
 
@@ -287,10 +288,10 @@ std::optional<QByteArray> apeFrontCover(const TagLib::APE::Tag* tag) {
 // empty title into the file name; the comment block is small and simple, so it
 // is parsed here.
 
-using VorbisComment = QHash<QString, QStringList>;
-
-std::optional<VorbisComment> parseVorbisComment(const TagLib::ByteVector& data,
-                                                unsigned int offset) {
+// Only the values of the keys kept here are decoded: a comment may carry
+// pictures of hundreds of kilobytes as text.
+TagValues parseVorbisComment(const TagLib::ByteVector& data, unsigned int offset) {
+    TagValues values;
     const unsigned int size = data.size();
     unsigned int pos = offset;
     const auto readLength = [&](unsigned int& value) {
@@ -303,14 +304,13 @@ std::optional<VorbisComment> parseVorbisComment(const TagLib::ByteVector& data,
     };
     unsigned int vendorLength = 0;
     if (!readLength(vendorLength) || vendorLength > size - pos) {
-        return std::nullopt;
+        return values;
     }
     pos += vendorLength;
     unsigned int count = 0;
     if (!readLength(count)) {
-        return std::nullopt;
+        return values;
     }
-    VorbisComment comment;
     // Every entry needs at least its length word, so a lying count stops at
     // the end of the data.
     for (unsigned int i = 0; i < count; ++i) {
@@ -324,19 +324,13 @@ std::optional<VorbisComment> parseVorbisComment(const TagLib::ByteVector& data,
         if (!separator || separator == entry) {
             continue;
         }
-        const auto keyLength = static_cast<qsizetype>(separator - entry);
-        const QString key = QString::fromLatin1(entry, keyLength).toUpper();
-        comment[key].append(
-            QString::fromUtf8(separator + 1, static_cast<qsizetype>(length) - keyLength - 1));
-    }
-    return comment;
-}
-
-TagValues vorbisValues(const std::optional<VorbisComment>& comment) {
-    TagValues values;
-    if (comment) {
-        for (auto it = comment->cbegin(); it != comment->cend(); ++it) {
-            values.append(it.key().toStdString(), it.value());
+        std::string key(entry, separator);
+        std::transform(key.begin(), key.end(), key.begin(),
+                       [](unsigned char c) { return char(std::toupper(c)); });
+        if (values.slot(key)) {
+            const auto keyLength = static_cast<qsizetype>(separator - entry);
+            values.append(key, {QString::fromUtf8(separator + 1,
+                                                  static_cast<qsizetype>(length) - keyLength - 1)});
         }
     }
     return values;
@@ -344,11 +338,11 @@ TagValues vorbisValues(const std::optional<VorbisComment>& comment) {
 
 // The comment header of an Ogg stream: the second packet, behind the codec's
 // own signature.
-std::optional<VorbisComment> oggComment(TagLib::Ogg::File& file, const char* signature) {
+TagValues oggComment(TagLib::Ogg::File& file, const char* signature) {
     const TagLib::ByteVector packet = file.packet(1);
     const TagLib::ByteVector prefix(signature);
     if (!packet.startsWith(prefix)) {
-        return std::nullopt;
+        return {};
     }
     return parseVorbisComment(packet, prefix.size());
 }
@@ -357,11 +351,11 @@ constexpr unsigned int kFlacVorbisCommentBlock = 4;
 
 // FLAC in Ogg: the first packet says how many header packets follow; each is
 // a metadata block with its 4-byte block header.
-std::optional<VorbisComment> oggFlacComment(TagLib::Ogg::FLAC::File& file) {
+TagValues oggFlacComment(TagLib::Ogg::FLAC::File& file) {
     const TagLib::ByteVector first = file.packet(0);
     if (first.size() < 9 || !first.startsWith("\x7f"
                                               "FLAC")) {
-        return std::nullopt;
+        return {};
     }
     const unsigned int headerPackets = first.toUShort(7, true);
     for (unsigned int i = 1; i <= headerPackets; ++i) {
@@ -371,12 +365,12 @@ std::optional<VorbisComment> oggFlacComment(TagLib::Ogg::FLAC::File& file) {
             return parseVorbisComment(packet, 4);
         }
     }
-    return std::nullopt;
+    return {};
 }
 
 // Native FLAC: "fLaC" (after an ID3v2 tag some taggers put in front), then
 // metadata blocks until the one flagged last.
-std::optional<VorbisComment> flacComment(TagLib::FLAC::File& file) {
+TagValues flacComment(TagLib::FLAC::File& file) {
     file.seek(0);
     long offset = 0;
     const TagLib::ByteVector id3Header = file.readBlock(10);
@@ -389,7 +383,7 @@ std::optional<VorbisComment> flacComment(TagLib::FLAC::File& file) {
     }
     file.seek(offset);
     if (file.readBlock(4) != TagLib::ByteVector("fLaC")) {
-        return std::nullopt;
+        return {};
     }
     const long length = file.length();
     for (long pos = offset + 4; pos + 4 <= length;) {
@@ -409,7 +403,7 @@ std::optional<VorbisComment> flacComment(TagLib::FLAC::File& file) {
         }
         pos += 4 + static_cast<long>(blockLength);
     }
-    return std::nullopt;
+    return {};
 }
 
 std::optional<QByteArray> frontCoverOf(const TagLib::List<TagLib::FLAC::Picture*>& pictures) {
@@ -552,17 +546,17 @@ TagFields TagReader::fieldsOf(TagLib::File* file) {
     } else if (auto* mp4 = dynamic_cast<TagLib::MP4::File*>(file)) {
         take(mp4Values(mp4->tag()));
     } else if (auto* flac = dynamic_cast<TagLib::FLAC::File*>(file)) {
-        take(vorbisValues(flacComment(*flac)));
+        take(flacComment(*flac));
         take(id3v2Values(flac->hasID3v2Tag() ? flac->ID3v2Tag() : nullptr));
         take(id3v1Values(flac->hasID3v1Tag() ? flac->ID3v1Tag() : nullptr));
     } else if (auto* vorbis = dynamic_cast<TagLib::Ogg::Vorbis::File*>(file)) {
-        take(vorbisValues(oggComment(*vorbis, "\x03vorbis")));
+        take(oggComment(*vorbis, "\x03vorbis"));
     } else if (auto* opus = dynamic_cast<TagLib::Ogg::Opus::File*>(file)) {
-        take(vorbisValues(oggComment(*opus, "OpusTags")));
+        take(oggComment(*opus, "OpusTags"));
     } else if (auto* speex = dynamic_cast<TagLib::Ogg::Speex::File*>(file)) {
-        take(vorbisValues(parseVorbisComment(speex->packet(1), 0)));
+        take(parseVorbisComment(speex->packet(1), 0));
     } else if (auto* oggFlac = dynamic_cast<TagLib::Ogg::FLAC::File*>(file)) {
-        take(vorbisValues(oggFlacComment(*oggFlac)));
+        take(oggFlacComment(*oggFlac));
     } else if (auto* wav = dynamic_cast<TagLib::RIFF::WAV::File*>(file)) {
         take(id3v2Values(wav->hasID3v2Tag() ? wav->ID3v2Tag() : nullptr));
         take(infoValues(wav->hasInfoTag() ? wav->InfoTag() : nullptr));

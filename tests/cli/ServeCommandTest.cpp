@@ -5,8 +5,8 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <QDeadlineTimer>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
@@ -38,9 +38,8 @@ public:
     // The port of the "Serving ... on port N" line, 0 if it never came.
     quint16 waitForPort() {
         const QRegularExpression line(QStringLiteral("Serving .* on port (\\d+)\n"));
-        QElapsedTimer timer;
-        timer.start();
-        while (timer.elapsed() < 15000 && m_process.state() != QProcess::NotRunning) {
+        const QDeadlineTimer deadline(15000);
+        while (!deadline.hasExpired() && m_process.state() != QProcess::NotRunning) {
             m_process.waitForReadyRead(100);
             m_out += QString::fromUtf8(m_process.readAllStandardOutput());
             const QRegularExpressionMatch match = line.match(m_out);

@@ -191,8 +191,7 @@ TEST(Scans, DoNothingOnceTheStateIsGone) {
         EXPECT_TRUE(waitUntil([&] { return !state; }));
         release.release(threads);
     }
-    QThreadPool::globalInstance()->waitForDone(5000);
-    spinEventLoop(100);
+    EXPECT_TRUE(settle());
     EXPECT_FALSE(called);
 }
 

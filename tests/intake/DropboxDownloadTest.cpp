@@ -148,7 +148,7 @@ TEST_F(CloudTest, DownloadFailuresCarryTheServicesWords) {
 TEST_F(CloudTest, DownloadSignedOutCallsNeitherHandler) {
     fake.addFile("/A.mp3", "x");
     Transfer transfer("/A.mp3");
-    spinEventLoop(200);
+    EXPECT_TRUE(settle());
     EXPECT_FALSE(transfer.result.has_value());
     EXPECT_TRUE(transfer.progress.isEmpty());
     EXPECT_EQ(fake.count("/2/files/download"), 0);

@@ -40,16 +40,16 @@ TEST_F(CloudTest, PagesArriveNewestFirstWithTheirOwnOrderKept) {
                                             failed = answer;
                                         });
     ASSERT_TRUE(waitUntil([&] { return calls > 0; }));
-    spinEventLoop(100);
-    EXPECT_EQ(calls, 1);
     ASSERT_FALSE(failed->isSuccess());
     EXPECT_TRUE(std::holds_alternative<DescribableError>(failed->error()));
     EXPECT_TRUE(errorText(failed->error()).contains("500"));
 
     // Entries, not the cursor, decide which page is asked for: a cursor alone
     // still gets the first page; entries alone a continuation, with the empty
-    // cursor the service refuses.
+    // cursor the service refuses. (By the time these are answered, the failed
+    // listing above has said all it will.)
     EXPECT_TRUE(list("/Music", std::nullopt, QString("ignored"))->isSuccess());
+    EXPECT_EQ(calls, 1);
     EXPECT_EQ(fake.count("/2/files/list_folder"), 3);
     EXPECT_FALSE(list("/Music", std::vector<Metadata>{})->isSuccess());
     EXPECT_EQ(fake.count("/2/files/list_folder/continue"), 6);

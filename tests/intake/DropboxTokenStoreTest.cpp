@@ -1,4 +1,3 @@
-#include <QElapsedTimer>
 #include <QLocalServer>
 #include <QLoggingCategory>
 #include <QProcess>
@@ -131,20 +130,20 @@ TEST_F(CloudTest, AKeychainThatNeverAnswersLeavesTheSignInInTheFile) {
     QLoggingCategory::setFilterRules("corvantis.*=true");
     const QStringList& diagnostics = captureMessages();
 
-    QElapsedTimer timer;
-    timer.start();
-    const DropboxTokens tokens = signInBeforeLaunch();
-    fake.addFile("/A.mp3", "x");
-    const auto listing = list("");  // the main thread goes on meanwhile
-    ASSERT_TRUE(listing && listing->isSuccess()) << errorText(listing->error()).toStdString();
-    EXPECT_LT(timer.elapsed(), 2000);
-
     const auto keychainLines = [&] {
         return diagnostics.filter("system keychain does not work").size();
     };
+    const DropboxTokens tokens = signInBeforeLaunch();
+    fake.addFile("/A.mp3", "x");
+    // The main thread goes on meanwhile: the listing is answered before the
+    // keychain is given up on.
+    const auto listing = list("");
+    ASSERT_TRUE(listing && listing->isSuccess()) << errorText(listing->error()).toStdString();
+    EXPECT_EQ(keychainLines(), 0);
+
     ASSERT_TRUE(waitUntil([&] { return keychainLines() > 0; }, 10000));
     DropboxTokenStore::save(tokens);  // no second try, no second line
-    spinEventLoop(200);
+    ASSERT_TRUE(list("")->isSuccess());
     qInstallMessageHandler(nullptr);
     EXPECT_EQ(keychainLines(), 1);
     for (const QString& line : diagnostics) {

@@ -59,16 +59,21 @@ protected:
         return QJsonObject{{"name", name}, {"size", QString::number(size)}};
     }
 
-    // Nothing of a request outlives it in the folder for uploads in progress.
-    static bool noUploadsInProgress() {
+    // The parts requests hold in the folder for uploads in progress (its lock
+    // files are hidden).
+    static int stagedFiles() {
         QDir staging(AppDirectories::documentsDirectory() + "/.Uploading");
+        int count = 0;
         for (const QString& sub : staging.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-            if (!QDir(staging.filePath(sub)).isEmpty()) {
-                return false;
-            }
+            count += int(QDir(staging.filePath(sub))
+                             .entryList(QDir::AllEntries | QDir::NoDotAndDotDot)
+                             .size());
         }
-        return true;
+        return count;
     }
+
+    // Nothing of a request outlives it in the folder for uploads in progress.
+    static bool noUploadsInProgress() { return stagedFiles() == 0; }
 
     std::unique_ptr<WiFiUploadServer> server;
     quint16 port = 0;
@@ -245,8 +250,7 @@ TEST_F(UploadServerTest, AClientThatLeavesMidBodyLeavesNothing) {
                             "multipart/form-data; boundary=" +
                             boundary + "\r\nContent-Length: 10000000\r\n\r\n" + body));
         // Let the server write both parts to their temporary files first.
-        EXPECT_TRUE(waitUntil([] { return !noUploadsInProgress(); }));
-        spinEventLoop(200);
+        EXPECT_TRUE(waitUntil([] { return stagedFiles() == 2; }));
     }
     EXPECT_TRUE(waitUntil(noUploadsInProgress));
     EXPECT_TRUE(musicFiles().isEmpty());

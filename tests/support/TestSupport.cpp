@@ -9,6 +9,10 @@
 #include <QFileInfo>
 #include <QProcess>
 #include <QThread>
+#include <QThreadPool>
+#include <memory>
+
+#include "MainQueue.h"
 
 bool waitUntil(const std::function<bool()>& condition, int timeoutMs) {
     QDeadlineTimer deadline(timeoutMs);
@@ -22,11 +26,22 @@ bool waitUntil(const std::function<bool()>& condition, int timeoutMs) {
     return true;
 }
 
-void spinEventLoop(int ms) {
-    QDeadlineTimer deadline(ms);
-    while (!deadline.hasExpired()) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-        QThread::msleep(1);
+bool settle(int timeoutMs) {
+    QDeadlineTimer deadline(timeoutMs);
+    QThreadPool* pool = QThreadPool::globalInstance();
+    for (;;) {
+        if (!pool->waitForDone(int(deadline.remainingTime()))) {
+            return false;
+        }
+        // The main queue runs in order: once this has run, so has all before it.
+        auto reached = std::make_shared<bool>(false);
+        MainQueue::async([reached] { *reached = true; });
+        if (!waitUntil([&] { return *reached; }, int(deadline.remainingTime()))) {
+            return false;
+        }
+        if (pool->activeThreadCount() == 0) {
+            return true;
+        }
     }
 }
 

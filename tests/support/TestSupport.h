@@ -9,8 +9,11 @@
 // whether it held. Async tests wait with a bound and fail, never hang.
 bool waitUntil(const std::function<bool()>& condition, int timeoutMs = 5000);
 
-// Runs the event loop for `ms` milliseconds.
-void spinEventLoop(int ms);
+// Runs what the main queue and the global thread pool have been given, and
+// what that gives them in turn, until both are idle; false when that takes
+// longer than `timeoutMs`. What has not happened by then was never going to
+// happen without a new event from outside.
+bool settle(int timeoutMs = 5000);
 
 // The CORVANTIS_HOME this test process owns (a fresh temporary directory).
 QString testHome();

@@ -7,7 +7,6 @@
 #include <atomic>
 
 #include "AppDirectories.h"
-#include "Localization.h"
 #include "Log.h"
 #include "MainQueue.h"
 #include "TestSupport.h"
@@ -51,9 +50,4 @@ TEST(Log, CapturesExactLinesFromAnyThread) {
     QtConcurrent::run([] { systemLog("from a worker"); }).waitForFinished();
     EXPECT_EQ(capture.lines(), (QStringList{"Invalid player state", "from a worker"}));
     EXPECT_EQ(capture.count("Invalid player state"), 1);
-}
-
-TEST(Localization, KeysResolveToEnglishTexts) {
-    EXPECT_EQ(Localization::text("cancel"), "Cancel");
-    EXPECT_EQ(Localization::text("ok"), "OK");
 }

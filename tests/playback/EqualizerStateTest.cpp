@@ -113,34 +113,6 @@ TEST(EqualizerState, FirstLaunchIsFlatAndStoresOnlyTheBass) {
     EXPECT_EQ(bass->toFloat(), 0.0f);
 }
 
-TEST(EqualizerState, EveryPresetSetsItsRowAndStoresItsRawValueAndTheBands) {
-    struct Row {
-        Preset preset;
-        std::vector<float> gains;  // 60, 230, 910, 3000, 14000 Hz
-        int raw;
-    };
-    // In this order each row moves some band, so each one is stored. Custom
-    // with no user preset stored ends as none, with the bands as they were.
-    const Row rows[] = {
-        {Preset::pop, {-1, 2, 5, 1, -2}, 1},      {Preset::rock, {5, 3, -1, 3, 5}, 2},
-        {Preset::edm, {6, 0, 3, 0, -8}, 3},       {Preset::hipHop, {5, 3, 0, 1, 3}, 4},
-        {Preset::rb, {4, 1, 1, 6, 6}, 5},         {Preset::acoustic, {6, 3, 0, 4, 4}, 6},
-        {Preset::classical, {5, 3, -2, 4, 4}, 7}, {Preset::none, {0, 0, 0, 0, 0}, 0},
-        {Preset::Custom, {0, 0, 0, 0, 0}, 8},
-    };
-    auto manager = launch();
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.raw);
-        EXPECT_EQ(int(row.preset), row.raw);
-        manager->selectPreset(row.preset);
-        EXPECT_EQ(mainGains(*manager), row.gains);
-        EXPECT_EQ(storedBands(PlaybackManager::KEY_EQ_BANDS), row.gains);
-        const Preset selected = row.preset == Preset::Custom ? Preset::none : row.preset;
-        EXPECT_EQ(manager->selectedEQPreset(), selected);
-        EXPECT_EQ(storedPreset(), int(selected));
-    }
-}
-
 TEST(EqualizerState, KeyTextsAndPresetNames) {
     EXPECT_EQ(EqualizerState::frequencyKey(60), "60.0");
     EXPECT_EQ(EqualizerState::frequencyKey(14000), "14000.0");

@@ -193,26 +193,13 @@ protected:
 
 }  // namespace
 
-TEST_F(PlaybackManagerTest, GraphRunsThroughTheMainUnitAndThreeBassUnitsAtTheFixedBands) {
+TEST_F(PlaybackManagerTest, GraphRunsThroughTheMainUnitAndThreeBassUnits) {
     ASSERT_NE(manager.equalizer(), nullptr);
     ASSERT_EQ(manager.bassEqualizers().size(), 3u);
     const auto& bass = manager.bassEqualizers();
     EXPECT_EQ(manager.audioEngine().signalPath(),
               (std::vector<AudioNode*>{&manager.audioPlayerNode(), manager.equalizer(),
                                        bass[0].get(), bass[1].get(), bass[2].get()}));
-
-    const float frequencies[] = {60, 230, 910, 3000, 14000};
-    for (const AudioUnitEQ* unit :
-         {manager.equalizer(), bass[0].get(), bass[1].get(), bass[2].get()}) {
-        ASSERT_EQ(unit->bands().size(), 5u);
-        for (size_t i = 0; i < 5; ++i) {
-            EXPECT_EQ(unit->bands()[i]->frequency(), frequencies[i]);
-            EXPECT_FALSE(unit->bands()[i]->bypass());
-            EXPECT_EQ(unit->bands()[i]->filterType(), AudioUnitEQFilterType::parametric);
-            EXPECT_EQ(unit->bands()[i]->gain(), 0.0f);
-        }
-    }
-    EXPECT_EQ(manager.bands(), manager.equalizer()->bands());
     EXPECT_EQ(manager.state(), State::stopped);
     EXPECT_EQ(manager.currentIndex(), -1);
     EXPECT_EQ(manager.currentTime(), -1.0);

@@ -1,6 +1,7 @@
 // Whole-pipeline figures, each printed beside its peer from the same run:
 //   - offline render (decode + graph + WAV write) of a 10-minute MP3 and FLAC
-//     against `ffmpeg -i FILE -f null -` (goal: at most 1.2x its time);
+//     against `ffmpeg -i FILE -f null -` (goal: at most 1.2x its time for
+//     MP3, at most its time for FLAC);
 //   - peak memory while rendering a 1-hour file (goal: at most 64 MB), beside
 //     ffmpeg's own peak for decoding the same file;
 //   - from playCurrentTrack() to the first non-silent sample at the offline
@@ -35,6 +36,9 @@ namespace {
 
 struct RunResult {
     double seconds = 0.0;
+    // User and system time of the child: on a busy machine this moves far
+    // less than the wall time.
+    double cpuSeconds = 0.0;
     double peakMegabytes = 0.0;
     int exitCode = -1;
 };
@@ -65,6 +69,8 @@ RunResult runProgram(const std::vector<std::string>& command) {
     wait4(pid, &status, 0, &usage);
     RunResult result;
     result.seconds = double(timer.nsecsElapsed()) / 1e9;
+    result.cpuSeconds = double(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+                        double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
     result.peakMegabytes = double(usage.ru_maxrss) / 1024.0;
     result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     return result;
@@ -116,13 +122,24 @@ std::vector<std::string> corvantisRender(const QString& path, const QString& out
     return {CORVANTIS_CLI, "render", path.toStdString(), out.toStdString()};
 }
 
-void compareRender(const char* label, const QString& path, const QString& out, int runs) {
-    const RunResult ours = bestOf(runs, corvantisRender(path, out));
-    const RunResult peer = bestOf(runs, ffmpegNull(path));
+void compareRender(const char* label, const QString& path, const QString& out, int runs,
+                   double goal) {
+    RunResult ours = bestOf(1, corvantisRender(path, out));
+    RunResult peer = bestOf(1, ffmpegNull(path));
+    // Taking turns spreads the machine's load over both.
+    for (int run = 1; run < runs; ++run) {
+        const RunResult oursAgain = bestOf(1, corvantisRender(path, out));
+        const RunResult peerAgain = bestOf(1, ffmpegNull(path));
+        ours.seconds = std::min(ours.seconds, oursAgain.seconds);
+        ours.cpuSeconds = std::min(ours.cpuSeconds, oursAgain.cpuSeconds);
+        peer.seconds = std::min(peer.seconds, peerAgain.seconds);
+        peer.cpuSeconds = std::min(peer.cpuSeconds, peerAgain.cpuSeconds);
+    }
     std::printf(
         "render %-5s corvantis-cli render: %7.3f s   ffmpeg -f null: %7.3f s   "
-        "ratio %.2fx (goal <= 1.20x)\n",
-        label, ours.seconds, peer.seconds, ours.seconds / peer.seconds);
+        "ratio %.2fx (goal <= %.2fx)   processor time %.3f s vs %.3f s (%.2fx)\n",
+        label, ours.seconds, peer.seconds, ours.seconds / peer.seconds, goal, ours.cpuSeconds,
+        peer.cpuSeconds, ours.cpuSeconds / peer.cpuSeconds);
 }
 
 // Milliseconds from handing the manager a queue to the first audible sample.
@@ -210,8 +227,8 @@ int main(int argc, char** argv) {
     generate(hour, QStringLiteral("sine=f=440:r=44100"), hourSeconds, {"-c:a", "flac"});
 
     const QString out = work.filePath(QStringLiteral("out.wav"));
-    compareRender("mp3", mp3, out, runs);
-    compareRender("flac", flac, out, runs);
+    compareRender("mp3", mp3, out, runs, 1.2);
+    compareRender("flac", flac, out, runs, 1.0);
     QFile::remove(out);
 
     const RunResult ours = runProgram(corvantisRender(hour, QStringLiteral("/dev/null")));

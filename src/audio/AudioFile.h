@@ -45,7 +45,13 @@ public:
     // `error`) when the file can no longer be opened.
     std::unique_ptr<AudioFileReader> createReader(QString* error = nullptr) const;
 
-    struct Properties;
+    // What a file is, as the decoder found it when the file was opened.
+    struct Properties {
+        QString path;
+        qint64 length = 0;
+        int sampleRate = 0;
+        int channels = 0;
+    };
 
 private:
     explicit AudioFile(std::unique_ptr<Properties> properties);

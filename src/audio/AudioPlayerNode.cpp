@@ -13,11 +13,8 @@
 #include <thread>
 #include <vector>
 
-extern "C" {
-#include <libavutil/channel_layout.h>
-#include <libavutil/opt.h>
-#include <libswresample/swresample.h>
-}
+#include "AudioDecoder.h"
+#include "AudioDecoderModule.h"
 
 Q_LOGGING_CATEGORY(lcPlayerNode, "corvantis.audio.player", QtInfoMsg)
 
@@ -109,7 +106,6 @@ namespace {
 class SegmentDecoder {
 public:
     explicit SegmentDecoder(AudioPlayerNode::Shared& shared) : m_shared(shared) {}
-    ~SegmentDecoder() { swr_free(&m_swr); }
 
     // Decodes one segment into the ring; returns early when the epoch moves on.
     void decode(const Segment& segment, std::uint64_t epoch) {
@@ -139,7 +135,7 @@ public:
             }
         }
         // The converter holds the last few input frames back; let them out.
-        if (m_swr && current(epoch)) {
+        if (m_converter && current(epoch)) {
             convert(nullptr, 0, epoch);
             closeConverter();
         }
@@ -176,37 +172,17 @@ private:
         }
         const bool identity =
             file->sampleRate() == m_shared.outputRate && file->channelCount() == 2;
-        if (!identity && !m_swr && !openConverter(*file)) {
+        if (!identity && !m_converter && !openConverter(*file)) {
             return false;
         }
         return true;
     }
 
     bool openConverter(const AudioFile& file) {
-        AVChannelLayout in{};
-        av_channel_layout_default(&in, file.channelCount());
-        AVChannelLayout out = AV_CHANNEL_LAYOUT_STEREO;
-        const int rc = swr_alloc_set_opts2(
-            &m_swr, &out, AV_SAMPLE_FMT_FLT, int(std::lround(m_shared.outputRate)), &in,
-            AV_SAMPLE_FMT_FLT, int(std::lround(file.sampleRate())), 0, nullptr);
-        if (rc < 0 || !m_swr) {
-            av_channel_layout_uninit(&in);
-            qCWarning(lcPlayerNode) << "no converter for" << file.path();
-            return false;
-        }
-        // Downmixes keep their peaks within full scale.
-        av_opt_set_double(m_swr, "rematrix_maxval", 1.0, 0);
-        av_opt_set_int(m_swr, "filter_size", 32, 0);
-        av_opt_set_int(m_swr, "phase_shift", 10, 0);
-        av_opt_set_double(m_swr, "cutoff", 0.97, 0);
-        if (file.channelCount() == 1) {
-            // A mono recording sounds at its own level on both sides, not 3 dB down.
-            const double matrix[2] = {1.0, 1.0};
-            swr_set_matrix(m_swr, matrix, 1);
-        }
-        av_channel_layout_uninit(&in);
-        if (swr_init(m_swr) < 0) {
-            swr_free(&m_swr);
+        // A file that opened means the decoder was loaded.
+        m_converter = AudioDecoderModule::shared()->createConverter(
+            file.channelCount(), file.sampleRate(), m_shared.outputRate);
+        if (!m_converter) {
             qCWarning(lcPlayerNode) << "cannot convert" << file.path();
             return false;
         }
@@ -214,20 +190,18 @@ private:
         return true;
     }
 
-    void closeConverter() { swr_free(&m_swr); }
+    void closeConverter() { m_converter.reset(); }
 
     // Converts `frames` input frames (nullptr: drain) and appends them to the
     // ring; false when the epoch moved on while waiting for room.
     bool convert(const float* input, int frames, std::uint64_t epoch) {
         const float* source = input;
         int count = frames;
-        if (m_swr) {
+        if (m_converter) {
             const int capacity =
-                int(std::ceil((frames + swr_get_delay(m_swr, 1) + 16) * m_rateRatio)) + 16;
+                int(std::ceil((frames + m_converter->delay() + 16) * m_rateRatio)) + 16;
             m_converted.resize(size_t(capacity) * kChannels);
-            auto* out = reinterpret_cast<uint8_t*>(m_converted.data());
-            const auto* in = reinterpret_cast<const uint8_t*>(input);
-            count = swr_convert(m_swr, &out, capacity, input ? &in : nullptr, frames);
+            count = m_converter->convert(m_converted.data(), capacity, input, frames);
             if (count < 0) {
                 return true;
             }
@@ -283,7 +257,7 @@ private:
     AudioPlayerNode::Shared& m_shared;
     std::shared_ptr<AudioFile> m_file;
     std::unique_ptr<AudioFileReader> m_reader;
-    SwrContext* m_swr = nullptr;
+    std::unique_ptr<SampleRateConverter> m_converter;
     double m_rateRatio = 1.0;
     std::vector<float> m_input;
     std::vector<float> m_converted;

@@ -2,6 +2,8 @@
 
 #include <QLoggingCategory>
 #include <QQmlApplicationEngine>
+#include <QQuickWindow>
+#include <QTimer>
 
 #include "DropboxClientsManager.h"
 #include "DropboxManager.h"
@@ -12,6 +14,12 @@
 #include "UserDefaults.h"
 
 Q_LOGGING_CATEGORY(lcLaunch, "corvantis.launch")
+
+namespace {
+
+constexpr int kRemoteCommandsLatestMs = 1000;
+
+}  // namespace
 
 AppDelegate::AppDelegate(QObject* parent) : QObject(parent) {}
 
@@ -25,7 +33,6 @@ QString AppDelegate::initialBundleName() {
 
 bool AppDelegate::applicationDidFinishLaunching(QQmlApplicationEngine& engine) {
     setupAudioSession();
-    m_remoteCommands = setupRemoteCommands();
     const QString bundle = initialBundleName();
 
     engine.load(QUrl(QStringLiteral("qrc:/Corvantis/Shell/Main.qml")));
@@ -34,7 +41,24 @@ bool AppDelegate::applicationDidFinishLaunching(QQmlApplicationEngine& engine) {
     }
     Navigation::shared().makeKeyAndVisible(
         Storyboard::storyboardWithName(bundle).instantiateInitialViewController());
+
+    // The remote commands make the shared player, its graph and its sound
+    // device, none of which the first frame shows: they come right after it,
+    // or after a moment should the window not draw (started minimised).
+    if (auto* window = qobject_cast<QQuickWindow*>(engine.rootObjects().constFirst())) {
+        connect(window, &QQuickWindow::frameSwapped, this, &AppDelegate::setupRemoteCommandsOnce,
+                Qt::QueuedConnection);
+    }
+    QTimer::singleShot(kRemoteCommandsLatestMs, this, &AppDelegate::setupRemoteCommandsOnce);
     return true;
+}
+
+void AppDelegate::setupRemoteCommandsOnce() {
+    if (m_remoteCommandsSetUp) {
+        return;
+    }
+    m_remoteCommandsSetUp = true;
+    m_remoteCommands = setupRemoteCommands();
 }
 
 bool AppDelegate::openURL(const QUrl& url) {

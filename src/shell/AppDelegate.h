@@ -7,10 +7,10 @@
 class MprisService;
 class QQmlApplicationEngine;
 
-// The application's start, in a fixed order: the audio session, the remote
-// commands (which make the shared player, its graph and the restored
-// equalizer), then the window with "Main" or, until the tutorial has run to
-// its end, "Tutorial". There is no analytics step: nothing is tracked and
+// The application's start, in a fixed order: the audio session, the window
+// with "Main" or, until the tutorial has run to its end, "Tutorial", then
+// after its first frame the remote commands (which make the shared player,
+// its graph and the restored equalizer). There is no analytics step: nothing is tracked and
 // nothing goes over the network at launch.
 class AppDelegate : public QObject {
     Q_OBJECT
@@ -32,5 +32,8 @@ public:
     bool openURL(const QUrl& url);
 
 private:
+    void setupRemoteCommandsOnce();
+
     std::shared_ptr<MprisService> m_remoteCommands;
+    bool m_remoteCommandsSetUp = false;
 };

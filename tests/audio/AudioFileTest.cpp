@@ -5,6 +5,7 @@
 #include <QRandomGenerator>
 #include <cmath>
 
+#include "AudioDecoderModule.h"
 #include "AudioFile.h"
 #include "AudioFixtures.h"
 #include "Mp3InfoTag.h"
@@ -414,4 +415,23 @@ TEST(AudioFile, ReadersAreIndependentAndOutliveTheirFile) {
     QString error;
     EXPECT_EQ(reopened->createReader(&error), nullptr);
     EXPECT_FALSE(error.isEmpty());
+}
+
+TEST(AudioDecoderModule, RefusesWhatIsNotTheModuleWithAReason) {
+    const QString text = testHome() + "/notes.so";
+    QFile file(text);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("not a library\n");
+    file.close();
+    for (const QString& path : {testHome() + "/missing.so", text}) {
+        QString error;
+        EXPECT_EQ(AudioDecoderModule::load(path, &error), nullptr) << path.toStdString();
+        EXPECT_TRUE(error.contains(path)) << error.toStdString();
+    }
+
+    // The one the build made is what every file goes through.
+    QString error;
+    const AudioDecoder* decoder = AudioDecoderModule::load(AudioDecoderModule::path(), &error);
+    ASSERT_NE(decoder, nullptr) << error.toStdString();
+    EXPECT_EQ(decoder, AudioDecoderModule::shared());
 }

@@ -1,0 +1,47 @@
+#pragma once
+
+// The demuxing half of the decoder: opening a file with its audio stream
+// chosen, reading its packets and measuring its exact length.
+
+#include <QLoggingCategory>
+#include <optional>
+
+#include "AudioFile.h"
+#include "FfmpegHandles.h"
+
+Q_DECLARE_LOGGING_CATEGORY(lcDecode)
+
+namespace ffmpeg {
+
+// Packets in a row that may fail before a reader gives up on the file.
+constexpr int kMaxConsecutiveErrors = 64;
+
+qint64 toSamples(int64_t timestamp, AVRational timeBase, int sampleRate);
+int64_t fromSamples(qint64 samples, AVRational timeBase, int sampleRate);
+
+// One demuxer with its audio stream chosen and its decoder found.
+struct AudioInput {
+    Input context;
+    int streamIndex = -1;
+    const AVCodec* codec = nullptr;
+
+    AVStream* stream() const { return context->streams[streamIndex]; }
+    int sampleRate() const { return stream()->codecpar->sample_rate; }
+};
+
+// Opens `path` with only its best audio stream left on; nullopt with the
+// error and its kind (see AudioFile::openForReading) when it cannot.
+std::optional<AudioInput> openInput(const QString& path, QString* error,
+                                    AudioFile::OpenFailure* failure = nullptr);
+
+// Reads the next packet of any stream, stepping over damaged stretches that
+// the demuxer resyncs after. False at the end of the file.
+bool readPacket(AVFormatContext* context, AVPacket* packet, const QString& path);
+
+// The samples a packet says to drop at the start of the stream, or at its end.
+qint64 skipSamples(const AVPacket* packet, bool atStart);
+
+// The stream's length in frames, exactly what its decoder yields.
+qint64 measureLength(const AudioInput& input, const QString& path);
+
+}  // namespace ffmpeg

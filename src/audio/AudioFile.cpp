@@ -215,7 +215,9 @@ std::optional<qint64> mp3HeaderLength(const Input& input, const QString& path) {
     return tag->decodedLength();
 }
 
-qint64 measureLength(const Input& input, const QString& path) {
+// `readPackets` says whether the demuxer has moved on past its header.
+qint64 measureLength(const Input& input, const QString& path, bool* readPackets) {
+    *readPackets = false;
     const AVStream* stream = input.stream();
     const AVCodecID codec = stream->codecpar->codec_id;
     // A bare MPEG audio stream: its length is in the first frame, if anywhere.
@@ -232,6 +234,7 @@ qint64 measureLength(const Input& input, const QString& path) {
         }
         return std::max<qint64>(0, length);
     }
+    *readPackets = true;
     if (const std::optional<qint64> counted = countPackets(input, path)) {
         return *counted;
     }
@@ -298,7 +301,9 @@ public:
     FfmpegFileReader(const FfmpegFileReader&) = delete;
     FfmpegFileReader& operator=(const FfmpegFileReader&) = delete;
 
-    bool open(QString* error);
+    // Over `input` when given (a demuxer fresh from openInput), else over a
+    // new one.
+    bool open(QString* error, std::optional<Input> input = std::nullopt);
 
     bool seek(qint64 frame) override;
     qint64 read(float* destination, qint64 frames) override;
@@ -354,11 +359,11 @@ private:
     int m_consecutiveErrors = 0;
 };
 
-bool FfmpegFileReader::open(QString* error) {
+bool FfmpegFileReader::open(QString* error, std::optional<Input> input) {
     av_channel_layout_uninit(&m_converterLayout);
     m_converter.reset();
     m_decoder.reset();
-    m_input = openInput(m_properties.path, error);
+    m_input = input ? std::move(input) : openInput(m_properties.path, error);
     if (!m_input) {
         return false;
     }
@@ -682,14 +687,19 @@ bool FfmpegFileReader::seek(qint64 frame) {
 
 }  // namespace
 
+struct AudioFile::OpenInput {
+    std::mutex mutex;
+    std::optional<Input> input;
+};
+
 AudioFile::AudioFile(std::unique_ptr<Properties> properties)
-    : m_properties(std::move(properties)) {}
+    : m_properties(std::move(properties)), m_openInput(std::make_unique<OpenInput>()) {}
 
 AudioFile::~AudioFile() = default;
 
 std::shared_ptr<AudioFile> AudioFile::openForReading(const QString& path, QString* error,
                                                      OpenFailure* failure) {
-    const std::optional<Input> input = openInput(path, error, failure);
+    std::optional<Input> input = openInput(path, error, failure);
     if (!input) {
         return nullptr;
     }
@@ -697,8 +707,15 @@ std::shared_ptr<AudioFile> AudioFile::openForReading(const QString& path, QStrin
     properties->path = path;
     properties->sampleRate = input->sampleRate();
     properties->channels = input->stream()->codecpar->ch_layout.nb_channels;
-    properties->length = measureLength(*input, path);
-    return std::shared_ptr<AudioFile>(new AudioFile(std::move(properties)));
+    bool readPackets = false;
+    properties->length = measureLength(*input, path, &readPackets);
+    std::shared_ptr<AudioFile> file(new AudioFile(std::move(properties)));
+    // A demuxer that counted its way to the end would have to find its way
+    // back; a new one is the surer start.
+    if (!readPackets) {
+        file->m_openInput->input = std::move(input);
+    }
+    return file;
 }
 
 QString AudioFile::path() const {
@@ -722,8 +739,13 @@ double AudioFile::durationSeconds() const {
 }
 
 std::unique_ptr<AudioFileReader> AudioFile::createReader(QString* error) const {
+    std::optional<Input> input;
+    {
+        const std::lock_guard lock(m_openInput->mutex);
+        input.swap(m_openInput->input);
+    }
     auto reader = std::make_unique<FfmpegFileReader>(*m_properties);
-    if (!reader->open(error)) {
+    if (!reader->open(error, std::move(input))) {
         return nullptr;
     }
     return reader;

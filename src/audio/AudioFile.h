@@ -46,10 +46,14 @@ public:
     std::unique_ptr<AudioFileReader> createReader(QString* error = nullptr) const;
 
     struct Properties;
+    struct OpenInput;
 
 private:
     explicit AudioFile(std::unique_ptr<Properties> properties);
     std::unique_ptr<Properties> m_properties;
+    // The demuxer that opening measured the file with, untouched since, for
+    // the first reader to take over instead of opening the file again.
+    std::unique_ptr<OpenInput> m_openInput;
 };
 
 // Sequential, sample-exact decoding of one AudioFile. Not thread-safe: one

@@ -408,9 +408,15 @@ TEST(AudioFile, ReadersAreIndependentAndOutliveTheirFile) {
     EXPECT_EQ(first->position(), 15001);
     EXPECT_EQ(second->position(), 1);
 
-    // A reader whose file went away meanwhile fails cleanly too.
+    // The first reader goes on with what opening the file opened: a file
+    // that went away meanwhile still plays, from its first frame.
     auto reopened = AudioFile::openForReading(path);
     ASSERT_TRUE(QFile::remove(path));
+    auto taken = reopened->createReader();
+    ASSERT_NE(taken, nullptr);
+    ASSERT_EQ(taken->read(a.data(), 1), 1);
+    EXPECT_EQ(a[0], patternSample(0, 0));
+    // Any further reader opens the file anew, and fails cleanly.
     QString error;
     EXPECT_EQ(reopened->createReader(&error), nullptr);
     EXPECT_FALSE(error.isEmpty());

@@ -71,15 +71,8 @@ Rectangle {
                 anchors.centerIn: parent
                 Accessible.role: Accessible.Graphic
                 Accessible.name: qsTrId("player_album_art")
-                Rectangle {
-                    anchors.fill: parent
-                    radius: 14
-                    color: Theme.raised
-                    visible: screen.controller.albumArtImage.length > 0
-                }
                 NamedImage {
                     anchors.fill: parent
-                    anchors.margins: parent.width * 0.18
                     name: screen.controller.albumArtImage
                     visible: name.length > 0
                     Accessible.ignored: true

@@ -13,6 +13,7 @@
 #include "AppDelegate.h"
 #include "AppStyle.h"
 #include "Bundles.h"
+#include "Localization.h"
 #include "Navigation.h"
 #include "Storyboard.h"
 #include "TestSupport.h"
@@ -53,6 +54,7 @@ QQuickItem* search(QQuickItem* item, const QString& name) {
 QuickTestHarness::QuickTestHarness() {
     static bool registered = false;
     if (!registered) {
+        Localization::install();
         installAppStyle();
         registerBundles();
         registered = true;

@@ -304,40 +304,30 @@ void PlayerViewController::didChangeCurrentTime(PlaybackManager& manager, double
 
 // --- Panels ------------------------------------------------------------------
 
-BassBoostView& PlayerViewController::bassBoostView() {
-    if (!m_bassBoostView) {
-        m_bassBoostView = new BassBoostView(this);
-        m_bassBoostView->delegate = this;
-        m_bassBoostView->tag = bassBoostTag;
+template <typename Panel>
+Panel& PlayerViewController::loadPanel(Panel*& panel, int tag) {
+    if (!panel) {
+        panel = new Panel(this);
+        panel->delegate = this;
+        panel->tag = tag;
     }
-    return *m_bassBoostView;
+    return *panel;
+}
+
+BassBoostView& PlayerViewController::bassBoostView() {
+    return loadPanel(m_bassBoostView, bassBoostTag);
 }
 
 EqualizerPresetsView& PlayerViewController::equalizerPresetsView() {
-    if (!m_equalizerPresetsView) {
-        m_equalizerPresetsView = new EqualizerPresetsView(this);
-        m_equalizerPresetsView->delegate = this;
-        m_equalizerPresetsView->tag = presetsTag;
-    }
-    return *m_equalizerPresetsView;
+    return loadPanel(m_equalizerPresetsView, presetsTag);
 }
 
 EqualizerView& PlayerViewController::equalizerView() {
-    if (!m_equalizerView) {
-        m_equalizerView = new EqualizerView(this);
-        m_equalizerView->delegate = this;
-        m_equalizerView->tag = equalizerTag;
-    }
-    return *m_equalizerView;
+    return loadPanel(m_equalizerView, equalizerTag);
 }
 
 VolumeBoostView& PlayerViewController::volumeBoostView() {
-    if (!m_volumeBoostView) {
-        m_volumeBoostView = new VolumeBoostView(this);
-        m_volumeBoostView->delegate = this;
-        m_volumeBoostView->tag = volumeBoostTag;
-    }
-    return *m_volumeBoostView;
+    return loadPanel(m_volumeBoostView, volumeBoostTag);
 }
 
 void PlayerViewController::switchPanel(int tag) {

@@ -176,6 +176,9 @@ private:
     // Shows `tag`'s panel, or closes it when it is the one on show; -1
     // closes whatever shows.
     void switchPanel(int tag);
+    // Builds a panel on first use: this screen as its delegate, `tag` as its tag.
+    template <typename Panel>
+    Panel& loadPanel(Panel*& panel, int tag);
     void showBassBoostExplanation();
 
     PlaybackManager& m_playbackManager;

@@ -32,6 +32,7 @@
 #include "AudioFixtures.h"
 #include "AudioOutput.h"
 #include "Bundles.h"
+#include "Localization.h"
 #include "Navigation.h"
 #include "PlayerViewController.h"
 #include "Storyboard.h"
@@ -204,6 +205,7 @@ int main(int argc, char** argv) {
     const bool smoke = app.arguments().contains(QStringLiteral("--smoke"));
     UserDefaults::standard().setBool(true, QStringLiteral("DidShowTutorial"));
     UserDefaults::standard().setBool(true, QStringLiteral("DidClickBassBoostBeforeKey"));
+    Localization::install();
     installAppStyle();
     registerBundles();
     QQmlApplicationEngine engine;

@@ -135,5 +135,81 @@
         <source>Playlists</source>
         <translation>Playlists</translation>
     </message>
+    <message id="player_close">
+        <source>Close player</source>
+        <translation>Player schließen</translation>
+    </message>
+    <message id="player_save_preset">
+        <source>Save preset</source>
+        <translation>Preset speichern</translation>
+    </message>
+    <message id="player_play">
+        <source>Play</source>
+        <translation>Abspielen</translation>
+    </message>
+    <message id="player_pause">
+        <source>Pause</source>
+        <translation>Pause</translation>
+    </message>
+    <message id="player_next">
+        <source>Next track</source>
+        <translation>Nächster Titel</translation>
+    </message>
+    <message id="player_previous">
+        <source>Previous track</source>
+        <translation>Vorheriger Titel</translation>
+    </message>
+    <message id="player_shuffle">
+        <source>Shuffle</source>
+        <translation>Zufallswiedergabe</translation>
+    </message>
+    <message id="player_repeat">
+        <source>Repeat</source>
+        <translation>Wiederholen</translation>
+    </message>
+    <message id="player_position">
+        <source>Position</source>
+        <translation>Position</translation>
+    </message>
+    <message id="player_system_volume">
+        <source>Volume</source>
+        <translation>Lautstärke</translation>
+    </message>
+    <message id="player_bass_boost">
+        <source>Bass</source>
+        <translation>Bass</translation>
+    </message>
+    <message id="player_presets">
+        <source>Presets</source>
+        <translation>Presets</translation>
+    </message>
+    <message id="player_equalizer">
+        <source>Equalizer</source>
+        <translation>Equalizer</translation>
+    </message>
+    <message id="player_volume_boost">
+        <source>Boost</source>
+        <translation>Verstärkung</translation>
+    </message>
+    <message id="player_hertz">
+        <source>%1 Hz</source>
+        <translation>%1 Hz</translation>
+    </message>
+    <message id="player_kilohertz">
+        <source>%1 kHz</source>
+        <translation>%1 kHz</translation>
+    </message>
+    <message id="player_album_art">
+        <source>Album art</source>
+        <translation>Albumcover</translation>
+    </message>
+    <message id="player_bass_level">
+        <source>Bass level</source>
+        <translation>Basspegel</translation>
+    </message>
+    <message id="player_boost_level">
+        <source>Boost level</source>
+        <translation>Verstärkungspegel</translation>
+    </message>
 </context>
 </TS>

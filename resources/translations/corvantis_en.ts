@@ -135,5 +135,81 @@
         <source>Playlists</source>
         <translation>Playlists</translation>
     </message>
+    <message id="player_close">
+        <source>Close player</source>
+        <translation>Close player</translation>
+    </message>
+    <message id="player_save_preset">
+        <source>Save preset</source>
+        <translation>Save preset</translation>
+    </message>
+    <message id="player_play">
+        <source>Play</source>
+        <translation>Play</translation>
+    </message>
+    <message id="player_pause">
+        <source>Pause</source>
+        <translation>Pause</translation>
+    </message>
+    <message id="player_next">
+        <source>Next track</source>
+        <translation>Next track</translation>
+    </message>
+    <message id="player_previous">
+        <source>Previous track</source>
+        <translation>Previous track</translation>
+    </message>
+    <message id="player_shuffle">
+        <source>Shuffle</source>
+        <translation>Shuffle</translation>
+    </message>
+    <message id="player_repeat">
+        <source>Repeat</source>
+        <translation>Repeat</translation>
+    </message>
+    <message id="player_position">
+        <source>Position</source>
+        <translation>Position</translation>
+    </message>
+    <message id="player_system_volume">
+        <source>Volume</source>
+        <translation>Volume</translation>
+    </message>
+    <message id="player_bass_boost">
+        <source>Bass</source>
+        <translation>Bass</translation>
+    </message>
+    <message id="player_presets">
+        <source>Presets</source>
+        <translation>Presets</translation>
+    </message>
+    <message id="player_equalizer">
+        <source>Equalizer</source>
+        <translation>Equalizer</translation>
+    </message>
+    <message id="player_volume_boost">
+        <source>Boost</source>
+        <translation>Boost</translation>
+    </message>
+    <message id="player_hertz">
+        <source>%1 Hz</source>
+        <translation>%1 Hz</translation>
+    </message>
+    <message id="player_kilohertz">
+        <source>%1 kHz</source>
+        <translation>%1 kHz</translation>
+    </message>
+    <message id="player_album_art">
+        <source>Album art</source>
+        <translation>Album art</translation>
+    </message>
+    <message id="player_bass_level">
+        <source>Bass level</source>
+        <translation>Bass level</translation>
+    </message>
+    <message id="player_boost_level">
+        <source>Boost level</source>
+        <translation>Boost level</translation>
+    </message>
 </context>
 </TS>

@@ -2,11 +2,13 @@
 
 #include <QtQml/qqmlextensionplugin.h>
 
+#include "PlayerViewController.h"
 #include "Storyboard.h"
 #include "TextViewController.h"
 #include "TutorialViewController.h"
 
 Q_IMPORT_QML_PLUGIN(Corvantis_ShellPlugin)
+Q_IMPORT_QML_PLUGIN(Corvantis_PlayerPlugin)
 
 void registerBundles() {
     Storyboard::registerBundle(QStringLiteral("Tutorial"),
@@ -16,5 +18,9 @@ void registerBundles() {
     Storyboard::registerBundle(QStringLiteral("Text"),
                                {Storyboard::screen<TextViewController>(
                                     QUrl(QStringLiteral("qrc:/Corvantis/Shell/TextView.qml"))),
+                                {}});
+    Storyboard::registerBundle(QStringLiteral("Player"),
+                               {Storyboard::screen<PlayerViewController>(
+                                    QUrl(QStringLiteral("qrc:/Corvantis/Player/PlayerView.qml"))),
                                 {}});
 }

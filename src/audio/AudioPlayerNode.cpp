@@ -57,6 +57,8 @@ struct AudioPlayerNode::Shared {
     // playedFrames as it stood at lastRenderFrame.
     std::atomic<qint64> playedAtLastRender{0};
     std::atomic<std::uint64_t> readIndex{0};
+    // Blocks a real-time output asked for before the decoder had them ready.
+    std::atomic<std::uint64_t> underruns{0};
     int readOffset = 0;  // render thread only: frames taken from the block at readIndex
 
     // --- decoder -> render thread ---
@@ -389,6 +391,14 @@ bool AudioPlayerNode::isPlaying() const {
     return m_shared->playing.load(std::memory_order_acquire);
 }
 
+std::uint64_t AudioPlayerNode::underrunCount() const {
+    return m_shared->underruns.load(std::memory_order_relaxed);
+}
+
+bool AudioPlayerNode::isStopped() const {
+    return m_shared->stopped;
+}
+
 std::optional<AudioTime> AudioPlayerNode::lastRenderTime() const {
     const qint64 frame = m_shared->lastRenderFrame.load(std::memory_order_acquire);
     if (frame < 0) {
@@ -466,8 +476,12 @@ void AudioPlayerNode::render(float* interleavedStereo, int frames) noexcept {
         if (read == written) {
             // Late audio: a real-time output plays silence; an offline one waits
             // unless the schedule has run out.
-            if (!waits || shared.idleEpoch.load(std::memory_order_acquire) == epoch ||
-                shared.epoch.load(std::memory_order_acquire) != epoch) {
+            const bool drained = shared.idleEpoch.load(std::memory_order_acquire) == epoch ||
+                                 shared.epoch.load(std::memory_order_acquire) != epoch;
+            if (!waits || drained) {
+                if (!drained) {
+                    shared.underruns.fetch_add(1, std::memory_order_relaxed);
+                }
                 break;
             }
             shared.renderWaiting.store(true, std::memory_order_seq_cst);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <memory>
 #include <optional>
 
@@ -38,6 +39,9 @@ public:
     // Drops everything scheduled and resets the player's timeline.
     void stop();
     bool isPlaying() const;
+    // Nothing scheduled and no timeline: never played, or stopped since.
+    // A paused node is neither playing nor stopped.
+    bool isStopped() const;
 
     // The engine's render clock at the last block rendered; absent before the
     // engine first rendered.
@@ -45,6 +49,9 @@ public:
     // `nodeTime` on the player's own timeline: frames at the output's rate
     // since play() after a stop; absent while stopped.
     std::optional<AudioTime> playerTimeForNodeTime(const AudioTime& nodeTime) const;
+
+    // Blocks a real-time output rendered short because the decoder was late.
+    std::uint64_t underrunCount() const;
 
     // Whether every scheduled frame has been decoded and rendered.
     bool isDrained() const;

@@ -291,6 +291,14 @@ void PlaybackManager::pause() {
     updateNowPlayingInfo();
 }
 
+void PlaybackManager::stopPlayerNode() {
+    // A paused node still holds the rest of what it was playing; whatever is
+    // scheduled next would queue behind it and be heard only after it.
+    if (!m_audioPlayerNode->isStopped()) {
+        m_audioPlayerNode->stop();
+    }
+}
+
 void PlaybackManager::stopPlayback() {
     m_audioPlayerNode->stop();
     setState(State::stopped);
@@ -352,9 +360,7 @@ void PlaybackManager::playCurrentTrack() {
         if (!isIndexValid()) {
             setCurrentIndex(0);
         }
-        if (m_audioPlayerNode->isPlaying()) {
-            m_audioPlayerNode->stop();
-        }
+        stopPlayerNode();
         const TrackPtr track = m_currentPlaylist.at(m_currentIndex);
         QString error;
         auto failure = AudioFile::OpenFailure::unreadable;
@@ -471,9 +477,7 @@ void PlaybackManager::seekTo(double requested) {
         systemLog(QStringLiteral("No frames to play or invalid values"));
         return;
     }
-    if (m_audioPlayerNode->isPlaying()) {
-        m_audioPlayerNode->stop();
-    }
+    stopPlayerNode();
     systemLog(QStringLiteral("Scheduling segment: startingFrame: %1, frameCount: %2")
                   .arg(startingFrame)
                   .arg(frameCount));

@@ -186,6 +186,8 @@ private:
     void notifyDelegateOfCurrentTime();
     // next() for +1, previous() for -1.
     void changeTrack(int step);
+    // Drops what the node has scheduled, whether it plays or is paused.
+    void stopPlayerNode();
     // Nowhere to go: halt the player and tell the screen.
     void stopPlayback();
     RemoteCommandStatus statusByPlaying(bool wantPlaying) const;

@@ -31,10 +31,17 @@ QString AppDelegate::initialBundleName() {
                : QStringLiteral("Tutorial");
 }
 
+void AppDelegate::addModuleImportPath(QQmlEngine& engine) {
+    // The modules keep their QML at the root of the resources; a screen of
+    // one module finds the frame's QML types (Theme, NamedImage, ...) there.
+    engine.addImportPath(QStringLiteral("qrc:/"));
+}
+
 bool AppDelegate::applicationDidFinishLaunching(QQmlApplicationEngine& engine) {
     setupAudioSession();
     const QString bundle = initialBundleName();
 
+    addModuleImportPath(engine);
     engine.load(QUrl(QStringLiteral("qrc:/Corvantis/Shell/Main.qml")));
     if (engine.rootObjects().isEmpty()) {
         return false;

@@ -6,6 +6,7 @@
 
 class MprisService;
 class QQmlApplicationEngine;
+class QQmlEngine;
 
 // The application's start, in a fixed order: the audio session, the window
 // with "Main" or, until the tutorial has run to its end, "Tutorial", then
@@ -22,6 +23,8 @@ public:
     // Steps 2 to 5 of the launch; the window is loaded into `engine`.
     // Returns false when the window could not be made.
     bool applicationDidFinishLaunching(QQmlApplicationEngine& engine);
+    // Lets the views of every module import the others' QML types.
+    static void addModuleImportPath(QQmlEngine& engine);
 
     // The bundle the launch opens: "Main" once the tutorial has run, else "Tutorial".
     static QString initialBundleName();

@@ -29,6 +29,9 @@ const QHash<QString, char32_t>& glyphs() {
         {QStringLiteral("note"), 0xe405},       {QStringLiteral("wifi"), 0xe63e},
         {QStringLiteral("delete"), 0xe872},     {QStringLiteral("edit"), 0xe3c9},
         {QStringLiteral("sort"), 0xe164},       {QStringLiteral("playlist"), 0xe03d},
+        {QStringLiteral("speaker"), 0xe32d},    {QStringLiteral("tune"), 0xe429},
+        {QStringLiteral("volume up"), 0xe050},  {QStringLiteral("volume down"), 0xe04d},
+        {QStringLiteral("save"), 0xe161},       {QStringLiteral("expand more"), 0xe5cf},
     };
     return points;
 }

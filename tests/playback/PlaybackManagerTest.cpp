@@ -4,6 +4,7 @@
 #include <QFile>
 #include <QImage>
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <vector>
 
@@ -12,6 +13,7 @@
 #include "AppDirectories.h"
 #include "AudioFixtures.h"
 #include "Log.h"
+#include "ManualTimer.h"
 #include "OfflineAudioOutput.h"
 #include "PlaybackManager.h"
 #include "SdlAudioOutput.h"
@@ -68,28 +70,6 @@ struct ScriptedRandom {
             return words[draws++];
         };
     }
-};
-
-// The one-second clock, stepped by the test instead of the event loop.
-class ManualTimer final : public RepeatingTimer {
-public:
-    void start(std::chrono::milliseconds every) override {
-        interval = every;
-        m_active = true;
-    }
-    void stop() override { m_active = false; }
-    bool isActive() const override { return m_active; }
-    // One interval passes: a timeout, if the timer runs.
-    void elapse() {
-        if (m_active) {
-            timeout();
-        }
-    }
-
-    std::chrono::milliseconds interval{0};
-
-private:
-    bool m_active = false;
 };
 
 // Warnings of the playback category, which the system's log lines are not.
@@ -439,6 +419,40 @@ TEST_F(PlaybackManagerTest, PauseAndResumeGoOnFromTheCountedTime) {
         ASSERT_EQ(samples[size_t(frame) * 2], patternSample(expected, 0)) << "at frame " << frame;
         ASSERT_EQ(samples[size_t(frame) * 2 + 1], patternSample(expected, 1))
             << "at frame " << frame;
+    }
+}
+
+// Whatever was left of the old position while paused is dropped: the next
+// play starts exactly at the new track or the new position.
+TEST_F(PlaybackManagerTest, ANewTrackOrPositionChosenWhilePausedIsHeardFirst) {
+    struct Case {
+        const char* name;
+        std::function<void()> change;
+        qint64 firstFrame;
+    };
+    const std::vector<Case> cases{
+        {"next", [this] { manager.next(); }, 0},
+        {"previous", [this] { manager.previous(); }, 0},
+        {"seek", [this] { manager.seekTo(1.0); }, 44100},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        startQueue({queuedTrack("a", 3.0, 3.0), queuedTrack("b", 3.0, 3.0)}, 1);
+        manager.setRepeatMode(RepeatMode::on);
+        // Well into the track, so that its remainder cannot pass for the start.
+        render(8 * kBlock);
+        manager.pause();
+        c.change();
+        manager.play();
+        ASSERT_TRUE(manager.audioEngine().isRunning());
+
+        const int latency = manager.audioEngine().latencyFrames();
+        const std::vector<float> samples = render(latency + 4 * kBlock);
+        for (int frame = latency + kBlock; frame < latency + 4 * kBlock; ++frame) {
+            const qint64 expected = c.firstFrame + frame - latency;
+            ASSERT_EQ(samples[size_t(frame) * 2], patternSample(expected, 0))
+                << "at frame " << frame;
+        }
     }
 }
 

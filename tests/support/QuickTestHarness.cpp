@@ -13,6 +13,7 @@
 #include "AppDelegate.h"
 #include "AppStyle.h"
 #include "Bundles.h"
+#include "Localization.h"
 #include "Navigation.h"
 #include "Storyboard.h"
 #include "TestSupport.h"
@@ -53,11 +54,13 @@ QQuickItem* search(QQuickItem* item, const QString& name) {
 QuickTestHarness::QuickTestHarness() {
     static bool registered = false;
     if (!registered) {
+        Localization::install();
         installAppStyle();
         registerBundles();
         registered = true;
     }
     m_engine = std::make_unique<QQmlApplicationEngine>();
+    AppDelegate::addModuleImportPath(*m_engine);
     m_engine->load(QUrl(QStringLiteral("qrc:/Corvantis/Shell/Main.qml")));
     if (m_engine->rootObjects().isEmpty()) {
         ADD_FAILURE() << "the window could not be made";

@@ -210,6 +210,81 @@
     <message id="player_boost_level">
         <source>Boost level</source>
         <translation>Verstärkungspegel</translation>
+    <message id="menu">
+        <source>Menu</source>
+        <translation>Menü</translation>
+    </message>
+    <message id="close_menu">
+        <source>Close menu</source>
+        <translation>Menü schließen</translation>
+    </message>
+    <message id="now_playing">
+        <source>Now playing</source>
+        <translation>Läuft gerade</translation>
+    </message>
+    <message id="add_music">
+        <source>Add music</source>
+        <translation>Musik hinzufügen</translation>
+    </message>
+    <message id="link_library_title">
+        <source>Link your music library</source>
+        <translation>Musikbibliothek verbinden</translation>
+    </message>
+    <message id="link_library_description">
+        <source>Play the songs and playlists of your music folder right here. Corvantis only reads them and never changes a file.</source>
+        <translation>Spiele die Titel und Playlists deines Musikordners direkt hier ab. Corvantis liest sie nur und ändert keine Datei.</translation>
+    </message>
+    <message id="link_library_button">
+        <source>Link library</source>
+        <translation>Bibliothek verbinden</translation>
+    </message>
+    <message id="library_consent_title">
+        <source>Allow Corvantis to read your music folder?</source>
+        <translation>Darf Corvantis deinen Musikordner lesen?</translation>
+    </message>
+    <message id="library_consent_message">
+        <source>Your songs and playlists are shown in the library tab. Nothing is changed or sent anywhere.</source>
+        <translation>Deine Titel und Playlists erscheinen im Bibliothek-Tab. Nichts wird verändert oder irgendwohin gesendet.</translation>
+    </message>
+    <message id="library_consent_allow">
+        <source>Allow</source>
+        <translation>Erlauben</translation>
+    </message>
+    <message id="library_consent_refuse">
+        <source>Don&#x27;t Allow</source>
+        <translation>Nicht erlauben</translation>
+    </message>
+    <message id="library_access_title">
+        <source>Music library access is off</source>
+        <translation>Zugriff auf die Musikbibliothek ist aus</translation>
+    </message>
+    <message id="library_access_keep">
+        <source>Keep off</source>
+        <translation>Aus lassen</translation>
+    </message>
+    <message id="menu_feedback">
+        <source>Send feedback</source>
+        <translation>Feedback senden</translation>
+    </message>
+    <message id="menu_rate">
+        <source>Rate Corvantis</source>
+        <translation>Corvantis bewerten</translation>
+    </message>
+    <message id="menu_privacy">
+        <source>Privacy policy</source>
+        <translation>Datenschutz</translation>
+    </message>
+    <message id="menu_terms">
+        <source>Terms of use</source>
+        <translation>Nutzungsbedingungen</translation>
+    </message>
+    <message id="menu_tutorial">
+        <source>How it works</source>
+        <translation>So funktioniert es</translation>
+    </message>
+    <message id="menu_sign_out">
+        <source>Sign out of the cloud</source>
+        <translation>Von der Cloud abmelden</translation>
     </message>
 </context>
 </TS>

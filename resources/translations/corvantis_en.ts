@@ -210,6 +210,81 @@
     <message id="player_boost_level">
         <source>Boost level</source>
         <translation>Boost level</translation>
+    <message id="menu">
+        <source>Menu</source>
+        <translation>Menu</translation>
+    </message>
+    <message id="close_menu">
+        <source>Close menu</source>
+        <translation>Close menu</translation>
+    </message>
+    <message id="now_playing">
+        <source>Now playing</source>
+        <translation>Now playing</translation>
+    </message>
+    <message id="add_music">
+        <source>Add music</source>
+        <translation>Add music</translation>
+    </message>
+    <message id="link_library_title">
+        <source>Link your music library</source>
+        <translation>Link your music library</translation>
+    </message>
+    <message id="link_library_description">
+        <source>Play the songs and playlists of your music folder right here. Corvantis only reads them and never changes a file.</source>
+        <translation>Play the songs and playlists of your music folder right here. Corvantis only reads them and never changes a file.</translation>
+    </message>
+    <message id="link_library_button">
+        <source>Link library</source>
+        <translation>Link library</translation>
+    </message>
+    <message id="library_consent_title">
+        <source>Allow Corvantis to read your music folder?</source>
+        <translation>Allow Corvantis to read your music folder?</translation>
+    </message>
+    <message id="library_consent_message">
+        <source>Your songs and playlists are shown in the library tab. Nothing is changed or sent anywhere.</source>
+        <translation>Your songs and playlists are shown in the library tab. Nothing is changed or sent anywhere.</translation>
+    </message>
+    <message id="library_consent_allow">
+        <source>Allow</source>
+        <translation>Allow</translation>
+    </message>
+    <message id="library_consent_refuse">
+        <source>Don&#x27;t Allow</source>
+        <translation>Don&#x27;t Allow</translation>
+    </message>
+    <message id="library_access_title">
+        <source>Music library access is off</source>
+        <translation>Music library access is off</translation>
+    </message>
+    <message id="library_access_keep">
+        <source>Keep off</source>
+        <translation>Keep off</translation>
+    </message>
+    <message id="menu_feedback">
+        <source>Send feedback</source>
+        <translation>Send feedback</translation>
+    </message>
+    <message id="menu_rate">
+        <source>Rate Corvantis</source>
+        <translation>Rate Corvantis</translation>
+    </message>
+    <message id="menu_privacy">
+        <source>Privacy policy</source>
+        <translation>Privacy policy</translation>
+    </message>
+    <message id="menu_terms">
+        <source>Terms of use</source>
+        <translation>Terms of use</translation>
+    </message>
+    <message id="menu_tutorial">
+        <source>How it works</source>
+        <translation>How it works</translation>
+    </message>
+    <message id="menu_sign_out">
+        <source>Sign out of the cloud</source>
+        <translation>Sign out of the cloud</translation>
     </message>
 </context>
 </TS>

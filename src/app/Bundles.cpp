@@ -3,6 +3,13 @@
 #include <QtQml/qqmlextensionplugin.h>
 
 #include "PlayerViewController.h"
+#include "CloudViewController.h"
+#include "DrawerController.h"
+#include "DrawerMenuController.h"
+#include "LibraryConsent.h"
+#include "MediaLibraryManager.h"
+#include "MediaLibraryViewController.h"
+#include "RootViewController.h"
 #include "Storyboard.h"
 #include "TextViewController.h"
 #include "TutorialViewController.h"
@@ -23,4 +30,21 @@ void registerBundles() {
                                {Storyboard::screen<PlayerViewController>(
                                     QUrl(QStringLiteral("qrc:/Corvantis/Player/PlayerView.qml"))),
                                 {}});
+    Storyboard::registerBundle(QStringLiteral("Main"),
+                               {[] {
+                                    return static_cast<ViewController*>(new DrawerController(
+                                        new RootViewController, new DrawerMenuController));
+                                },
+                                {}});
+    Storyboard::registerBundle(
+        QStringLiteral("Cloud"),
+        {[] { return static_cast<ViewController*>(new CloudViewController); }, {}});
+    Storyboard::registerBundle(
+        QStringLiteral("Media Library"),
+        {[] {
+             // The library asks its questions in this window.
+             installLibraryConsent(MediaLibraryManager::shared());
+             return static_cast<ViewController*>(new MediaLibraryViewController);
+         },
+         {}});
 }

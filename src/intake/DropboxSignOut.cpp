@@ -5,9 +5,14 @@
 #include "Log.h"
 
 void signOutOfDropbox(MessagePresenter& presenter, std::function<void()> revoked) {
+    signOutOfDropbox(presenter, presenter, std::move(revoked));
+}
+
+void signOutOfDropbox(MessagePresenter& window, MessagePresenter& presenter,
+                      std::function<void()> revoked) {
     DropboxManager::shared();
     if (!DropboxClientsManager::authorizedClient()) {
-        presenter.presentMessage(
+        window.presentMessage(
             QStringLiteral("No User Logged In"),
             QStringLiteral("There is no user logged in. Please log in to Dropbox."));
         // The error's default text form names its type, not its description.

@@ -10,3 +10,7 @@ class MessagePresenter;
 // `revoked` runs once the service has heard of it, or at once when nobody was
 // signed in.
 void signOutOfDropbox(MessagePresenter& presenter, std::function<void()> revoked = {});
+// The same, with "No User Logged In" told by `window` (the window's first
+// screen, in the application) and every other message by `presenter`.
+void signOutOfDropbox(MessagePresenter& window, MessagePresenter& presenter,
+                      std::function<void()> revoked = {});

@@ -2,11 +2,16 @@
 
 #include <QtQml/qqmlextensionplugin.h>
 
+#include "AlbumsViewController.h"
+#include "ArtistsViewController.h"
+#include "PlaylistViewController.h"
 #include "Storyboard.h"
 #include "TextViewController.h"
+#include "TracksViewController.h"
 #include "TutorialViewController.h"
 
 Q_IMPORT_QML_PLUGIN(Corvantis_ShellPlugin)
+Q_IMPORT_QML_PLUGIN(Corvantis_CollectionPlugin)
 
 void registerBundles() {
     Storyboard::registerBundle(QStringLiteral("Tutorial"),
@@ -16,5 +21,21 @@ void registerBundles() {
     Storyboard::registerBundle(QStringLiteral("Text"),
                                {Storyboard::screen<TextViewController>(
                                     QUrl(QStringLiteral("qrc:/Corvantis/Shell/TextView.qml"))),
+                                {}});
+    Storyboard::registerBundle(QStringLiteral("Tracks"),
+                               {Storyboard::screen<TracksViewController>(QUrl(
+                                    QStringLiteral("qrc:/Corvantis/Collection/TracksView.qml"))),
+                                {}});
+    Storyboard::registerBundle(QStringLiteral("Artists"),
+                               {Storyboard::screen<ArtistsViewController>(QUrl(
+                                    QStringLiteral("qrc:/Corvantis/Collection/ArtistsView.qml"))),
+                                {}});
+    Storyboard::registerBundle(QStringLiteral("Albums"),
+                               {Storyboard::screen<AlbumsViewController>(QUrl(
+                                    QStringLiteral("qrc:/Corvantis/Collection/AlbumsView.qml"))),
+                                {}});
+    Storyboard::registerBundle(QStringLiteral("Playlists"),
+                               {Storyboard::screen<PlaylistViewController>(QUrl(
+                                    QStringLiteral("qrc:/Corvantis/Collection/PlaylistsView.qml"))),
                                 {}});
 }

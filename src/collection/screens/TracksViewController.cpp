@@ -250,9 +250,11 @@ void TracksViewController::dropStaleNames() {
 
 void TracksViewController::startThumbnailPass(const QList<TrackPtr>& tracks) {
     QPointer<TracksViewController> self(this);
-    QtConcurrent::map(QThreadPool::globalInstance(), tracks, [](const TrackPtr& track) {
+    // The pass works through the list in place: it lives until the pass ends.
+    auto pending = std::make_shared<QList<TrackPtr>>(tracks);
+    QtConcurrent::map(QThreadPool::globalInstance(), *pending, [](const TrackPtr& track) {
         ThumbnailCache::shared().load(track);
-    }).then(QCoreApplication::instance(), [self] {
+    }).then(QCoreApplication::instance(), [self, pending] {
         if (self) {
             self->setLoadingTracks(false);
         }
@@ -335,7 +337,7 @@ void TracksViewController::didClickAddToPlaylist(int row) {
     }
 }
 
-void TracksViewController::addToPlaylistAt(int row, const TrackPtr& track) {
+void TracksViewController::addToPlaylistAt(int row, TrackPtr track) {
     if (addToPlaylist() && m_state->playlist) {
         // The row of the table is applied to `items`: with a search or a sort
         // on show this may be another element than the one tapped.

@@ -77,7 +77,8 @@ protected:
     QVariant rowData(const TrackPtr& track, int row, int role) const override;
 
 private:
-    void addToPlaylistAt(int row, const TrackPtr& track);
+    // `track` is held by value: the rows it came from change on the way.
+    void addToPlaylistAt(int row, TrackPtr track);
     void createPlaylist(const TrackPtr& track);
     void setLoadingTracks(bool loading);
     void startThumbnailPass(const QList<TrackPtr>& tracks);

@@ -28,6 +28,8 @@ bool AppDelegate::applicationDidFinishLaunching(QQmlApplicationEngine& engine) {
     m_remoteCommands = setupRemoteCommands();
     const QString bundle = initialBundleName();
 
+    // The screens' modules live beside the shell's in the resources.
+    engine.addImportPath(QStringLiteral("qrc:/"));
     engine.load(QUrl(QStringLiteral("qrc:/Corvantis/Shell/Main.qml")));
     if (engine.rootObjects().isEmpty()) {
         return false;

@@ -43,7 +43,6 @@ FocusScope {
             bottomMargin: page.bottomInset
             keyNavigationEnabled: true
             highlightMoveDuration: 0
-            reuseItems: true
             cacheBuffer: 720
             Accessible.role: Accessible.List
             ScrollBar.vertical: ScrollBar {}

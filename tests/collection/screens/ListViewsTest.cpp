@@ -69,7 +69,7 @@ TEST(ListViews, TracksSearchSortDeleteAddAndPlayWithRealEvents) {
     auto* screen = screenOf<TracksViewController>("Tracks");
     screen->setPlaybackManager(&playback);
     showInStack(screen);
-    ASSERT_NE(ui.waitFor("Charlie"), nullptr);
+    ASSERT_NE(ui.waitFor("Charlie", 15000), nullptr);
     ASSERT_TRUE(waitUntil([&] { return !screen->loadingTracks(); }));
     ui.settle();
     ui.screenshot("tracks-files");
@@ -102,7 +102,7 @@ TEST(ListViews, TracksSearchSortDeleteAddAndPlayWithRealEvents) {
     ui.settle();
 
     // Swiping a row open and tapping delete removes the file.
-    QQuickItem* row = ui.waitFor("Charlie");
+    QQuickItem* row = ui.waitFor("Charlie", 15000);
     ASSERT_NE(row, nullptr);
     const QPointF centre = QuickTestHarness::centreOf(row);
     ui.drag(centre + QPointF(120, 0), centre - QPointF(120, 0));
@@ -132,14 +132,14 @@ TEST(ListViews, PlaylistsCreateOpenAndPlay) {
     auto* screen = screenOf<PlaylistViewController>("Playlists");
     screen->setPlaybackManager(&playback);
     showInStack(screen);
-    ASSERT_NE(ui.waitFor("Evening"), nullptr);
+    ASSERT_NE(ui.waitFor("Evening", 15000), nullptr);
 
     ui.tap(Localization::text("create_playlist"));
     ASSERT_NE(ui.waitFor(Localization::text("text_field")), nullptr);
     ui.tap(Localization::text("text_field"));
     ui.type("Focus");
     ui.key(Qt::Key_Return);
-    ASSERT_NE(ui.waitFor("Focus"), nullptr);
+    ASSERT_NE(ui.waitFor("Focus", 15000), nullptr);
     ui.settle();
     ui.screenshot("playlists-files");
 
@@ -163,11 +163,11 @@ TEST(ListViews, ArtistsAndAlbumsFromFilesAndLibrary) {
     ui.launch();
     auto* albums = screenOf<AlbumsViewController>("Albums");
     showInStack(albums);
-    ASSERT_NE(ui.waitFor("Morning"), nullptr);
+    ASSERT_NE(ui.waitFor("Morning", 15000), nullptr);
     ui.settle(800);
     ui.screenshot("albums-files");
     ui.tap("Night");
-    ASSERT_NE(ui.waitFor("Charlie"), nullptr);
+    ASSERT_NE(ui.waitFor("Charlie", 15000), nullptr);
     ui.key(Qt::Key_Escape);
     ui.settle();
 
@@ -178,28 +178,36 @@ TEST(ListViews, ArtistsAndAlbumsFromFilesAndLibrary) {
     }
     library->lists = {MediaPlaylist{90, QStringLiteral("Favourites"), {1, 2}}};
     MediaLibraryManager manager(library);
+    albums->navigationController()->dismissViewController(false);
+    ui.settle();
+
+    // Each library list in turn, over the root.
     auto* artists = screenOf<ArtistsViewController>("Artists");
     artists->setMediaLibrary(true);
     artists->setMediaLibraryManager(&manager);
-    albums->presentViewController(new NavigationController(artists), false);
-    ASSERT_NE(ui.waitFor("Artist 3"), nullptr);
+    showInStack(artists);
+    ASSERT_NE(ui.waitFor("Artist 3", 15000), nullptr);
     ui.settle();
     ui.screenshot("artists-library");
+    artists->navigationController()->dismissViewController(false);
+    ui.settle();
 
     auto* tracks = screenOf<TracksViewController>("Tracks");
     tracks->setMediaLibrary(true);
     tracks->setMediaLibraryManager(&manager);
-    artists->presentViewController(new NavigationController(tracks), false);
-    ASSERT_NE(ui.waitFor("Library song 7"), nullptr);
+    showInStack(tracks);
+    ASSERT_NE(ui.waitFor("Library song 7", 15000), nullptr);
     EXPECT_FALSE(ui.isShown(Localization::text("add_to_playlist"))) << "library rows add nothing";
     ui.settle();
     ui.screenshot("tracks-library");
+    tracks->navigationController()->dismissViewController(false);
+    ui.settle();
 
     auto* playlists = screenOf<PlaylistViewController>("Playlists");
     playlists->setMediaLibrary(true);
     playlists->setMediaLibraryManager(&manager);
-    tracks->presentViewController(new NavigationController(playlists), false);
-    ASSERT_NE(ui.waitFor("Favourites"), nullptr);
+    showInStack(playlists);
+    ASSERT_NE(ui.waitFor("Favourites", 15000), nullptr);
     EXPECT_FALSE(ui.isShown(Localization::text("create_playlist")));
     ui.settle();
     ui.screenshot("playlists-library");

@@ -34,9 +34,11 @@ SwipeDelegate {
             horizontalAlignment: Text.AlignHCenter
             verticalAlignment: Text.AlignVCenter
         }
+        // The row goes with the delete: it is not taken away from inside
+        // its own button's handler, which would leave the button behind.
         onClicked: {
             row.swipe.close()
-            row.deleteRequested()
+            Qt.callLater(row.deleteRequested)
         }
     }
 }

@@ -224,7 +224,10 @@ int main(int argc, char** argv) {
     auto* window = qobject_cast<QQuickWindow*>(engine.rootObjects().first());
     window->resize(390, 844);
     window->show();
-    QTest::qWaitForWindowExposed(window);
+    if (!QTest::qWaitForWindowExposed(window)) {
+        std::fprintf(stderr, "the window was never shown\n");
+        return 1;
+    }
     auto open = [&] {
         auto* screen = qobject_cast<TracksViewController*>(
             Storyboard::storyboardWithName(QStringLiteral("Tracks"))

@@ -228,6 +228,8 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "the window was never shown\n");
         return 1;
     }
+    Navigation::shared().makeKeyAndVisible(
+        Storyboard::storyboardWithName(QStringLiteral("Main")).instantiateInitialViewController());
     auto open = [&] {
         auto* screen = qobject_cast<TracksViewController*>(
             Storyboard::storyboardWithName(QStringLiteral("Tracks"))

@@ -15,7 +15,8 @@ Item {
     NamedImage {
         anchors.fill: parent
         name: picture.placeholder
-        visible: cover.status !== Image.Ready
+        // A track without a cover answers with a single transparent pixel.
+        visible: cover.status !== Image.Ready || cover.implicitWidth <= 1
         Accessible.ignored: true
     }
     Image {

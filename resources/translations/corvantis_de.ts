@@ -285,6 +285,53 @@
     <message id="menu_sign_out">
         <source>Sign out of the cloud</source>
         <translation>Von der Cloud abmelden</translation>
+    <message id="search">
+        <source>Search</source>
+        <translation>Suchen</translation>
+    </message>
+    <message id="clear_search">
+        <source>Clear search</source>
+        <translation>Suche löschen</translation>
+    </message>
+    <message id="sort_ascending">
+        <source>A–Z</source>
+        <translation>A–Z</translation>
+    </message>
+    <message id="sort_descending">
+        <source>Z–A</source>
+        <translation>Z–A</translation>
+    </message>
+    <message id="sort_normal">
+        <source>Default</source>
+        <translation>Standard</translation>
+    </message>
+    <message id="play">
+        <source>Play</source>
+        <translation>Abspielen</translation>
+    </message>
+    <message id="add_tracks">
+        <source>Add</source>
+        <translation>Hinzufügen</translation>
+    </message>
+    <message id="rename_playlist">
+        <source>Rename</source>
+        <translation>Umbenennen</translation>
+    </message>
+    <message id="add_to_playlist">
+        <source>Add to playlist</source>
+        <translation>Zur Playlist hinzufügen</translation>
+    </message>
+    <message id="delete">
+        <source>Delete</source>
+        <translation>Löschen</translation>
+    </message>
+    <message id="edit_playlist">
+        <source>Edit playlist</source>
+        <translation>Playlist bearbeiten</translation>
+    </message>
+    <message id="create_playlist">
+        <source>New playlist</source>
+        <translation>Neue Playlist</translation>
     </message>
 </context>
 </TS>

@@ -285,6 +285,53 @@
     <message id="menu_sign_out">
         <source>Sign out of the cloud</source>
         <translation>Sign out of the cloud</translation>
+    <message id="search">
+        <source>Search</source>
+        <translation>Search</translation>
+    </message>
+    <message id="clear_search">
+        <source>Clear search</source>
+        <translation>Clear search</translation>
+    </message>
+    <message id="sort_ascending">
+        <source>A–Z</source>
+        <translation>A–Z</translation>
+    </message>
+    <message id="sort_descending">
+        <source>Z–A</source>
+        <translation>Z–A</translation>
+    </message>
+    <message id="sort_normal">
+        <source>Default</source>
+        <translation>Default</translation>
+    </message>
+    <message id="play">
+        <source>Play</source>
+        <translation>Play</translation>
+    </message>
+    <message id="add_tracks">
+        <source>Add</source>
+        <translation>Add</translation>
+    </message>
+    <message id="rename_playlist">
+        <source>Rename</source>
+        <translation>Rename</translation>
+    </message>
+    <message id="add_to_playlist">
+        <source>Add to playlist</source>
+        <translation>Add to playlist</translation>
+    </message>
+    <message id="delete">
+        <source>Delete</source>
+        <translation>Delete</translation>
+    </message>
+    <message id="edit_playlist">
+        <source>Edit playlist</source>
+        <translation>Edit playlist</translation>
+    </message>
+    <message id="create_playlist">
+        <source>New playlist</source>
+        <translation>New playlist</translation>
     </message>
 </context>
 </TS>

@@ -2,20 +2,25 @@
 
 #include <QtQml/qqmlextensionplugin.h>
 
-#include "PlayerViewController.h"
+#include "AlbumsViewController.h"
+#include "ArtistsViewController.h"
 #include "CloudViewController.h"
 #include "DrawerController.h"
 #include "DrawerMenuController.h"
 #include "LibraryConsent.h"
 #include "MediaLibraryManager.h"
 #include "MediaLibraryViewController.h"
+#include "PlayerViewController.h"
+#include "PlaylistViewController.h"
 #include "RootViewController.h"
 #include "Storyboard.h"
 #include "TextViewController.h"
+#include "TracksViewController.h"
 #include "TutorialViewController.h"
 
 Q_IMPORT_QML_PLUGIN(Corvantis_ShellPlugin)
 Q_IMPORT_QML_PLUGIN(Corvantis_PlayerPlugin)
+Q_IMPORT_QML_PLUGIN(Corvantis_CollectionPlugin)
 
 void registerBundles() {
     Storyboard::registerBundle(QStringLiteral("Tutorial"),
@@ -47,4 +52,20 @@ void registerBundles() {
              return static_cast<ViewController*>(new MediaLibraryViewController);
          },
          {}});
+    Storyboard::registerBundle(QStringLiteral("Tracks"),
+                               {Storyboard::screen<TracksViewController>(QUrl(
+                                    QStringLiteral("qrc:/Corvantis/Collection/TracksView.qml"))),
+                                {}});
+    Storyboard::registerBundle(QStringLiteral("Artists"),
+                               {Storyboard::screen<ArtistsViewController>(QUrl(
+                                    QStringLiteral("qrc:/Corvantis/Collection/ArtistsView.qml"))),
+                                {}});
+    Storyboard::registerBundle(QStringLiteral("Albums"),
+                               {Storyboard::screen<AlbumsViewController>(QUrl(
+                                    QStringLiteral("qrc:/Corvantis/Collection/AlbumsView.qml"))),
+                                {}});
+    Storyboard::registerBundle(QStringLiteral("Playlists"),
+                               {Storyboard::screen<PlaylistViewController>(QUrl(
+                                    QStringLiteral("qrc:/Corvantis/Collection/PlaylistsView.qml"))),
+                                {}});
 }

@@ -137,6 +137,11 @@ void MediaLibraryManager::loadPlaylists(bool forceReload, PlaylistsCompletion co
     });
 }
 
+QList<TrackPtr> MediaLibraryManager::tracks() {
+    const std::lock_guard lock(m_mutex);
+    return m_tracks;
+}
+
 QList<TrackPtr> MediaLibraryManager::tracksOfPlaylist(const Playlist& playlist,
                                                       const QList<TrackPtr>& tracks) {
     QList<TrackPtr> members;

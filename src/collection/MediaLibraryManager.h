@@ -38,6 +38,10 @@ public:
     void loadTracks(bool forceReload, TracksCompletion completion);
     void loadPlaylists(bool forceReload, PlaylistsCompletion completion);
 
+    // The cached tracks as they stand (sorted with <), without loading:
+    // empty until a load has finished.
+    QList<TrackPtr> tracks();
+
     // The tracks of `tracks` named by a library playlist, in their order.
     static QList<TrackPtr> tracksOfPlaylist(const Playlist& playlist,
                                             const QList<TrackPtr>& tracks);
@@ -47,7 +51,7 @@ private:
 
     std::shared_ptr<MediaLibrarySource> m_source;
     // Written on the pool and read on the main thread.
-    std::mutex m_mutex;
+    mutable std::mutex m_mutex;
     QList<TrackPtr> m_tracks;
     QList<TrackPtr> m_originalTracks;
     QList<Playlist> m_playlists;

@@ -1,0 +1,15 @@
+import QtQuick
+import QtQuick.Controls
+import Corvantis.Collection
+
+// Artists; a tap opens their tracks.
+SortableListPage {
+    id: view
+    delegate: GroupCell {
+        placeholder: "person-90"
+        onClicked: {
+            ListView.view.currentIndex = index
+            view.controller.didSelectRow(index)
+        }
+    }
+}

@@ -1,0 +1,60 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Corvantis.Shell
+import Corvantis.Collection
+
+// An artist or an album: a picture and its name (and, for an album, the
+// artist).
+ItemDelegate {
+    id: cell
+    required property int index
+    required property string name
+    required property string artistName
+    required property string imageKey
+    property bool showArtist: false
+    property string placeholder: "cd-90"
+
+    width: ListView.view ? ListView.view.width : implicitWidth
+    height: 72
+    padding: 0
+    focusPolicy: Qt.NoFocus
+    Accessible.role: Accessible.ListItem
+    Accessible.name: name
+    background: Rectangle {
+        color: cell.ListView.isCurrentItem && cell.ListView.view.activeFocus
+               ? Theme.raised : Theme.cell
+    }
+
+    contentItem: RowLayout {
+        spacing: 12
+        RowImage {
+            Layout.leftMargin: Theme.margin
+            Layout.preferredWidth: 56
+            Layout.preferredHeight: 56
+            imageKey: cell.imageKey
+            placeholder: cell.placeholder
+        }
+        ColumnLayout {
+            Layout.fillWidth: true
+            Layout.rightMargin: Theme.margin
+            spacing: 2
+            Label {
+                Layout.fillWidth: true
+                text: cell.name
+                color: Theme.text
+                font.pixelSize: 16
+                font.weight: Font.DemiBold
+                elide: Text.ElideRight
+            }
+            Label {
+                Layout.fillWidth: true
+                visible: cell.showArtist
+                text: cell.artistName
+                color: Theme.secondaryText
+                font.pixelSize: 13
+                elide: Text.ElideRight
+            }
+        }
+    }
+}

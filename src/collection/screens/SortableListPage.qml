@@ -1,0 +1,67 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Corvantis.Shell
+import Corvantis.Collection
+
+// The frame of a searchable list: the search bar (where the screen shows it)
+// over the rows. Up and Down move through the rows, Enter opens one, Delete
+// deletes it where rows may be deleted. The place in the list survives the
+// list's reloads.
+FocusScope {
+    id: page
+    required property SortableViewControllerBase controller
+    property alias delegate: rows.delegate
+    property alias listView: rows
+    property real bottomInset: 0
+
+    Rectangle {
+        anchors.fill: parent
+        color: Theme.background
+    }
+
+    ColumnLayout {
+        anchors.fill: parent
+        spacing: 0
+
+        SearchBar {
+            id: search
+            Layout.fillWidth: true
+            controller: page.controller
+            listView: rows
+            visible: page.controller.searchVisible
+        }
+
+        ListView {
+            id: rows
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            clip: true
+            focus: true
+            model: page.controller.model
+            boundsBehavior: Flickable.StopAtBounds
+            bottomMargin: page.bottomInset
+            keyNavigationEnabled: true
+            highlightMoveDuration: 0
+            cacheBuffer: 720
+            Accessible.role: Accessible.List
+            ScrollBar.vertical: ScrollBar {}
+
+            property real keptY: 0
+            Connections {
+                target: page.controller.model
+                function onModelAboutToBeReset() { rows.keptY = rows.contentY }
+                function onModelReset() {
+                    rows.contentY = Math.max(rows.originY,
+                        Math.min(rows.keptY, rows.originY + rows.contentHeight - rows.height))
+                }
+            }
+            Keys.onReturnPressed: page.controller.didSelectRow(currentIndex)
+            Keys.onEnterPressed: page.controller.didSelectRow(currentIndex)
+            Keys.onDeletePressed: {
+                if (page.controller.rowsEditable && currentIndex >= 0)
+                    page.controller.commitDelete(currentIndex)
+            }
+        }
+    }
+}

@@ -1,0 +1,70 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Corvantis.Shell
+import Corvantis.Collection
+
+// One track: picture, title, "album - artist", length, and the button that
+// adds it to a playlist (files only).
+SwipeRow {
+    id: cell
+    required property int index
+    required property string title
+    required property string info
+    required property string duration
+    required property string imageKey
+    required property bool canAdd
+    signal addClicked()
+
+    width: ListView.view ? ListView.view.width : implicitWidth
+    height: 72
+    Accessible.name: title
+
+    contentItem: RowLayout {
+        spacing: 12
+        RowImage {
+            Layout.leftMargin: Theme.margin
+            Layout.preferredWidth: 56
+            Layout.preferredHeight: 56
+            imageKey: cell.imageKey
+        }
+        ColumnLayout {
+            Layout.fillWidth: true
+            spacing: 2
+            Label {
+                Layout.fillWidth: true
+                text: cell.title
+                color: Theme.text
+                font.pixelSize: 16
+                font.weight: Font.DemiBold
+                elide: Text.ElideRight
+            }
+            Label {
+                Layout.fillWidth: true
+                text: cell.info
+                color: Theme.secondaryText
+                font.pixelSize: 13
+                elide: Text.ElideRight
+            }
+        }
+        Label {
+            text: cell.duration
+            color: Theme.secondaryText
+            font.pixelSize: 13
+            Layout.rightMargin: add.visible ? 0 : Theme.margin
+        }
+        ToolButton {
+            id: add
+            visible: cell.canAdd
+            Layout.preferredWidth: Theme.touchTarget
+            Layout.preferredHeight: Theme.touchTarget
+            Layout.rightMargin: 4
+            focusPolicy: Qt.NoFocus
+            text: Fonts.glyph("add")
+            font.family: Fonts.iconFamily()
+            font.pixelSize: 24
+            Accessible.name: qsTrId("add_to_playlist")
+            onClicked: cell.addClicked()
+        }
+    }
+}

@@ -210,6 +210,7 @@
     <message id="player_boost_level">
         <source>Boost level</source>
         <translation>Verstärkungspegel</translation>
+    </message>
     <message id="menu">
         <source>Menu</source>
         <translation>Menü</translation>
@@ -285,6 +286,7 @@
     <message id="menu_sign_out">
         <source>Sign out of the cloud</source>
         <translation>Von der Cloud abmelden</translation>
+    </message>
     <message id="search">
         <source>Search</source>
         <translation>Suchen</translation>

@@ -210,6 +210,7 @@
     <message id="player_boost_level">
         <source>Boost level</source>
         <translation>Boost level</translation>
+    </message>
     <message id="menu">
         <source>Menu</source>
         <translation>Menu</translation>
@@ -285,6 +286,7 @@
     <message id="menu_sign_out">
         <source>Sign out of the cloud</source>
         <translation>Sign out of the cloud</translation>
+    </message>
     <message id="search">
         <source>Search</source>
         <translation>Search</translation>

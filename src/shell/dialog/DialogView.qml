@@ -15,7 +15,8 @@ FocusScope {
     // Set for the length of a layout change, so that sizes glide to it.
     property bool layoutAnimating: false
     readonly property int durationMs: Math.round(controller.animationDuration * 1000)
-    readonly property bool resting: !cardMotion.running && !entry.running && !fling.running
+    readonly property bool resting: !cardMotion.running && !snapBack.running && !entry.running
+                                    && !fling.running
                                     && !bounceMotion.running && !dragging
     property bool dragging: false
     property var pendingDone: []
@@ -29,29 +30,22 @@ FocusScope {
     // from the controller's first appearance. With a blur the screen below
     // is taken first, while nothing of the dialog shows yet.
     function animateIn(done) {
-        if (!controller.blurBackground) {
-            done()
-            return
-        }
-        const taken = Window.window && Window.window.contentItem.grabToImage(result => {
-            backdrop.source = result.url
-            done()
-        })
-        if (!taken)
-            done()
+        if (controller.blurBackground)
+            backdrop.capture()
+        done()
     }
 
     // An animated dismissal: down and out while the background clears.
     function animateOut(done) {
         pendingDone.push(done)
-        if (leaving && !fling.running && !exit.running)
+        if (leaving && !fling.running && !exitMotion.running)
             return finishLeaving()
-        if (exit.running || fling.running)
+        if (exitMotion.running || fling.running)
             return
         leaving = true
         stopCardMotion()
         exitMove.to = controller.beginDismissal()
-        exit.start()
+        exitMotion.start()
     }
 
     function finishLeaving() {
@@ -67,11 +61,12 @@ FocusScope {
             blurLayer.opacity = 1
         }
         cardMotion.stop()
+        snapBack.stop()
         bounceMotion.stop()
     }
 
     function reportGeometry() {
-        if (width <= 0 || height <= 0)
+        if (!controller || width <= 0 || height <= 0)
             return
         controller.setViewGeometry(width, height, card.height, imageHolder.innerSize,
                                    resting && card.visible && !leaving)
@@ -79,17 +74,35 @@ FocusScope {
             centerY = controller.homeY()
     }
 
-    function moveCard(toY, ms, curve) {
+    function moveCard(toY, ms) {
         cardMotion.stop()
         cardMotion.to = toY
         cardMotion.duration = ms
-        if (curve) {
-            cardMotion.easing.type = Easing.BezierSpline
-            cardMotion.easing.bezierCurve = curve
-        } else {
-            cardMotion.easing.type = Easing.InOutQuad
-        }
         cardMotion.start()
+    }
+
+    // The springs run on a linear clock from 0 to 1; the card's place is
+    // read off the spring's curve at each tick.
+    property real springClock: 0
+    property real springFrom: 0
+    property real springTo: 0
+    property bool springIsEntry: true
+    onSpringClockChanged: {
+        if (!entry.running && !snapBack.running)
+            return
+        const progress = springIsEntry
+            ? DialogSprings.entryAt(controller.animationDuration, springClock)
+            : DialogSprings.snapBackAt(springClock)
+        centerY = springFrom + (springTo - springFrom) * progress
+    }
+
+    function springHome(toY) {
+        cardMotion.stop()
+        snapBack.stop()
+        springIsEntry = false
+        springFrom = centerY
+        springTo = toY
+        snapBack.start()
     }
 
     // The way a drag ends, as the controller decides it.
@@ -111,8 +124,7 @@ FocusScope {
         dragging = false
         switch (step.move) {
         case moves.snapBack:
-            moveCard(step.targetY, Math.round(DialogSprings.snapBackDuration * 1000),
-                     DialogSprings.snapBack())
+            springHome(step.targetY)
             break
         case moves.flingUp:
         case moves.flingDown:
@@ -136,23 +148,24 @@ FocusScope {
             event.accepted = false
     }
 
-    onWidthChanged: {
+    // The window's size keeps the card's width in step when it changes.
+    function windowResized() {
+        if (!controller)
+            return
         controller.windowSize = Qt.size(width, height)
         reportGeometry()
     }
-    onHeightChanged: {
-        controller.windowSize = Qt.size(width, height)
-        reportGeometry()
-    }
+    onWidthChanged: windowResized()
+    onHeightChanged: windowResized()
     Component.onCompleted: reportGeometry()
 
     Connections {
         target: dialogView.controller
         function onEntryRequested(fromY, toY, duration) {
             dialogView.reportGeometry()
-            entryMove.from = fromY
-            entryMove.to = toY
-            entryMove.easing.bezierCurve = DialogSprings.entry(duration)
+            dialogView.springIsEntry = true
+            dialogView.springFrom = fromY
+            dialogView.springTo = toY
             dialogView.centerY = fromY
             card.visible = true
             entry.start()
@@ -160,7 +173,7 @@ FocusScope {
         function onCardMoveRequested(toY, duration) {
             if (!card.visible || dialogView.leaving)
                 return
-            dialogView.moveCard(toY, Math.round(duration * 1000), null)
+            dialogView.moveCard(toY, Math.round(duration * 1000))
         }
         function onBounceRequested(outY, backY, legDuration) {
             if (!card.visible || dialogView.leaving)
@@ -183,32 +196,15 @@ FocusScope {
         onTriggered: dialogView.layoutAnimating = false
     }
 
-    // The screen below, blurred: a picture of it taken before the entry,
-    // shrunk and spread again, darkened for the dark style.
+    // The screen below, blurred, darkened for the dark style.
     Item {
         id: blurLayer
         anchors.fill: parent
         visible: dialogView.controller.blurBackground
         opacity: 0
-        Image {
+        BlurredBackdrop {
             id: backdrop
             anchors.fill: parent
-            cache: false
-            visible: false
-        }
-        ShaderEffectSource {
-            id: coarse
-            anchors.fill: parent
-            sourceItem: backdrop
-            textureSize: Qt.size(Math.max(1, width / 24), Math.max(1, height / 24))
-            smooth: true
-            visible: false
-        }
-        ShaderEffectSource {
-            anchors.fill: parent
-            sourceItem: coarse
-            textureSize: Qt.size(Math.max(1, width / 6), Math.max(1, height / 6))
-            smooth: true
         }
         Rectangle {
             anchors.fill: parent
@@ -342,6 +338,8 @@ FocusScope {
                     font: card.c.messageFont
                     color: card.c.orColor(card.c.messageColor, "black")
                     linkColor: color
+                    // A little more air between lines than the font's own.
+                    lineHeight: 1.12
                     wrapMode: Text.WordWrap
                     horizontalAlignment: Text.AlignHCenter
                     Accessible.role: Accessible.StaticText
@@ -515,11 +513,11 @@ FocusScope {
     ParallelAnimation {
         id: entry
         NumberAnimation {
-            id: entryMove
             target: dialogView
-            property: "centerY"
+            property: "springClock"
+            from: 0
+            to: 1
             duration: dialogView.durationMs
-            easing.type: Easing.BezierSpline
         }
         NumberAnimation {
             target: dim
@@ -539,6 +537,16 @@ FocusScope {
         id: cardMotion
         target: dialogView
         property: "centerY"
+        easing.type: Easing.InOutQuad
+    }
+
+    NumberAnimation {
+        id: snapBack
+        target: dialogView
+        property: "springClock"
+        from: 0
+        to: 1
+        duration: Math.round(DialogSprings.snapBackDuration * 1000)
     }
 
     SequentialAnimation {
@@ -565,7 +573,7 @@ FocusScope {
     }
 
     ParallelAnimation {
-        id: exit
+        id: exitMotion
         NumberAnimation {
             id: exitMove
             target: dialogView

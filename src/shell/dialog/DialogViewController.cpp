@@ -97,7 +97,7 @@ DialogViewController::DialogViewController(QObject* parent)
     : ViewController(parent),
       m_windowSize(WindowGeometry::kDefaultWidth, WindowGeometry::kDefaultHeight),
       m_widthRatio(DialogDefaults::defaultWidthRatio) {
-    setViewSource(QUrl(QStringLiteral("qrc:/Corvantis/Shell/dialog/DialogView.qml")));
+    setViewSource(QUrl(QStringLiteral("qrc:/Corvantis/Shell/DialogView.qml")));
     setModalPresentationStyle(ModalPresentationStyle::overCurrentContext);
     // The forecast height may be asked for before the dialog shows.
     adoptWindowMetrics();

@@ -7,6 +7,7 @@
 #include <QTest>
 #include <cmath>
 
+#include "BlurredBackdrop.h"
 #include "DialogViewController.h"
 #include "Localization.h"
 #include "Navigation.h"
@@ -349,6 +350,27 @@ TEST(DialogView, TapsAndEscapeCloseOnlyWhenOutsideTouchesMay) {
     EXPECT_TRUE(waitUntil([&] { return isGone(kept); }));
 }
 
+TEST(DialogView, OnlyWhatStandsOnTheCardTakesTouches) {
+    QuickTestHarness ui;
+    ui.launch();
+    DialogViewController* dialog = plainDialog();
+    dialog->imageHandler = [](QUrl& image) {
+        image = QUrl("qrc:/images/cd-90.svg");
+        return true;
+    };
+    QPointer<DialogViewController> kept = show(ui, dialog);
+    const QRectF card = sceneRect(named(ui, "dialogCard"));
+    const QRectF disc = sceneRect(named(ui, "dialogImageHolder"));
+
+    // The top of the disc stands outside the card and still belongs to it.
+    ui.tapAt(QPointF(disc.center().x(), disc.top() + 4));
+    ui.settle(300);
+    EXPECT_FALSE(isGone(kept));
+    // The card's bare padding is not the card's: a tap there is outside.
+    ui.tapAt(QPointF(card.left() + 3, card.center().y()));
+    EXPECT_TRUE(waitUntil([&] { return isGone(kept); }));
+}
+
 TEST(DialogView, ButtonsRunTheirActionsAndADragOverThemDoesNot) {
     QuickTestHarness ui;
     ui.launch();
@@ -451,4 +473,24 @@ TEST(DialogView, ApplicationDialogsAtPhoneSize) {
         ui.tap(dialog->buttons().first().look.title);
         EXPECT_TRUE(waitUntil([&] { return isGone(kept); }));
     }
+}
+
+TEST(DialogBackdrop, BlurKeepsTheSizeAndSoftensEdges) {
+    // Black on the left, white on the right.
+    QImage sharp(160, 90, QImage::Format_ARGB32_Premultiplied);
+    sharp.fill(Qt::white);
+    for (int y = 0; y < sharp.height(); ++y) {
+        for (int x = 0; x < sharp.width() / 2; ++x) {
+            sharp.setPixel(x, y, qRgb(0, 0, 0));
+        }
+    }
+    const QImage soft = BlurredBackdrop::blurred(sharp);
+    ASSERT_EQ(soft.size(), sharp.size());
+    const int edge = qGray(soft.pixel(sharp.width() / 2, 45));
+    EXPECT_GT(edge, 40);
+    EXPECT_LT(edge, 215);
+    EXPECT_LT(qGray(soft.pixel(2, 45)), 40);
+    EXPECT_GT(qGray(soft.pixel(sharp.width() - 3, 45)), 215);
+    // Rows stay alike: the blur runs the same way down every column.
+    EXPECT_EQ(soft.pixel(40, 10), soft.pixel(40, 80));
 }

@@ -18,9 +18,9 @@ public:
     Q_INVOKABLE bool capture();
     bool isCaptured() const { return !m_image.isNull(); }
 
-    // A soft blur: the picture shrunk by `factor` and spread out again in
-    // two smooth steps.
-    static QImage blurred(const QImage& image, int factor = 16);
+    // A soft blur: the picture shrunk by `factor`, blurred there, and
+    // spread out again.
+    static QImage blurred(const QImage& image, int factor = 8);
 
     void paint(QPainter* painter) override;
 

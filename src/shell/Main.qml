@@ -29,6 +29,13 @@ ApplicationWindow {
     palette.placeholderText: Theme.secondaryText
     font.family: Theme.fontFamily
 
+    // Screens that size themselves from the window (the dialog) read it here.
+    Binding {
+        target: Navigation
+        property: "windowSize"
+        value: Qt.size(window.width, window.height)
+    }
+
     onClosing: WindowGeometry.save(window.x, window.y, window.width, window.height)
 
     Component {

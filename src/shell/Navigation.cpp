@@ -39,8 +39,27 @@ void Navigation::attachWindow() {
     }
 }
 
+void Navigation::setWindowSize(const QSizeF& size) {
+    if (m_windowSize == size) {
+        return;
+    }
+    m_windowSize = size;
+    emit windowMetricsChanged();
+}
+
+void Navigation::setSafeAreaInsets(qreal left, qreal top, qreal right, qreal bottom) {
+    const QMarginsF insets(left, top, right, bottom);
+    if (m_safeAreaInsets == insets) {
+        return;
+    }
+    m_safeAreaInsets = insets;
+    emit windowMetricsChanged();
+}
+
 void Navigation::detachWindow() {
     m_windowAttached = false;
+    m_windowSize = {};
+    m_safeAreaInsets = {};
     // Nothing will report these transitions any more; end them now so that
     // no completion is lost.
     const QList<int> ids = m_pending.keys();

@@ -2,8 +2,10 @@
 
 #include <QtQml/qqmlregistration.h>
 #include <QHash>
+#include <QMarginsF>
 #include <QObject>
 #include <QPointer>
+#include <QSizeF>
 #include <functional>
 
 #include "ViewController.h"
@@ -23,6 +25,7 @@ class Navigation : public QObject {
     QML_SINGLETON
     Q_PROPERTY(
         ViewController* rootViewController READ rootViewController NOTIFY rootViewControllerChanged)
+    Q_PROPERTY(QSizeF windowSize READ windowSize WRITE setWindowSize NOTIFY windowMetricsChanged)
 
 public:
     using Completion = std::function<void()>;
@@ -57,8 +60,17 @@ public:
     Q_INVOKABLE void transitionFinished(int requestId);
     bool isWindowAttached() const { return m_windowAttached; }
 
+    // The window's size and the edges its content keeps clear of, as the
+    // window reports them; empty and zero without a window. Screens that
+    // size themselves from the screen (the dialog) read them here.
+    QSizeF windowSize() const { return m_windowSize; }
+    void setWindowSize(const QSizeF& size);
+    QMarginsF safeAreaInsets() const { return m_safeAreaInsets; }
+    Q_INVOKABLE void setSafeAreaInsets(qreal left, qreal top, qreal right, qreal bottom);
+
 signals:
     void rootViewControllerChanged();
+    void windowMetricsChanged();
     // The window swaps its root: `options` and `duration` say how.
     void rootTransitionRequested(ViewController* controller, int options, double duration,
                                  int requestId);
@@ -72,6 +84,8 @@ private:
 
     QPointer<ViewController> m_root;
     bool m_windowAttached = false;
+    QSizeF m_windowSize;
+    QMarginsF m_safeAreaInsets;
     int m_nextRequest = 1;
     QHash<int, Completion> m_pending;
 };

@@ -8,7 +8,9 @@ ViewController::ViewController(QObject* parent) : QObject(parent) {}
 ViewController::~ViewController() = default;
 
 void ViewController::setTitle(const QString& title) {
-    if (m_title == title) {
+    // An empty title and no title compare equal as strings, yet only the
+    // first is a title: going between them is a change.
+    if (m_title == title && m_title.isNull() == title.isNull()) {
         return;
     }
     m_title = title;

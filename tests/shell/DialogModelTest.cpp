@@ -205,6 +205,21 @@ TEST(DialogModel, EmptyTextsHideTheirLabelsOnlyOnceShown) {
     EXPECT_EQ(dialog.message(), "Louder lows");
 }
 
+TEST(DialogModel, AnEmptyTitleCanGoBackToNone) {
+    DialogViewController::Options options;
+    options.title = QString("");
+    // The forecast stops on an unknown title font only while there is a
+    // title to measure.
+    options.fontNameBold = "NoSuchFont";
+    DialogViewController dialog(options);
+    EXPECT_FALSE(dialog.title().isNull());
+    dialog.setTitle(QString());
+    EXPECT_TRUE(dialog.title().isNull());
+    EXPECT_GT(dialog.estimatedHeight(), 0);
+    dialog.setTitle(QString(""));
+    EXPECT_FALSE(dialog.title().isNull());
+}
+
 TEST(DialogModel, ConstructorKeepsAbsentTextsAbsent) {
     DialogViewController::Options options;
     options.attributedMessage = QString("<b>Hi</b>");

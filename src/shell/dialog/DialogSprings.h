@@ -19,5 +19,9 @@ public:
     // its curve: the initial velocity counts per second.
     Q_INVOKABLE QList<qreal> entry(double duration) const;
     Q_INVOKABLE QList<qreal> snapBack() const;
+    // The same curves read point by point, `t` a fraction of the duration,
+    // for a view that drives the motion itself from a linear clock.
+    Q_INVOKABLE double entryAt(double duration, double t) const;
+    Q_INVOKABLE double snapBackAt(double t) const;
     double snapBackDuration() const;
 };

@@ -7,10 +7,12 @@
 #include <QTextDocumentFragment>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include "DialogDefaults.h"
 #include "FontBook.h"
 #include "Log.h"
+#include "Navigation.h"
 #include "WindowGeometry.h"
 
 namespace {
@@ -71,13 +73,34 @@ DialogButtonLook defaultButtonLook(qreal height) {
     return look;
 }
 
+// A colour left unset stays out of the map, so the view's fallback applies.
+QVariantMap lookForView(const DialogButtonLook& look) {
+    QVariantMap map{
+        {QStringLiteral("title"), look.title},
+        {QStringLiteral("borderWidth"), look.borderWidth},
+        {QStringLiteral("cornerRadius"), look.cornerRadius},
+    };
+    const std::pair<const char*, QColor> colors[] = {{"titleColor", look.titleColor},
+                                                     {"borderColor", look.borderColor},
+                                                     {"backgroundColor", look.backgroundColor}};
+    for (const auto& [key, color] : colors) {
+        if (color.isValid()) {
+            map.insert(QLatin1String(key), color);
+        }
+    }
+    return map;
+}
+
 }  // namespace
 
 DialogViewController::DialogViewController(QObject* parent)
     : ViewController(parent),
       m_windowSize(WindowGeometry::kDefaultWidth, WindowGeometry::kDefaultHeight),
       m_widthRatio(DialogDefaults::defaultWidthRatio) {
+    setViewSource(QUrl(QStringLiteral("qrc:/Corvantis/Shell/DialogView.qml")));
     setModalPresentationStyle(ModalPresentationStyle::overCurrentContext);
+    // The forecast height may be asked for before the dialog shows.
+    adoptWindowMetrics();
 }
 
 DialogViewController::DialogViewController(const Options& options, QObject* parent)
@@ -151,8 +174,21 @@ qreal DialogViewController::generalStackTop() const {
     return holderBottom + m_spacing + m_spacing * (m_hasImage ? 0 : 1);
 }
 
+void DialogViewController::adoptWindowMetrics() {
+    // Without a window (controllers tested on their own) the size given
+    // by hand stands.
+    const Navigation& navigation = Navigation::shared();
+    if (!navigation.isWindowAttached() || navigation.windowSize().isEmpty()) {
+        return;
+    }
+    setWindowSize(navigation.windowSize());
+    setParentSafeArea(navigation.safeAreaInsets());
+}
+
 void DialogViewController::viewDidLoad() {
     ViewController::viewDidLoad();
+    // Every derived size comes from the window the dialog opens in.
+    adoptWindowMetrics();
     const qreal side = longSide();
     if (m_spacing == -1) {
         m_spacing = side * DialogDefaults::spacingRatio;
@@ -183,10 +219,10 @@ void DialogViewController::viewDidLoad() {
     }
     buildCancelButton();
 
-    DialogButtonLook tool;
-    m_leftToolUsed = leftToolStyle && leftToolStyle(tool);
-    tool = {};
-    m_rightToolUsed = rightToolStyle && rightToolStyle(tool);
+    m_leftToolLook = {};
+    m_leftToolUsed = leftToolStyle && leftToolStyle(m_leftToolLook);
+    m_rightToolLook = {};
+    m_rightToolUsed = rightToolStyle && rightToolStyle(m_rightToolLook);
 
     emit layoutChanged();
     emit buttonsChanged();
@@ -334,19 +370,33 @@ void DialogViewController::removeAllActions() {
 QVariantList DialogViewController::buttonsForView() const {
     QVariantList list;
     for (const DialogButton& button : m_buttons) {
-        list.append(QVariantMap{
-            {QStringLiteral("title"), button.look.title},
-            {QStringLiteral("titleColor"), button.look.titleColor},
-            {QStringLiteral("borderColor"), button.look.borderColor},
-            {QStringLiteral("backgroundColor"), button.look.backgroundColor},
-            {QStringLiteral("borderWidth"), button.look.borderWidth},
-            {QStringLiteral("cornerRadius"), button.look.cornerRadius},
-            {QStringLiteral("tag"), button.tag},
-            {QStringLiteral("height"), button.height},
-            {QStringLiteral("heightGivesWay"), button.heightGivesWay},
-        });
+        QVariantMap map = lookForView(button.look);
+        map.insert(QStringLiteral("tag"), button.tag);
+        map.insert(QStringLiteral("height"), button.height);
+        map.insert(QStringLiteral("heightGivesWay"), button.heightGivesWay);
+        list.append(map);
     }
     return list;
+}
+
+QColor DialogViewController::orColor(const QColor& color, const QColor& fallback) {
+    return color.isValid() ? color : fallback;
+}
+
+QString DialogViewController::plainText(const QString& richText) {
+    return QTextDocumentFragment::fromHtml(richText).toPlainText();
+}
+
+QVariantMap DialogViewController::leftToolForView() const {
+    return lookForView(m_leftToolLook);
+}
+
+QVariantMap DialogViewController::rightToolForView() const {
+    return lookForView(m_rightToolLook);
+}
+
+QVariantMap DialogViewController::cancelButtonForView() const {
+    return lookForView(m_cancelLook);
 }
 
 void DialogViewController::handleAction(int tag) {
@@ -443,7 +493,7 @@ qreal DialogViewController::forecastHeight() const {
 
     QString messageText = m_message;
     if (messageText.isNull() && !m_attributedMessage.isNull()) {
-        messageText = QTextDocumentFragment::fromHtml(m_attributedMessage).toPlainText();
+        messageText = plainText(m_attributedMessage);
     }
     const qreal messageHeight = wrappedHeight(messageText, messageFont, textWidth);
 
@@ -529,7 +579,96 @@ void DialogViewController::setCancelEnabled(bool enabled) {
 }
 
 void DialogViewController::setContentOffset(qreal offset) {
-    if (replaced(m_contentOffset, offset)) {
-        emit contentOffsetChanged();
+    m_contentOffset = offset;
+    emit contentOffsetChanged();
+    if (std::optional<QPointF> home = m_motion.setContentOffset(offset)) {
+        emit cardMoveRequested(home->y(), animationDuration);
     }
+}
+
+// Presentation and motion
+
+void DialogViewController::showIn(ViewController* parent, Closure completion) {
+    if (parent == nullptr) {
+        qFatal("A dialog needs a screen to show in");
+    }
+    // Before the view is built: its sizes depend on the window's insets.
+    adoptWindowMetrics();
+    onAppearCompletion = std::move(completion);
+    parent->presentViewController(this, false);
+}
+
+void DialogViewController::viewDidAppear(bool animated) {
+    ViewController::viewDidAppear(animated);
+    if (didInitAnimation) {
+        return;
+    }
+    didInitAnimation = true;
+    if (std::optional<QPointF> from = m_motion.beginEntry()) {
+        emit entryRequested(from->y(), m_motion.homePosition().y(), animationDuration);
+    }
+    // Runs as the entry is set up, not when it has ended.
+    if (Closure completion = std::exchange(onAppearCompletion, nullptr)) {
+        completion(*this);
+    }
+}
+
+void DialogViewController::bounce(qreal offset, qreal duration) {
+    if (std::optional<DialogBounce> legs = m_motion.bounce(offset, duration)) {
+        emit bounceRequested(legs->out.y(), legs->back.y(), legs->legDuration);
+    }
+}
+
+void DialogViewController::setViewGeometry(qreal width, qreal height, qreal cardHeight,
+                                           qreal imageHeight, bool resting) {
+    m_motion.setLayout(QRectF(0, 0, width, height), cardHeight, imageHeight);
+    setCardHeight(cardHeight);
+    if (!m_motion.isCardLoaded()) {
+        m_motion.setContentOffset(m_contentOffset);
+        m_motion.cardLoaded();
+    } else if (resting) {
+        // The window changed under a card at rest: home moved with it.
+        m_motion.setContentOffset(m_contentOffset);
+    }
+}
+
+void DialogViewController::syncMotionSettings() {
+    m_motion.allowDragGesture = allowDragGesture;
+    m_motion.rubberEnabled = rubberEnabled;
+    m_motion.dismissDirection = dismissDirection;
+}
+
+void DialogViewController::touchBegan() {
+    m_motion.touchBegan();
+}
+
+QVariantMap DialogViewController::handlePan(int state, qreal translation, qreal velocityX,
+                                            qreal velocityY) {
+    syncMotionSettings();
+    const DialogPanStep step = m_motion.pan(static_cast<DialogPanState>(state), translation,
+                                            QPointF(velocityX, velocityY));
+    return {
+        {QStringLiteral("moved"), step.moved},
+        {QStringLiteral("draggedY"), step.dragged.y()},
+        {QStringLiteral("move"), static_cast<int>(step.move)},
+        {QStringLiteral("targetY"), step.target.y()},
+    };
+}
+
+void DialogViewController::handleOutsideTap() {
+    if (dismissWithOutsideTouch) {
+        dismissViewController(true);
+    }
+}
+
+qreal DialogViewController::beginDismissal() {
+    return m_motion.beginDismissal().y();
+}
+
+qreal DialogViewController::homeY() const {
+    return m_motion.homePosition().y();
+}
+
+void DialogViewController::finishFling() {
+    dismissViewController(false);
 }

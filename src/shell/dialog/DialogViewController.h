@@ -13,6 +13,7 @@
 
 #include "DialogAction.h"
 #include "DialogDismissDirection.h"
+#include "DialogMotion.h"
 #include "ViewController.h"
 
 // How one button looks; the default comes first and the caller's style
@@ -81,6 +82,13 @@ class DialogViewController : public ViewController {
         qreal cancelButtonShownHeight READ cancelButtonShownHeight NOTIFY cancelButtonChanged)
     Q_PROPERTY(bool leftToolUsed READ isLeftToolUsed NOTIFY layoutChanged)
     Q_PROPERTY(bool rightToolUsed READ isRightToolUsed NOTIFY layoutChanged)
+    Q_PROPERTY(QVariantMap leftTool READ leftToolForView NOTIFY layoutChanged)
+    Q_PROPERTY(QVariantMap rightTool READ rightToolForView NOTIFY layoutChanged)
+    Q_PROPERTY(QVariantMap cancelButton READ cancelButtonForView NOTIFY cancelButtonChanged)
+    Q_PROPERTY(bool blurBackground MEMBER blurBackground CONSTANT)
+    Q_PROPERTY(int blurEffectStyle MEMBER blurEffectStyle CONSTANT)
+    Q_PROPERTY(qreal backgroundAlpha MEMBER backgroundAlpha CONSTANT)
+    Q_PROPERTY(double animationDuration MEMBER animationDuration CONSTANT)
     Q_PROPERTY(
         qreal contentOffset READ contentOffset WRITE setContentOffset NOTIFY contentOffsetChanged)
     Q_PROPERTY(qreal cardHeight READ cardHeight WRITE setCardHeight NOTIFY cardHeightChanged)
@@ -248,6 +256,48 @@ public:
     void setContentOffset(qreal offset);
 
     void viewDidLoad() override;
+    // The first appearance brings the card up from below the screen; later
+    // ones leave it where it is.
+    void viewDidAppear(bool animated) override;
+
+    // Shows the dialog over `parent`, sized by the window `parent` is in.
+    // `completion` runs once, as soon as the entry is under way.
+    void showIn(ViewController* parent, Closure completion = {});
+    // Nudges the card by `offset` and back home, over `duration` seconds.
+    void bounce(qreal offset, qreal duration);
+
+    // From the view. Positions are card centres in the view's coordinates.
+    // The view's size and the card's height as laid out; the first report
+    // puts the card at home, and so does a new size while it rests.
+    Q_INVOKABLE void setViewGeometry(qreal width, qreal height, qreal cardHeight, qreal imageHeight,
+                                     bool resting);
+    // A finger came down on the card or one of its sections.
+    Q_INVOKABLE void touchBegan();
+    // One drag callback: `state` as DialogPanState, `translation` the
+    // vertical distance since the drag began, the velocity in points a
+    // second (read only when it has ended). Answers where the finger put
+    // the card ("moved", "draggedY") and what follows ("move" as
+    // DialogMove, "targetY").
+    Q_INVOKABLE QVariantMap handlePan(int state, qreal translation, qreal velocityX,
+                                      qreal velocityY);
+    // A tap on the window around the card, and Escape, which means the same.
+    Q_INVOKABLE void handleOutsideTap();
+    // Where an animated dismissal takes the card.
+    Q_INVOKABLE qreal beginDismissal();
+    Q_INVOKABLE qreal homeY() const;
+    // A fling has carried the card off: the dialog goes, with no motion of
+    // its own.
+    Q_INVOKABLE void finishFling();
+    const DialogMotion& motion() const { return m_motion; }
+
+    // A colour the caller left unset reads as the fallback.
+    Q_INVOKABLE static QColor orColor(const QColor& color, const QColor& fallback);
+    // The text of a rich message, as read aloud and measured.
+    Q_INVOKABLE static QString plainText(const QString& richText);
+
+    QVariantMap leftToolForView() const;
+    QVariantMap rightToolForView() const;
+    QVariantMap cancelButtonForView() const;
 
 signals:
     void messageChanged();
@@ -271,6 +321,14 @@ signals:
     void screenChanged();
     // The view animates its layout to the model's new state.
     void layoutAnimationRequested();
+    // The card rises from `fromY` to `toY` with the entry spring over
+    // `duration` seconds, while the background darkens or blurs.
+    void entryRequested(qreal fromY, qreal toY, double duration);
+    // The card moves to `toY` over `duration` seconds (a new offset).
+    void cardMoveRequested(qreal toY, double duration);
+    // The card goes to `outY` and then home to `backY`, each leg over
+    // `legDuration` seconds.
+    void bounceRequested(qreal outY, qreal backY, double legDuration);
 
 private:
     DialogButton makeButton(int index);
@@ -278,6 +336,8 @@ private:
     qreal headerSize(bool hasImage) const;
     void buildCancelButton();
     qreal forecastHeight() const;
+    void adoptWindowMetrics();
+    void syncMotionSettings();
 
     QString m_message;
     QString m_attributedMessage;
@@ -317,5 +377,8 @@ private:
     DialogButtonLook m_cancelLook;
     bool m_leftToolUsed = false;
     bool m_rightToolUsed = false;
+    DialogButtonLook m_leftToolLook;
+    DialogButtonLook m_rightToolLook;
     qreal m_contentOffset = 0;
+    DialogMotion m_motion;
 };

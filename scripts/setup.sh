@@ -21,7 +21,8 @@ packages=(
   qtkeychain-qt6-dev gnome-keyring
   fonts-lato fonts-material-design-icons-iconfont ccache
   xvfb xauth xfonts-base xdotool libqt6webenginequickdelegatesqml6
-  libqrencode-dev qml6-module-qtquick-dialogs qml6-module-qtquick-shapes
+  libqrencode-dev qml6-module-qtquick-dialogs qml6-module-qt-labs-folderlistmodel
+  qml6-module-qtquick-shapes
 )
 
 missing=()

@@ -28,6 +28,9 @@ bool AppDelegate::applicationDidFinishLaunching(QQmlApplicationEngine& engine) {
     m_remoteCommands = setupRemoteCommands();
     const QString bundle = initialBundleName();
 
+    // Where every module of the application keeps its qmldir, so that one
+    // module's QML can use another's components, not only its C++ types.
+    engine.addImportPath(QStringLiteral("qrc:/"));
     engine.load(QUrl(QStringLiteral("qrc:/Corvantis/Shell/Main.qml")));
     if (engine.rootObjects().isEmpty()) {
         return false;

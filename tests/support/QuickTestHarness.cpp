@@ -58,6 +58,7 @@ QuickTestHarness::QuickTestHarness() {
         registered = true;
     }
     m_engine = std::make_unique<QQmlApplicationEngine>();
+    m_engine->addImportPath(QStringLiteral("qrc:/"));
     m_engine->load(QUrl(QStringLiteral("qrc:/Corvantis/Shell/Main.qml")));
     if (m_engine->rootObjects().isEmpty()) {
         ADD_FAILURE() << "the window could not be made";

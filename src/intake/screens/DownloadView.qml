@@ -3,6 +3,7 @@ import QtQuick.Controls
 import QtQuick.Dialogs
 import QtQuick.Layouts
 import Corvantis.Shell
+import Corvantis.Intake
 
 // The import screen: three large choices, one per road music comes in by.
 Rectangle {
@@ -11,72 +12,6 @@ Rectangle {
     color: Theme.background
     focus: true
     Keys.onEscapePressed: controller.didTapClose()
-
-    component Choice: AbstractButton {
-        id: choice
-        property string icon
-        property string detail
-        Layout.fillWidth: true
-        implicitHeight: Math.max(84, column.implicitHeight + 28)
-        focusPolicy: Qt.StrongFocus
-        Accessible.role: Accessible.Button
-        Accessible.name: text
-        Accessible.description: detail
-        Keys.onSpacePressed: clicked()
-        Keys.onReturnPressed: clicked()
-        Keys.onEnterPressed: clicked()
-        background: Rectangle {
-            radius: Theme.radius
-            color: choice.pressed ? Theme.raised : Theme.cell
-            border.width: choice.visualFocus ? 2 : 1
-            border.color: choice.visualFocus ? Theme.accentColor : Theme.separator
-        }
-        contentItem: RowLayout {
-            spacing: 16
-            Rectangle {
-                Layout.leftMargin: 4
-                width: 52
-                height: 52
-                radius: 26
-                color: Qt.rgba(140 / 256, 213 / 256, 242 / 256, 0.14)
-                Icon {
-                    anchors.centerIn: parent
-                    name: choice.icon
-                    size: 28
-                    color: Theme.accentColor
-                }
-            }
-            ColumnLayout {
-                id: column
-                Layout.fillWidth: true
-                spacing: 2
-                Label {
-                    Layout.fillWidth: true
-                    text: choice.text
-                    color: Theme.text
-                    font.family: Fonts.family("AvenirNext-DemiBold")
-                    font.weight: Fonts.weight("AvenirNext-DemiBold")
-                    font.pixelSize: 18
-                    elide: Text.ElideRight
-                }
-                Label {
-                    Layout.fillWidth: true
-                    text: choice.detail
-                    color: Theme.secondaryText
-                    font.family: Theme.fontFamily
-                    font.pixelSize: 14
-                    wrapMode: Text.Wrap
-                }
-            }
-            Icon {
-                name: "back"
-                rotation: 180
-                size: 20
-                color: Theme.secondaryText
-            }
-        }
-        padding: 14
-    }
 
     ToolButton {
         id: closeButton
@@ -129,23 +64,23 @@ Rectangle {
                 font.pixelSize: 16
                 wrapMode: Text.Wrap
             }
-            Choice {
+            ImportChoice {
                 id: dropboxChoice
                 focus: true
-                icon: "cloud"
+                glyph: "cloud"
                 text: qsTrId("download_dropbox")
                 detail: qsTrId("download_dropbox_detail")
                 onClicked: page.controller.didClickDropBox()
             }
-            Choice {
-                icon: "folder"
+            ImportChoice {
+                glyph: "folder"
                 text: qsTrId("download_files")
                 detail: qsTrId("download_files_detail")
                 enabled: !page.controller.importing
                 onClicked: page.controller.didClickFiles()
             }
-            Choice {
-                icon: "wifi"
+            ImportChoice {
+                glyph: "wifi"
                 text: qsTrId("download_wifi")
                 detail: qsTrId("download_wifi_detail")
                 onClicked: page.controller.didClickWiFi()

@@ -2,6 +2,7 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
 import Corvantis.Shell
+import Corvantis.Intake
 
 // The cloud browser: one folder at a time; folders open with a tap, files
 // come down with their own button or all together with the bar's button.

@@ -2,6 +2,7 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
 import Corvantis.Shell
+import Corvantis.Intake
 
 // The upload screen: the address to open on another computer, large, and a
 // QR code of it for a phone. Everything else happens in that browser.

@@ -66,7 +66,7 @@ TEST_F(ImportScreenTest, ReplacedFilesAndAnUnreadablePickStackTheirAlerts) {
               "2 out of 3 files imported successfully. 1 existing files were replaced.");
     EXPECT_EQ(readFile(music + "/old.mp3"), "new bytes");
     EXPECT_EQ(readFile(music + "/fresh.ogg"), "fresh");
-    EXPECT_FALSE(ProgressHUD::shared().isVisible());
+    EXPECT_TRUE(waitUntil([] { return !ProgressHUD::shared().isVisible(); }));
 
     // An empty pick still says so, over the alerts already there.
     pick({});

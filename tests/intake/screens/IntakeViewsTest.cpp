@@ -3,33 +3,12 @@
 
 #include "AlertController.h"
 #include "DownloadManager.h"
-#include "IntakeScreensTestSupport.h"
+#include "IntakeViewFixture.h"
 #include "Localization.h"
 #include "Navigation.h"
 #include "QuickTestHarness.h"
 #include "Storyboard.h"
 #include "WiFiScreenController.h"
-
-namespace {
-
-// The window with the import screen over its first screen, as the add
-// button of the music area opens it.
-class IntakeViewsTest : public CloudTest {
-protected:
-    void openImportScreen() {
-        WiFiScreenController::setPreferredPort(0);
-        ui.launch();
-        ViewController* screen =
-            Storyboard::storyboardWithName("Download").instantiateInitialViewController();
-        Navigation::shared().rootViewController()->presentViewController(screen, false);
-        ASSERT_NE(ui.waitFor(Localization::text("download_title")), nullptr);
-        ui.settle();
-    }
-
-    QuickTestHarness ui;
-};
-
-}  // namespace
 
 TEST_F(IntakeViewsTest, WalksTwoFoldersDownAndBackWithTheirTitles) {
     signInBeforeLaunch();
@@ -48,6 +27,7 @@ TEST_F(IntakeViewsTest, WalksTwoFoldersDownAndBackWithTheirTitles) {
     ui.tap("Music");
     ASSERT_NE(ui.waitFor("Live"), nullptr);
     ASSERT_NE(ui.waitFor("Download song.mp3"), nullptr);
+    ui.settle();
     ui.tap("Live");
     ASSERT_NE(ui.waitFor("Download encore.mp3"), nullptr);
     ui.settle();
@@ -88,39 +68,6 @@ TEST_F(IntakeViewsTest, FileButtonGoesThroughItsStatesToDownloaded) {
     EXPECT_EQ(readFile(downloadedMusicDirectory() + "/Mix.mp3"), FakeDropbox::patternBytes(size));
     EXPECT_TRUE(ui.isShown("Download Other.mp3"));
     EXPECT_TRUE(ui.isShown(Localization::text("dropbox_download_all")));
-}
-
-TEST_F(IntakeViewsTest, PickedFilesAreImportedAndBothAlertsRead) {
-    writeFile(downloadedMusicDirectory() + "/one.mp3", "old");
-    writeFile(testHome() + "/picked/one.mp3", "1");
-    writeFile(testHome() + "/picked/two.ogg", "2");
-    openImportScreen();
-    ui.tap(Localization::text("download_files"));
-    QObject* picker = ui.window()->contentItem()->findChild<QObject*>("documentPicker");
-    ASSERT_NE(picker, nullptr);
-    EXPECT_TRUE(waitUntil([&] { return picker->property("visible").toBool(); }));
-    EXPECT_TRUE(picker->property("nameFilters").toStringList().join(" ").contains("*.mp3"));
-    ui.settle();
-    ui.screenshot("intake-file-dialog");
-    // The dialog's choice, as the view hands it on.
-    QMetaObject::invokeMethod(picker, "close");
-    QMetaObject::invokeMethod(
-        picker->parent(), "picked",
-        Q_ARG(QVariant, QVariant::fromValue(
-                            QList<QUrl>{QUrl::fromLocalFile(testHome() + "/picked/one.mp3"),
-                                        QUrl::fromLocalFile(testHome() + "/picked/two.ogg")})));
-    ASSERT_NE(ui.waitFor("OK", 10000), nullptr);
-    ui.settle();
-    ui.screenshot("intake-import-result");
-    EXPECT_TRUE(ui.isShown("Import Result"));
-    auto* result =
-        qobject_cast<AlertController*>(Navigation::shared().topPresentedViewController());
-    ASSERT_NE(result, nullptr);
-    EXPECT_EQ(result->message(),
-              "2 out of 2 files imported successfully. 1 existing files were replaced.");
-    EXPECT_EQ(readFile(downloadedMusicDirectory() + "/one.mp3"), "1");
-    ui.tap("OK");
-    EXPECT_TRUE(waitUntil([&] { return !ui.isShown("Import Result"); }));
 }
 
 TEST_F(IntakeViewsTest, WiFiScreenShowsItsAddressAndGoesBack) {

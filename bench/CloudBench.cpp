@@ -5,7 +5,6 @@
 //     for a 1 GiB file);
 //   - listing a folder of 100 pages x 2,000 entries: total time and peak memory.
 // `--smoke` uses small sizes so that the suite can check the bench still runs.
-#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -23,6 +22,7 @@
 #include "AppDirectories.h"
 #include "DropboxManager.h"
 #include "FakeDropbox.h"
+#include "FakeServiceProcess.h"
 
 namespace {
 
@@ -100,76 +100,25 @@ double downloadThroughCurl(const QString& service, const QString& token, const Q
 
 }  // namespace
 
-struct Service {
-    pid_t pid = -1;
-    QString url;
-    QString accessToken;
-    QString refreshToken;
-};
-
-// The fake runs in a process of its own, so that the client's memory figure
-// holds the client alone and the server never competes with it for a thread.
-Service startService(qint64 fileBytes, int pages, int pageEntries) {
-    int channel[2];
-    if (pipe(channel) != 0) {
-        return {};
-    }
-    const pid_t pid = fork();
-    if (pid == 0) {
-        // Ends with the bench, even when the bench itself dies.
-        prctl(PR_SET_PDEATHSIG, SIGTERM);
-        close(channel[0]);
-        int argc = 1;
-        char name[] = "fake-service";
-        char* argv[] = {name, nullptr};
-        QCoreApplication app(argc, argv);
-        FakeDropbox fake;
+// The service's content: one large file and a folder of many pages.
+FakeServiceProcess startService(qint64 fileBytes, int pages, int pageEntries) {
+    return FakeServiceProcess::start([=](FakeDropbox& fake) {
         fake.addGeneratedFile(QStringLiteral("/big.mp3"), fileBytes);
         for (int i = 0; i < pages * pageEntries; ++i) {
             fake.addFile(QStringLiteral("/Many/Track %1.%2").arg(i).arg(i % 3 ? "mp3" : "flac"),
                          {});
         }
         fake.setPageSizes({pageEntries});
-        const DropboxTokens tokens = fake.issueTokens();
-        const QByteArray hello =
-            (QStringList{fake.url().toString(), tokens.accessToken, tokens.refreshToken}.join(
-                 '\n') +
-             '\n')
-                .toUtf8();
-        if (write(channel[1], hello.constData(), hello.size()) != hello.size()) {
-            _exit(1);
-        }
-        close(channel[1]);
-        app.exec();  // until the bench ends it
-        _exit(0);
-    }
-    close(channel[1]);
-    QByteArray hello;
-    char buffer[512];
-    ssize_t n = 0;
-    while (hello.count('\n') < 3 && (n = read(channel[0], buffer, sizeof buffer)) > 0) {
-        hello.append(buffer, n);
-    }
-    close(channel[0]);
-    const QStringList lines = QString::fromUtf8(hello).split('\n');
-    return {pid, lines.value(0), lines.value(1), lines.value(2)};
+    });
 }
 
-int runBench(int argc, char** argv, const Service& service, qint64 fileBytes, int pages,
+int runBench(int argc, char** argv, const FakeServiceProcess& service, qint64 fileBytes, int pages,
              int pageEntries, int runs) {
     QTemporaryDir home;
     qputenv("CORVANTIS_HOME", home.path().toUtf8());
-    for (const char* variable : {"CORVANTIS_DROPBOX_API_URL", "CORVANTIS_DROPBOX_CONTENT_URL",
-                                 "CORVANTIS_DROPBOX_AUTH_URL"}) {
-        qputenv(variable, service.url.toUtf8());
-    }
-    qputenv("CORVANTIS_DROPBOX_APP_KEY", FakeDropbox::appKey);
+    service.useFromClient();
     QCoreApplication app(argc, argv);
-    DropboxTokens tokens;
-    tokens.appKey = FakeDropbox::appKey;
-    tokens.accessToken = service.accessToken;
-    tokens.refreshToken = service.refreshToken;
-    DropboxTokenStore::save(tokens);
+    service.storeSignIn();
 
     const QString ours = downloadedMusicDirectory() + QStringLiteral("/big.mp3");
     const QString theirs = home.filePath(QStringLiteral("curl.mp3"));
@@ -180,7 +129,7 @@ int runBench(int argc, char** argv, const Service& service, qint64 fileBytes, in
     qint64 leastGrowth = std::numeric_limits<qint64>::max();
     for (int i = 0; i < runs; ++i) {
         const Download download = downloadThroughClient(QStringLiteral("/big.mp3"), ours);
-        const double curl = downloadThroughCurl(service.url, tokens.accessToken,
+        const double curl = downloadThroughCurl(service.url, service.accessToken,
                                                 QStringLiteral("/big.mp3"), theirs);
         if (!download.ok || curl < 0 || QFile(ours).size() != fileBytes ||
             QFile(theirs).size() != fileBytes) {
@@ -234,13 +183,12 @@ int main(int argc, char** argv) {
     const int pageEntries = smoke ? 200 : 2000;
     const int runs = smoke ? 1 : 6;
     // Forked before any thread of this process exists.
-    const Service service = startService(fileBytes, pages, pageEntries);
-    if (service.pid <= 0 || service.refreshToken.isEmpty()) {
+    const FakeServiceProcess service = startService(fileBytes, pages, pageEntries);
+    if (!service.isRunning()) {
         std::fprintf(stderr, "bench: the fake service did not start\n");
         return 1;
     }
     const int code = runBench(argc, argv, service, fileBytes, pages, pageEntries, runs);
-    kill(service.pid, SIGTERM);
-    waitpid(service.pid, nullptr, 0);
+    service.stop();
     return code;
 }

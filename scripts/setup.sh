@@ -22,6 +22,8 @@ packages=(
   fonts-lato fonts-material-design-icons-iconfont ccache
   xvfb xauth xfonts-base xdotool libqt6webenginequickdelegatesqml6
   libpulse-dev pulseaudio
+  libqrencode-dev qml6-module-qtquick-dialogs qml6-module-qt-labs-folderlistmodel
+  qml6-module-qtquick-shapes
 )
 
 missing=()

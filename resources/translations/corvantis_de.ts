@@ -335,5 +335,97 @@
         <source>New playlist</source>
         <translation>Neue Playlist</translation>
     </message>
+    <message id="download_title">
+        <source>Add music</source>
+        <translation>Musik hinzufügen</translation>
+    </message>
+    <message id="download_subtitle">
+        <source>Bring songs in from your cloud, this computer or another device on your Wi-Fi.</source>
+        <translation>Hole Songs aus deiner Cloud, von diesem Computer oder von einem anderen Gerät in deinem WLAN.</translation>
+    </message>
+    <message id="download_dropbox">
+        <source>Dropbox</source>
+        <translation>Dropbox</translation>
+    </message>
+    <message id="download_dropbox_detail">
+        <source>Browse your folders and download music.</source>
+        <translation>Durchsuche deine Ordner und lade Musik herunter.</translation>
+    </message>
+    <message id="download_files">
+        <source>Files on this computer</source>
+        <translation>Dateien auf diesem Computer</translation>
+    </message>
+    <message id="download_files_detail">
+        <source>Pick one or more audio files to copy in.</source>
+        <translation>Wähle eine oder mehrere Audiodateien zum Kopieren aus.</translation>
+    </message>
+    <message id="download_wifi">
+        <source>Wi-Fi upload</source>
+        <translation>WLAN-Upload</translation>
+    </message>
+    <message id="download_wifi_detail">
+        <source>Send files from a browser on the same network.</source>
+        <translation>Sende Dateien aus einem Browser im selben Netzwerk.</translation>
+    </message>
+    <message id="download_audio_files">
+        <source>Audio files</source>
+        <translation>Audiodateien</translation>
+    </message>
+    <message id="download_dropbox_not_configured">
+        <source>Dropbox sign-in is not set up on this computer.</source>
+        <translation>Die Dropbox-Anmeldung ist auf diesem Computer nicht eingerichtet.</translation>
+    </message>
+    <message id="download_importing_progress">
+        <source>Importing %1 of %2…</source>
+        <translation>Importiere %1 von %2…</translation>
+    </message>
+    <message id="wifi_title">
+        <source>Upload over Wi-Fi</source>
+        <translation>Upload über WLAN</translation>
+    </message>
+    <message id="wifi_instructions">
+        <source>On a computer in the same network, open this address in a browser and drop your music files there.</source>
+        <translation>Öffne auf einem Computer im selben Netzwerk diese Adresse in einem Browser und lege deine Musikdateien dort ab.</translation>
+    </message>
+    <message id="wifi_qr_code">
+        <source>QR code of the upload address</source>
+        <translation>QR-Code der Upload-Adresse</translation>
+    </message>
+    <message id="wifi_keep_open">
+        <source>Keep this screen open until the uploads are done. The computer stays awake meanwhile.</source>
+        <translation>Lass diese Seite offen, bis die Uploads fertig sind. Der Computer bleibt so lange wach.</translation>
+    </message>
+    <message id="wifi_inhibit_reason">
+        <source>Receiving music over Wi-Fi</source>
+        <translation>Empfange Musik über WLAN</translation>
+    </message>
+    <message id="dropbox_title">
+        <source>Dropbox</source>
+        <translation>Dropbox</translation>
+    </message>
+    <message id="dropbox_download_all">
+        <source>Download all</source>
+        <translation>Alle herunterladen</translation>
+    </message>
+    <message id="file_download">
+        <source>Download %1</source>
+        <translation>%1 herunterladen</translation>
+    </message>
+    <message id="file_will_download">
+        <source>Starting download of %1</source>
+        <translation>Download von %1 startet</translation>
+    </message>
+    <message id="file_cancel_download">
+        <source>Cancel download of %1</source>
+        <translation>Download von %1 abbrechen</translation>
+    </message>
+    <message id="file_downloaded">
+        <source>%1 downloaded</source>
+        <translation>%1 heruntergeladen</translation>
+    </message>
+    <message id="dropbox_download_failed">
+        <source>%1 could not be downloaded.</source>
+        <translation>%1 konnte nicht heruntergeladen werden.</translation>
+    </message>
 </context>
 </TS>

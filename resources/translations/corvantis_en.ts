@@ -335,5 +335,97 @@
         <source>New playlist</source>
         <translation>New playlist</translation>
     </message>
+    <message id="download_title">
+        <source>Add music</source>
+        <translation>Add music</translation>
+    </message>
+    <message id="download_subtitle">
+        <source>Bring songs in from your cloud, this computer or another device on your Wi-Fi.</source>
+        <translation>Bring songs in from your cloud, this computer or another device on your Wi-Fi.</translation>
+    </message>
+    <message id="download_dropbox">
+        <source>Dropbox</source>
+        <translation>Dropbox</translation>
+    </message>
+    <message id="download_dropbox_detail">
+        <source>Browse your folders and download music.</source>
+        <translation>Browse your folders and download music.</translation>
+    </message>
+    <message id="download_files">
+        <source>Files on this computer</source>
+        <translation>Files on this computer</translation>
+    </message>
+    <message id="download_files_detail">
+        <source>Pick one or more audio files to copy in.</source>
+        <translation>Pick one or more audio files to copy in.</translation>
+    </message>
+    <message id="download_wifi">
+        <source>Wi-Fi upload</source>
+        <translation>Wi-Fi upload</translation>
+    </message>
+    <message id="download_wifi_detail">
+        <source>Send files from a browser on the same network.</source>
+        <translation>Send files from a browser on the same network.</translation>
+    </message>
+    <message id="download_audio_files">
+        <source>Audio files</source>
+        <translation>Audio files</translation>
+    </message>
+    <message id="download_dropbox_not_configured">
+        <source>Dropbox sign-in is not set up on this computer.</source>
+        <translation>Dropbox sign-in is not set up on this computer.</translation>
+    </message>
+    <message id="download_importing_progress">
+        <source>Importing %1 of %2…</source>
+        <translation>Importing %1 of %2…</translation>
+    </message>
+    <message id="wifi_title">
+        <source>Upload over Wi-Fi</source>
+        <translation>Upload over Wi-Fi</translation>
+    </message>
+    <message id="wifi_instructions">
+        <source>On a computer in the same network, open this address in a browser and drop your music files there.</source>
+        <translation>On a computer in the same network, open this address in a browser and drop your music files there.</translation>
+    </message>
+    <message id="wifi_qr_code">
+        <source>QR code of the upload address</source>
+        <translation>QR code of the upload address</translation>
+    </message>
+    <message id="wifi_keep_open">
+        <source>Keep this screen open until the uploads are done. The computer stays awake meanwhile.</source>
+        <translation>Keep this screen open until the uploads are done. The computer stays awake meanwhile.</translation>
+    </message>
+    <message id="wifi_inhibit_reason">
+        <source>Receiving music over Wi-Fi</source>
+        <translation>Receiving music over Wi-Fi</translation>
+    </message>
+    <message id="dropbox_title">
+        <source>Dropbox</source>
+        <translation>Dropbox</translation>
+    </message>
+    <message id="dropbox_download_all">
+        <source>Download all</source>
+        <translation>Download all</translation>
+    </message>
+    <message id="file_download">
+        <source>Download %1</source>
+        <translation>Download %1</translation>
+    </message>
+    <message id="file_will_download">
+        <source>Starting download of %1</source>
+        <translation>Starting download of %1</translation>
+    </message>
+    <message id="file_cancel_download">
+        <source>Cancel download of %1</source>
+        <translation>Cancel download of %1</translation>
+    </message>
+    <message id="file_downloaded">
+        <source>%1 downloaded</source>
+        <translation>%1 downloaded</translation>
+    </message>
+    <message id="dropbox_download_failed">
+        <source>%1 could not be downloaded.</source>
+        <translation>%1 could not be downloaded.</translation>
+    </message>
 </context>
 </TS>

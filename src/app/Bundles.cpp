@@ -5,8 +5,10 @@
 #include "AlbumsViewController.h"
 #include "ArtistsViewController.h"
 #include "CloudViewController.h"
+#include "DownloadViewController.h"
 #include "DrawerController.h"
 #include "DrawerMenuController.h"
+#include "DropboxViewController.h"
 #include "LibraryConsent.h"
 #include "MediaLibraryManager.h"
 #include "MediaLibraryViewController.h"
@@ -17,10 +19,12 @@
 #include "TextViewController.h"
 #include "TracksViewController.h"
 #include "TutorialViewController.h"
+#include "WiFiScreenController.h"
 
 Q_IMPORT_QML_PLUGIN(Corvantis_ShellPlugin)
 Q_IMPORT_QML_PLUGIN(Corvantis_PlayerPlugin)
 Q_IMPORT_QML_PLUGIN(Corvantis_CollectionPlugin)
+Q_IMPORT_QML_PLUGIN(Corvantis_IntakePlugin)
 
 void registerBundles() {
     Storyboard::registerBundle(QStringLiteral("Tutorial"),
@@ -68,4 +72,14 @@ void registerBundles() {
                                {Storyboard::screen<PlaylistViewController>(QUrl(
                                     QStringLiteral("qrc:/Corvantis/Collection/PlaylistsView.qml"))),
                                 {}});
+    const auto download = Storyboard::screen<DownloadViewController>(
+        QUrl(QStringLiteral("qrc:/Corvantis/Intake/DownloadView.qml")));
+    Storyboard::registerBundle(
+        QStringLiteral("Download"),
+        {download,
+         {{QStringLiteral("download"), download},
+          {QStringLiteral("wifi"), Storyboard::screen<WiFiScreenController>(
+                                       QUrl(QStringLiteral("qrc:/Corvantis/Intake/WiFiView.qml")))},
+          {QStringLiteral("dropbox"), Storyboard::screen<DropboxViewController>(QUrl(QStringLiteral(
+                                          "qrc:/Corvantis/Intake/DropboxView.qml")))}}});
 }

@@ -71,16 +71,21 @@ std::optional<QString> importOne(const QUrl& url, const QString& fileName, int& 
 
 }  // namespace
 
-void importDocuments(const QList<QUrl>& urls, MessagePresenter& presenter) {
+void importDocuments(const QList<QUrl>& urls, MessagePresenter& presenter,
+                     const std::function<void(int handled, int total)>& onFileHandled) {
     const int total = int(urls.size());
     int imported = 0;
     int replaced = 0;
+    int handled = 0;
     for (const QUrl& url : urls) {
         const QString fileName = url.fileName();
         if (const auto error = importOne(url, fileName, imported, replaced)) {
             presenter.presentMessage(
                 QStringLiteral("Error"),
                 QStringLiteral("Error handling file ") + fileName + QStringLiteral(": ") + *error);
+        }
+        if (onFileHandled) {
+            onFileHandled(++handled, total);
         }
     }
     QString message =

@@ -3,6 +3,7 @@
 #include <QList>
 #include <QString>
 #include <QUrl>
+#include <functional>
 
 // Shows a titled message with one "OK" button. The GUI stacks these as alerts,
 // each new one over the last; the command line prints them.
@@ -18,7 +19,10 @@ public:
 // An old file stays until its successor is written whole: a source that cannot
 // be read (missing, a directory, a FIFO) leaves it alone, and a source that is
 // that very file (picked from the music folder) is counted and left as it is.
-void importDocuments(const QList<QUrl>& urls, MessagePresenter& presenter);
+// `onFileHandled` hears how many files are through, for a progress display;
+// it and the presenter run on the calling thread, which may be a worker's.
+void importDocuments(const QList<QUrl>& urls, MessagePresenter& presenter,
+                     const std::function<void(int handled, int total)>& onFileHandled = {});
 
 // The picker was closed without a choice: one log line, nothing else.
 void documentPickerWasCancelled();

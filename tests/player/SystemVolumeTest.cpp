@@ -57,7 +57,7 @@ private:
 TEST(SystemVolume, WithoutASoundServerItStaysHidden) {
     QTemporaryDir nowhere;
     SystemVolume volume("unix:" + nowhere.filePath("native"));
-    spinEventLoop(200);
+    settle();
     EXPECT_FALSE(volume.isAvailable());
     // Setting it then is no error, and changes nothing.
     volume.setVolume(0.5);

@@ -199,7 +199,7 @@ TEST(RootNavigation, TheLibraryAreaShowsNothingUntilLinkedAndARefusalChangesNoth
     area.setLibrary(&library);
     area.loadViewIfNeeded();
     area.viewWillAppear(false);
-    spinEventLoop(20);
+    settle();
     EXPECT_EQ(area.visibleViewController(), nullptr);
     EXPECT_EQ(area.tabBar()->selectedItem(), nullptr);
     EXPECT_EQ(area.tabBar()->items()[1]->title(), Localization::text("artists").toUpper());
@@ -208,7 +208,7 @@ TEST(RootNavigation, TheLibraryAreaShowsNothingUntilLinkedAndARefusalChangesNoth
     area.didClickLinkLibrary();
     ASSERT_TRUE(source->pending);
     source->pending(MediaLibraryAuthorizationStatus::denied);
-    spinEventLoop(20);
+    settle();
     EXPECT_FALSE(area.isAuthorizationViewHidden());
     EXPECT_EQ(area.visibleViewController(), nullptr);
     EXPECT_EQ(area.presentedViewController(), nullptr) << "a refusal says nothing";
@@ -233,7 +233,7 @@ TEST(RootNavigation, TheLibraryAreaShowsNothingUntilLinkedAndARefusalChangesNoth
 
     // Linking again keeps the tab the user chose.
     area.showLinkedLibrary();
-    spinEventLoop(20);
+    settle();
     EXPECT_EQ(area.visibleViewController(), area.artistsViewController());
 }
 

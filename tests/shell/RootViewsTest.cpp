@@ -31,16 +31,17 @@ TEST(RootViews, AreasAndTabsSwitchByTapAndTheLibraryAsksFirst) {
     ASSERT_NE(ui.waitFor(Localization::text("menu")), nullptr);
     ASSERT_NE(ui.waitFor(upper("Artists")), nullptr);
     EXPECT_EQ(ui.window()->title(), Localization::text("clouds") + " — Corvantis");
-    ASSERT_NE(ui.waitFor("Tracks"), nullptr) << "the tracks list stands in the first tab";
+    ASSERT_NE(ui.waitFor(Localization::text("tracks")), nullptr)
+        << "the tracks list stands in the first tab";
     ui.screenshot("root-clouds");
 
     // The add button goes on the playlists tab and comes back elsewhere.
     ASSERT_TRUE(ui.isShown(Localization::text("add_music")));
     ui.tap(upper("playlists"));
-    ASSERT_NE(ui.waitFor("Playlists"), nullptr);
+    ASSERT_NE(ui.waitFor(Localization::text("playlists")), nullptr);
     EXPECT_TRUE(waitUntil([&] { return !ui.isShown(Localization::text("add_music")); }));
     ui.tap(upper("Albums"));
-    ASSERT_NE(ui.waitFor("Albums"), nullptr);
+    ASSERT_NE(ui.waitFor(Localization::text("albums")), nullptr);
     EXPECT_TRUE(ui.isShown(Localization::text("add_music")));
 
     // The library shows only its panel until the user allows access.
@@ -61,13 +62,13 @@ TEST(RootViews, AreasAndTabsSwitchByTapAndTheLibraryAsksFirst) {
     ASSERT_NE(ui.waitFor(Localization::text("library_access_keep")), nullptr);
     ui.tap(Localization::text("library_consent_allow"));
     EXPECT_TRUE(waitUntil([&] { return !ui.isShown(Localization::text("link_library_button")); }));
-    ASSERT_NE(ui.waitFor("Tracks"), nullptr);
+    ASSERT_NE(ui.waitFor(Localization::text("tracks")), nullptr);
     EXPECT_FALSE(ui.isShown(Localization::text("add_music")));
     ui.screenshot("root-library-linked");
 
     // Back to the clouds area: the albums tab it was left on.
     ui.tap(Localization::text("clouds"));
-    ASSERT_NE(ui.waitFor("Albums"), nullptr);
+    ASSERT_NE(ui.waitFor(Localization::text("albums")), nullptr);
 }
 
 TEST(RootViews, TheDrawerOpensByControlAndSwipeAndClosesByTapEscapeAndItsControl) {
@@ -108,7 +109,7 @@ TEST(RootViews, TheAddButtonOpensTheImportScreenFullScreen) {
     ui.launch();
     ASSERT_NE(ui.waitFor(Localization::text("add_music")), nullptr);
     ui.tap(Localization::text("add_music"));
-    ASSERT_NE(ui.waitFor("Download"), nullptr);
+    ASSERT_NE(ui.waitFor(Localization::text("download_title")), nullptr);
     ui.settle(400);
     ui.screenshot("root-import");
 }

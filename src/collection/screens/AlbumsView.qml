@@ -4,6 +4,8 @@ import Corvantis.Collection
 
 // Albums with their artist; a tap opens their tracks.
 SortableListPage {
+    Accessible.role: Accessible.Pane
+    Accessible.name: qsTrId("albums")
     id: view
     delegate: GroupCell {
         placeholder: "cd-90"

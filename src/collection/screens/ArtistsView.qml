@@ -4,6 +4,8 @@ import Corvantis.Collection
 
 // Artists; a tap opens their tracks.
 SortableListPage {
+    Accessible.role: Accessible.Pane
+    Accessible.name: qsTrId("artists")
     id: view
     delegate: GroupCell {
         placeholder: "person-90"

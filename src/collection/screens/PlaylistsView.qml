@@ -7,6 +7,8 @@ import Corvantis.Collection
 // Playlists: a tap plays one, its edit button opens it; the user's may be
 // deleted with a swipe (or the Delete key) and created with the button.
 FocusScope {
+    Accessible.role: Accessible.Pane
+    Accessible.name: qsTrId("playlists")
     id: view
     required property PlaylistViewController controller
 

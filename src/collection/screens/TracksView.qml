@@ -6,6 +6,8 @@ import Corvantis.Collection
 
 // Tracks as a list; for a playlist, a bar to play it, add to it and rename it.
 SortableListPage {
+    Accessible.role: Accessible.Pane
+    Accessible.name: qsTrId("tracks")
     id: view
     // The same screen with the Tracks screen's own members.
     readonly property var tracksController: controller

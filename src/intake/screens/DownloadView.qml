@@ -7,6 +7,8 @@ import Corvantis.Intake
 
 // The import screen: three large choices, one per road music comes in by.
 Rectangle {
+    Accessible.role: Accessible.Pane
+    Accessible.name: qsTrId("download_title")
     id: page
     required property DownloadViewController controller
     color: Theme.background

@@ -200,17 +200,6 @@ TEST(ListViews, ArtistsAndAlbumsFromFilesAndLibrary) {
     EXPECT_FALSE(ui.isShown(Localization::text("add_to_playlist"))) << "library rows add nothing";
     ui.settle();
     ui.screenshot("tracks-library");
-    tracks->navigationController()->dismissViewController(false);
-    ui.settle();
-
-    auto* playlists = screenOf<PlaylistViewController>("Playlists");
-    playlists->setMediaLibrary(true);
-    playlists->setMediaLibraryManager(&manager);
-    showInStack(playlists);
-    ASSERT_NE(ui.waitFor("Favourites", 15000), nullptr);
-    EXPECT_FALSE(ui.isShown(Localization::text("create_playlist")));
-    ui.settle();
-    ui.screenshot("playlists-library");
 }
 
 }  // namespace

@@ -276,7 +276,7 @@ TEST_F(BrowserTest, ButtonGoesThroughAWholeDownloadAndACancel) {
     otherCell.didClickDownload();
     EXPECT_EQ(otherCell.downloadState(), FileCell::DownloadState::toDownload);
     EXPECT_FALSE(browser->downloadAllButtonHidden());
-    spinEventLoop(200);
+    settle();
     EXPECT_EQ(otherCell.downloadState(), FileCell::DownloadState::toDownload);
     EXPECT_EQ(musicFolderContents(), (QStringList{"long.mp3"}));
 }

@@ -90,7 +90,7 @@ TEST(WiFiScreen, ServesWhileOpenKeepsTheMachineAwakeAndStopsOnBack) {
     EXPECT_EQ(first->pageAddress().isEmpty(), !label.startsWith("http://"));
     EXPECT_EQ(getBody(QUrl(QString("http://127.0.0.1:%1/files").arg(server->port()))),
               R"({"files":[]})");
-    spinEventLoop(100);
+    settle();
     EXPECT_FALSE(first->idleInhibitor().isInhibiting());
     first->didClickBack();
     EXPECT_EQ(root->presentedViewController(), nullptr);

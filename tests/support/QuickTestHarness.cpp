@@ -8,7 +8,9 @@
 #include <QQmlApplicationEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QRegularExpression>
 #include <QTest>
+#include <functional>
 
 #include "AppDelegate.h"
 #include "AppStyle.h"
@@ -31,7 +33,7 @@ bool effectivelyVisible(const QQuickItem* item) {
 
 // Depth first, children in reverse stacking order, so that what is drawn on
 // top is found first.
-QQuickItem* search(QQuickItem* item, const QString& name) {
+QQuickItem* search(QQuickItem* item, const std::function<bool(const QString&)>& matches) {
     if (item == nullptr || !item->isVisible() || item->opacity() <= 0.0) {
         return nullptr;
     }
@@ -39,11 +41,11 @@ QQuickItem* search(QQuickItem* item, const QString& name) {
     std::stable_sort(children.begin(), children.end(),
                      [](QQuickItem* a, QQuickItem* b) { return a->z() < b->z(); });
     for (qsizetype i = children.size() - 1; i >= 0; --i) {
-        if (QQuickItem* found = search(children[i], name)) {
+        if (QQuickItem* found = search(children[i], matches)) {
             return found;
         }
     }
-    if (QuickTestHarness::accessibleName(item) == name && effectivelyVisible(item)) {
+    if (matches(QuickTestHarness::accessibleName(item)) && effectivelyVisible(item)) {
         return item;
     }
     return nullptr;
@@ -51,7 +53,7 @@ QQuickItem* search(QQuickItem* item, const QString& name) {
 
 }  // namespace
 
-QuickTestHarness::QuickTestHarness() {
+QuickTestHarness::QuickTestHarness(Start start) {
     static bool registered = false;
     if (!registered) {
         Localization::install();
@@ -60,12 +62,24 @@ QuickTestHarness::QuickTestHarness() {
         registered = true;
     }
     m_engine = std::make_unique<QQmlApplicationEngine>();
-    AppDelegate::addModuleImportPath(*m_engine);
-    m_engine->load(QUrl(QStringLiteral("qrc:/Corvantis/Shell/Main.qml")));
-    if (m_engine->rootObjects().isEmpty()) {
-        ADD_FAILURE() << "the window could not be made";
-        return;
+    if (start == Start::application) {
+        m_delegate = std::make_unique<AppDelegate>();
+        if (!m_delegate->applicationDidFinishLaunching(*m_engine)) {
+            ADD_FAILURE() << "the application could not make its window";
+            return;
+        }
+    } else {
+        AppDelegate::addModuleImportPath(*m_engine);
+        m_engine->load(QUrl(QStringLiteral("qrc:/Corvantis/Shell/Main.qml")));
+        if (m_engine->rootObjects().isEmpty()) {
+            ADD_FAILURE() << "the window could not be made";
+            return;
+        }
     }
+    showWindow();
+}
+
+void QuickTestHarness::showWindow() {
     m_window = qobject_cast<QQuickWindow*>(m_engine->rootObjects().first());
     m_window->setGeometry(0, 0, 390, 844);
     m_window->show();
@@ -76,10 +90,18 @@ QuickTestHarness::QuickTestHarness() {
 }
 
 QString QuickTestHarness::accessibleName(const QQuickItem* item) {
+    return accessibleText(item, "name");
+}
+
+QString QuickTestHarness::accessibleDescription(const QQuickItem* item) {
+    return accessibleText(item, "description");
+}
+
+QString QuickTestHarness::accessibleText(const QQuickItem* item, const char* property) {
     // The Accessible attached object is a child of the item it describes.
     for (const QObject* child : item->children()) {
         if (qstrcmp(child->metaObject()->className(), "QQuickAccessibleAttached") == 0) {
-            return child->property("name").toString();
+            return child->property(property).toString();
         }
     }
     return {};
@@ -88,6 +110,7 @@ QString QuickTestHarness::accessibleName(const QQuickItem* item) {
 QuickTestHarness::~QuickTestHarness() {
     Navigation::shared().detachWindow();
     m_engine.reset();
+    m_delegate.reset();
     // Items the window let go of with destroy() are only deleted from the
     // event loop; without this their images would outlive the test.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
@@ -110,7 +133,19 @@ void QuickTestHarness::resize(int width, int height) {
 }
 
 QQuickItem* QuickTestHarness::find(const QString& name) const {
-    return m_window ? search(m_window->contentItem(), name) : nullptr;
+    return m_window ? search(m_window->contentItem(),
+                             [&](const QString& candidate) { return candidate == name; })
+                    : nullptr;
+}
+
+QQuickItem* QuickTestHarness::findMatching(const QRegularExpression& pattern) const {
+    const QRegularExpression whole(QRegularExpression::anchoredPattern(pattern.pattern()),
+                                   pattern.patternOptions());
+    return m_window ? search(m_window->contentItem(),
+                             [&](const QString& candidate) {
+                                 return !candidate.isEmpty() && whole.match(candidate).hasMatch();
+                             })
+                    : nullptr;
 }
 
 QQuickItem* QuickTestHarness::waitFor(const QString& name, int timeoutMs) const {
@@ -137,6 +172,10 @@ void QuickTestHarness::tap(const QString& name) {
 }
 
 void QuickTestHarness::tap(QQuickItem* item) {
+    // A control that slides in (a sheet from below) is tapped where it comes
+    // to rest, not outside the window on its way.
+    const QRectF inside(QPointF(0, 0), m_window->size());
+    waitUntil([&] { return inside.contains(centreOf(item)); }, 2000);
     tapAt(centreOf(item));
 }
 

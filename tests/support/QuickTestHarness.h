@@ -4,9 +4,11 @@
 #include <QString>
 #include <memory>
 
+class AppDelegate;
 class QQmlApplicationEngine;
 class QQuickItem;
 class QQuickWindow;
+class QRegularExpression;
 
 // The real application window, offscreen, for tests that use the screens the
 // way a person does: controls are found by their accessible names and driven
@@ -14,7 +16,15 @@ class QQuickWindow;
 // application registers it. Make one per test.
 class QuickTestHarness {
 public:
-    QuickTestHarness();
+    enum class Start {
+        // The window alone; launch() opens its first screen.
+        window,
+        // The application's own launch, as the executable runs it: the audio
+        // session, the first screen, then the remote commands.
+        application,
+    };
+
+    explicit QuickTestHarness(Start start = Start::window);
     ~QuickTestHarness();
 
     // Opens the window's first screen as the launch does ("Main" or "Tutorial").
@@ -31,6 +41,9 @@ public:
     QQuickItem* waitFor(const QString& name, int timeoutMs = 3000) const;
     // Whether a visible item with that name is on show.
     bool isShown(const QString& name) const;
+    // The first visible item whose whole Accessible.name matches `pattern`,
+    // for controls that carry what they show (an address, a count).
+    QQuickItem* findMatching(const QRegularExpression& pattern) const;
 
     // A press and release at the centre of the named control (or of `item`).
     void tap(const QString& name);
@@ -49,6 +62,8 @@ public:
     static QPointF centreOf(QQuickItem* item);
     // The Accessible.name an item carries; empty when it has none.
     static QString accessibleName(const QQuickItem* item);
+    // Its Accessible.description; empty when it has none.
+    static QString accessibleDescription(const QQuickItem* item);
 
     // Lets animations and queued work run for a while (event time, not a check).
     void settle(int ms = 400);
@@ -56,7 +71,11 @@ public:
     QString screenshot(const QString& name) const;
 
 private:
+    static QString accessibleText(const QQuickItem* item, const char* property);
+    void showWindow();
+
     std::unique_ptr<QQmlApplicationEngine> m_engine;
+    std::unique_ptr<AppDelegate> m_delegate;
     QQuickWindow* m_window = nullptr;
     qulonglong m_timestamp = 1000;
 };

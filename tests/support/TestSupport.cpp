@@ -76,3 +76,18 @@ ProcessRun runProcess(const QString& program, const QStringList& arguments, int 
             QString::fromUtf8(process.readAllStandardOutput()),
             QString::fromUtf8(process.readAllStandardError())};
 }
+
+PrivateBus::PrivateBus() {
+    m_daemon.start(QStringLiteral("dbus-daemon"),
+                   {QStringLiteral("--session"), QStringLiteral("--nofork"),
+                    QStringLiteral("--print-address=1")});
+    if (m_daemon.waitForStarted(5000) && waitUntil([&] { return m_daemon.canReadLine(); }, 5000)) {
+        address = QString::fromUtf8(m_daemon.readLine()).trimmed();
+        qputenv("DBUS_SESSION_BUS_ADDRESS", address.toUtf8());
+    }
+}
+
+PrivateBus::~PrivateBus() {
+    m_daemon.kill();
+    m_daemon.waitForFinished(2000);
+}

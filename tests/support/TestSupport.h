@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QProcess>
 #include <QProcessEnvironment>
 #include <QString>
 #include <QStringList>
@@ -34,3 +35,19 @@ struct ProcessRun {
 ProcessRun runProcess(
     const QString& program, const QStringList& arguments, int timeoutMs = 20000,
     const QProcessEnvironment& environment = QProcessEnvironment::systemEnvironment());
+
+// A session bus of this test's own, made before anything asks for the bus:
+// DBUS_SESSION_BUS_ADDRESS points at it while it lives. `address` stays empty
+// when no dbus-daemon could be started.
+class PrivateBus {
+public:
+    PrivateBus();
+    ~PrivateBus();
+    PrivateBus(const PrivateBus&) = delete;
+    PrivateBus& operator=(const PrivateBus&) = delete;
+
+    QString address;
+
+private:
+    QProcess m_daemon;
+};

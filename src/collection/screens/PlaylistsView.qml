@@ -50,8 +50,16 @@ FocusScope {
                 view.controller.didSelectRow(index)
             }
             onDeleteRequested: view.controller.commitDelete(index)
-            onPlaylistIdChanged: cell.setPlaylist(playlistId, name)
-            Component.onCompleted: cell.setPlaylist(playlistId, name)
+            // The roles arrive one by one, in no set order: the cell takes
+            // them together once both have landed, or it could keep an id
+            // with the name of the row before (or none).
+            property bool completed: false
+            function takePlaylist() { cell.setPlaylist(playlistId, name) }
+            onPlaylistIdChanged: if (completed) Qt.callLater(row.takePlaylist)
+            Component.onCompleted: {
+                completed = true
+                takePlaylist()
+            }
 
             PlaylistCell { id: cell }
 

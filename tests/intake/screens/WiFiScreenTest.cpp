@@ -36,27 +36,6 @@ public:
     uint next = 7;
 };
 
-// A session bus of this test's own, made before anything asks for the bus.
-class PrivateBus {
-public:
-    PrivateBus() {
-        m_daemon.start("dbus-daemon", {"--session", "--nofork", "--print-address=1"});
-        if (m_daemon.waitForStarted(5000) &&
-            waitUntil([&] { return m_daemon.canReadLine(); }, 5000)) {
-            address = QString::fromUtf8(m_daemon.readLine()).trimmed();
-            qputenv("DBUS_SESSION_BUS_ADDRESS", address.toUtf8());
-        }
-    }
-    ~PrivateBus() {
-        m_daemon.kill();
-        m_daemon.waitForFinished(2000);
-    }
-    QString address;
-
-private:
-    QProcess m_daemon;
-};
-
 QByteArray getBody(const QUrl& url) {
     QNetworkAccessManager network;
     QNetworkReply* reply = network.get(QNetworkRequest(url));

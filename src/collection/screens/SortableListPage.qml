@@ -56,6 +56,7 @@ FocusScope {
                         Math.min(rows.keptY, rows.originY + rows.contentHeight - rows.height))
                 }
             }
+            onCountChanged: if (count > 0 && FirstFrameReport.requested) FirstFrameReport.rowShown()
             Keys.onReturnPressed: page.controller.didSelectRow(currentIndex)
             Keys.onEnterPressed: page.controller.didSelectRow(currentIndex)
             Keys.onDeletePressed: {

@@ -24,6 +24,8 @@
 #include "FakeDropbox.h"
 #include "FakeServiceProcess.h"
 
+using Intake::Source;
+
 namespace {
 
 // Resident memory of this process now, in bytes.

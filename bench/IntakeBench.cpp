@@ -32,6 +32,8 @@
 #include "Navigation.h"
 #include "Storyboard.h"
 
+using Intake::Folder;
+
 namespace {
 
 constexpr int kDownloads = 20;

@@ -18,6 +18,8 @@
 #include "NotificationCenter.h"
 #include "PrintedMessages.h"
 
+using Intake::Status;
+
 namespace {
 
 // Runs the event loop until `done` holds, or `timeoutMs` passes (0: no limit).

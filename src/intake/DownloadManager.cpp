@@ -8,6 +8,9 @@
 #include "NotificationCenter.h"
 #include "UserDefaults.h"
 
+using Intake::Source;
+using Intake::Status;
+
 namespace {
 
 QString musicPath(const QString& name) {

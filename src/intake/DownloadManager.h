@@ -7,6 +7,8 @@
 
 #include "CloudFile.h"
 
+namespace Intake {
+
 // The state of one remote file as the screens see it.
 struct Status {
     enum class Kind { completed, downloading, unstarted };
@@ -19,6 +21,8 @@ struct Status {
     static Status unstarted() { return {}; }
     bool operator==(const Status& other) const = default;
 };
+
+}  // namespace Intake
 
 // The books of cloud downloads: what is on its way, what has arrived under
 // which name (kept across launches), and a notification for every change.
@@ -44,7 +48,7 @@ public:
 
     bool startDownload(const CloudFile& file);
     bool cancelDownload(const CloudFile& file);
-    Status downloadStatus(const CloudFile& file) const;
+    Intake::Status downloadStatus(const CloudFile& file) const;
     // Removes the stored file and, if it came from the cloud, its entry.
     // Nothing on success, else the file system's words.
     std::optional<QString> deleteDownloadedFile(const QString& fileName);

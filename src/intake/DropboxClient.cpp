@@ -13,6 +13,8 @@
 
 #include "MainQueue.h"
 
+using Intake::Metadata;
+
 Q_LOGGING_CATEGORY(lcDropbox, "corvantis.intake.cloud")
 
 namespace {

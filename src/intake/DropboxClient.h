@@ -34,6 +34,8 @@ struct DropboxEndpoints {
     static DropboxEndpoints fromEnvironment();
 };
 
+namespace Intake {
+
 // One entry of a listing page: a folder, or anything else, which counts as a file.
 struct Metadata {
     bool isFolder = false;
@@ -41,8 +43,10 @@ struct Metadata {
     std::optional<QString> pathLower;
 };
 
+}  // namespace Intake
+
 struct ListFolderResult {
-    std::vector<Metadata> entries;
+    std::vector<Intake::Metadata> entries;
     QString cursor;
     bool hasMore = false;
 };

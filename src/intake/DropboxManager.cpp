@@ -4,6 +4,10 @@
 #include "Log.h"
 #include "MainQueue.h"
 
+using Intake::Folder;
+using Intake::Metadata;
+using Intake::Source;
+
 namespace {
 
 QString unknownErrorText() {

@@ -38,7 +38,7 @@ public:
     // The whole folder at `path`: every page, then its folders and music files
     // (pages newest first, each in its own order). `entries` and `cursor` are
     // absent on the first call. The callback runs later, on the main thread.
-    void listFolder(const QString& path, std::optional<std::vector<Metadata>> entries,
+    void listFolder(const QString& path, std::optional<std::vector<Intake::Metadata>> entries,
                     std::optional<QString> cursor, ListHandler callback);
 
     void downloadFile(const CloudFile& file, const QString& destination, ProgressHandler onProgress,
@@ -54,7 +54,7 @@ private:
     };
 
     DropboxManager();
-    void listFolder(const QString& path, std::optional<std::vector<Metadata>> entries,
+    void listFolder(const QString& path, std::optional<std::vector<Intake::Metadata>> entries,
                     std::optional<QString> cursor, ListHandler callback,
                     std::shared_ptr<ListingWalk> walk);
     // Why the listing should stop before asking for the page after `page`, if it should.

@@ -2,6 +2,8 @@
 
 #include <array>
 
+using Intake::Group;
+
 namespace {
 
 struct Row {
@@ -114,7 +116,7 @@ constexpr std::array<std::pair<Group, const char*>, 5> groupNames{{
 
 }  // namespace
 
-QString rawValue(Group group) {
+QString Intake::rawValue(Group group) {
     for (const auto& [candidate, name] : groupNames) {
         if (candidate == group) {
             return QString::fromLatin1(name);
@@ -123,7 +125,7 @@ QString rawValue(Group group) {
     return {};
 }
 
-std::optional<Group> groupFromRawValue(const QString& value) {
+std::optional<Group> Intake::groupFromRawValue(const QString& value) {
     for (const auto& [group, name] : groupNames) {
         if (value == QLatin1String(name)) {
             return group;

@@ -6,6 +6,8 @@
 #include <optional>
 #include <string>
 
+namespace Intake {
+
 // Top-level media type; the raw values are the exact texts of the type.
 enum class Group { text, image, application, audio, video };
 
@@ -13,12 +15,14 @@ QString rawValue(Group group);
 // Raw values compare exactly: "Audio" is no group.
 std::optional<Group> groupFromRawValue(const QString& rawValue);
 
+}  // namespace Intake
+
 // A media type classified by a file name's extension. Only the cloud listing
 // asks for one (to keep music), so the table is small and its gaps are part of
 // the behaviour: wav, flac and aac are not music there.
 class MimeType {
 public:
-    MimeType(Group group, QString type) : m_group(group), m_type(std::move(type)) {}
+    MimeType(Intake::Group group, QString type) : m_group(group), m_type(std::move(type)) {}
 
     // All four look the extension up; an unknown or empty one gives defaultMimeType().
     static MimeType fromExtension(const QString& extension);
@@ -28,7 +32,7 @@ public:
     static MimeType fromPath(const std::string& path);
     static MimeType fromUrl(const QUrl& url);
 
-    Group group() const { return m_group; }
+    Intake::Group group() const { return m_group; }
     QString type() const { return m_type; }
     // "group/type", such as audio/mpeg.
     QString text() const;
@@ -36,7 +40,7 @@ public:
     bool operator==(const MimeType& other) const = default;
 
 private:
-    Group m_group;
+    Intake::Group m_group;
     QString m_type;
 };
 

@@ -15,7 +15,7 @@
 
 // The service's file at `path`, as a listing names it.
 inline CloudFile remoteFile(const QString& path) {
-    return {path.toLower(), path.section('/', -1), Source::dropbox};
+    return {path.toLower(), path.section('/', -1), Intake::Source::dropbox};
 }
 
 // The permission bits of the file at `path`; -1 when there is none.
@@ -56,7 +56,7 @@ protected:
     }
 
     std::optional<Result<std::vector<FileProtocol>>> list(
-        const QString& path, std::optional<std::vector<Metadata>> entries = std::nullopt,
+        const QString& path, std::optional<std::vector<Intake::Metadata>> entries = std::nullopt,
         std::optional<QString> cursor = std::nullopt) {
         std::optional<Result<std::vector<FileProtocol>>> result;
         DropboxManager::shared().listFolder(path, entries, cursor,

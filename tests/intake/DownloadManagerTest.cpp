@@ -5,6 +5,9 @@
 #include "NotificationCenter.h"
 #include "UserDefaults.h"
 
+using Intake::Source;
+using Intake::Status;
+
 namespace {
 
 // Every notification of the download books, in order, with its file.

@@ -8,6 +8,10 @@
 #include "Localization.h"
 #include "Log.h"
 
+using Intake::Folder;
+using Intake::Metadata;
+using Intake::Source;
+
 TEST(DropboxWire, PathsAreNormalisedAndHeaderJsonIsAscii) {
     EXPECT_EQ(dropboxWirePath("/"), "");
     EXPECT_EQ(dropboxWirePath("//"), "");

@@ -2,6 +2,9 @@
 
 #include "MimeType.h"
 
+using Intake::Group;
+using Intake::groupFromRawValue;
+
 TEST(MimeType, LookupIgnoresCaseAndFallsBackToOctetStreamAndGroupsCompareExactly) {
     const MimeType mp3 = MimeType::fromExtension("MP3");
     EXPECT_EQ(mp3.group(), Group::audio);

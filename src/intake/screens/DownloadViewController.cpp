@@ -18,6 +18,8 @@
 #include "ProgressHUD.h"
 #include "Storyboard.h"
 
+using Intake::Group;
+
 namespace {
 
 void openInSystemBrowser(const QUrl& url) {

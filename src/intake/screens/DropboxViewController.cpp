@@ -2,6 +2,8 @@
 
 #include "DropboxManager.h"
 
+using Intake::Folder;
+
 DropboxViewController::DropboxViewController(QObject* parent) : FileManagerViewController(parent) {}
 
 void DropboxViewController::loadFiles(const QString& path, ListCallback callback) {

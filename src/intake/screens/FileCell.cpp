@@ -5,6 +5,8 @@
 #include "DownloadManager.h"
 #include "NotificationCenter.h"
 
+using Intake::Status;
+
 FileCell::FileCell(QObject* parent) : QObject(parent) {
     NotificationCenter::defaultCenter().addObserver(
         DownloadManager::statusDidChangeNotification, this,

@@ -7,6 +7,9 @@
 #include "NotificationCenter.h"
 #include "ProgressHUD.h"
 
+using Intake::Folder;
+using Intake::Status;
+
 FileManagerViewController::FileManagerViewController(QObject* parent) : ViewController(parent) {
     NotificationCenter::defaultCenter().addObserver(
         DownloadManager::statusDidChangeNotification, this,

@@ -1,5 +1,7 @@
 #include "FolderCell.h"
 
+using Intake::Folder;
+
 void FolderCell::setFolder(const std::optional<Folder>& folder) {
     if (!folder) {
         return;

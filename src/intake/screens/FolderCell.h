@@ -17,14 +17,14 @@ public:
     explicit FolderCell(QObject* parent = nullptr) : QObject(parent) {}
 
     QString name() const { return m_name; }
-    const std::optional<Folder>& folder() const { return m_folder; }
+    const std::optional<Intake::Folder>& folder() const { return m_folder; }
     // The label follows a change of id or name; nothing leaves the row as it is.
-    void setFolder(const std::optional<Folder>& folder);
+    void setFolder(const std::optional<Intake::Folder>& folder);
 
 signals:
     void nameChanged();
 
 private:
-    std::optional<Folder> m_folder;
+    std::optional<Intake::Folder> m_folder;
     QString m_name;
 };

@@ -6,6 +6,9 @@
 #include "NotificationCenter.h"
 #include "ProgressHUD.h"
 
+using Intake::Folder;
+using Intake::Source;
+
 namespace {
 
 // A browser presented over a root screen, as the import screen shows it.

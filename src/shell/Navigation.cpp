@@ -224,6 +224,13 @@ void Navigation::dismiss(ViewController* controller, bool animated, Completion c
         qCWarning(lcNavigation) << "dismiss: the screen is not presented" << controller;
         return;
     }
+    if (m_dismissing.contains(presented)) {
+        qCDebug(lcNavigation) << "dismiss: already on its way out" << presented;
+        return;
+    }
+    m_dismissing.insert(presented);
+    connect(presented, &QObject::destroyed, this,
+            [this, presented] { m_dismissing.remove(presented); });
     // Whatever stands above goes with it, without its own animation.
     if (ViewController* above = presented->presentedViewController()) {
         dismiss(above, false, {});
@@ -234,8 +241,10 @@ void Navigation::dismiss(ViewController* controller, bool animated, Completion c
     if (covers && presenter) {
         presenter->viewWillAppear(animated);
     }
-    auto gone = [this, presenter = QPointer(presenter), presented = QPointer(presented), covers,
-                 animated, completion = std::move(completion)] {
+    auto gone = [this, presenter = QPointer(presenter), presented = QPointer(presented),
+                 leaving = static_cast<const ViewController*>(presented), covers, animated,
+                 completion = std::move(completion)] {
+        m_dismissing.remove(leaving);
         if (presented) {
             presented->viewDidDisappear(animated);
             presented->m_presentingViewController = nullptr;

@@ -5,6 +5,7 @@
 #include <QMarginsF>
 #include <QObject>
 #include <QPointer>
+#include <QSet>
 #include <QSizeF>
 #include <functional>
 
@@ -88,4 +89,7 @@ private:
     QMarginsF m_safeAreaInsets;
     int m_nextRequest = 1;
     QHash<int, Completion> m_pending;
+    // Screens on their way out: a second dismissal of one (a double tap on a
+    // close button) is refused rather than run twice.
+    QSet<const ViewController*> m_dismissing;
 };

@@ -150,3 +150,42 @@ TEST(Navigation, AlertChoosesOnceAndHandlersStillReadTheTextField) {
     EXPECT_EQ(heard, (QStringList{"Road trip\n2"})) << "one choice per alert";
     EXPECT_EQ(root->presentedViewController(), nullptr);
 }
+
+TEST(Navigation, ASecondDismissalWhileTheFirstRunsIsRefused) {
+    Navigation& navigation = Navigation::shared();
+    auto* root = new RecordingController;
+    navigation.makeKeyAndVisible(root);
+    navigation.attachWindow();
+    QSignalSpy requests(&navigation, &Navigation::dismissRequested);
+    // The window ends every presentation at once.
+    QObject::connect(&navigation, &Navigation::presentRequested, &navigation,
+                     [&](ViewController*, ViewController*, int, bool, int requestId) {
+                         navigation.transitionFinished(requestId);
+                     });
+    auto* sheet = new RecordingController;
+    root->presentViewController(sheet, false);
+    const auto finishAll = [&] {
+        for (const QList<QVariant>& request : std::as_const(requests)) {
+            navigation.transitionFinished(request.at(2).toInt());
+        }
+        requests.clear();
+    };
+    sheet->calls.clear();
+
+    int completions = 0;
+    sheet->dismissViewController(true, [&] { ++completions; });
+    sheet->dismissViewController(true, [&] { ++completions; });
+    EXPECT_EQ(requests.size(), 1) << "one animation out";
+    finishAll();
+    EXPECT_EQ(completions, 1);
+    EXPECT_EQ(sheet->calls, (QStringList{"willDisappear", "didDisappear"}));
+    EXPECT_EQ(root->presentedViewController(), nullptr);
+
+    // Once gone, a new sheet dismisses as usual.
+    auto* next = new RecordingController;
+    root->presentViewController(next, false);
+    next->dismissViewController(true, [&] { ++completions; });
+    finishAll();
+    EXPECT_EQ(completions, 2);
+    navigation.detachWindow();
+}

@@ -29,6 +29,7 @@ FocusScope {
         highlightMoveDuration: 0
         Accessible.role: Accessible.List
         ScrollBar.vertical: ScrollBar {}
+        ListPlace { list: rows }
         Keys.onReturnPressed: view.controller.didSelectRow(currentIndex)
         Keys.onEnterPressed: view.controller.didSelectRow(currentIndex)
         Keys.onDeletePressed: {
@@ -50,8 +51,12 @@ FocusScope {
                 view.controller.didSelectRow(index)
             }
             onDeleteRequested: view.controller.commitDelete(index)
-            onPlaylistIdChanged: cell.setPlaylist(playlistId, name)
-            Component.onCompleted: cell.setPlaylist(playlistId, name)
+            // The cell takes id and name together. The roles arrive one by
+            // one, in no fixed order: handed the id alone it would keep the
+            // name it had then (none, for a new row) as that id's name.
+            function takePlaylist() { cell.setPlaylist(playlistId, name) }
+            onPlaylistIdChanged: Qt.callLater(takePlaylist)
+            Component.onCompleted: takePlaylist()
 
             PlaylistCell { id: cell }
 

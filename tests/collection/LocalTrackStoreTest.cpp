@@ -6,6 +6,7 @@
 #include <QThreadPool>
 
 #include "AppDirectories.h"
+#include "BackgroundPool.h"
 #include "CollectionFixtures.h"
 #include "DirectoryListing.h"
 #include "LocalTrackStore.h"
@@ -178,7 +179,7 @@ TEST(Scans, DoNothingOnceTheStateIsGone) {
         // Gone while the workers read the tags. Every pool thread is held until
         // the state is gone, so no reading can finish (and answer at once)
         // while the scans' hops still run.
-        QThreadPool* pool = QThreadPool::globalInstance();
+        QThreadPool* pool = &BackgroundPool::shared();
         QSemaphore release;
         const int threads = pool->maxThreadCount();
         for (int i = 0; i < threads; ++i) {

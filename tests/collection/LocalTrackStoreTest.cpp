@@ -39,7 +39,7 @@ ScanResult runScan(const std::shared_ptr<TrackListState>& state, const Scan& sca
 }
 
 ScanResult scanNew(const std::shared_ptr<TrackListState>& state) {
-    return runScan(state, LocalTrackStore::scanNewTracks);
+    return runScan(state, [](auto weak, auto done) { LocalTrackStore::scanNewTracks(weak, done); });
 }
 
 ScanResult scanArtist(const std::shared_ptr<TrackListState>& state, const QString& name) {
@@ -92,6 +92,47 @@ TEST(IncrementalScan, EveryEntryBecomesATrackInListingOrder) {
         } else {
             EXPECT_EQ(track->title, "T" + track->fileName.mid(4).chopped(4));
         }
+    }
+}
+
+// A long read hands on its parts in order as they come, and all it read at
+// the end; a part answered with false ends the reading there.
+TEST(IncrementalScan, ReadingInPartsKeepsTheOrderAndStopsWhenAsked) {
+    QStringList names;
+    for (int i = 0; i < 10; ++i) {
+        names.append(QStringLiteral("part%1.wav").arg(i));
+        addMusicFile(names.last(), {.title = QStringLiteral("P%1").arg(i)});
+    }
+    names.insert(4, "gone.wav");
+    const QString directory = downloadedMusicDirectory();
+    for (const bool stop : {false, true}) {
+        QList<QList<TrackPtr>> parts;
+        std::optional<QList<TrackPtr>> all;
+        LocalTrackStore::readTracksInParts(
+            directory, names, 3,
+            [&](const QList<TrackPtr>& part) {
+                parts.append(part);
+                return !stop;
+            },
+            [&](QList<TrackPtr> tracks) { all = tracks; });
+        if (stop) {
+            EXPECT_TRUE(settle());
+            EXPECT_EQ(parts.size(), 1);
+            EXPECT_FALSE(all.has_value());
+            continue;
+        }
+        ASSERT_TRUE(waitUntil([&] { return all.has_value(); }));
+        ASSERT_EQ(all->size(), names.size());
+        EXPECT_EQ(all->at(4), nullptr);
+        all->removeAll(nullptr);
+        QList<TrackPtr> joined;
+        for (const QList<TrackPtr>& part : std::as_const(parts)) {
+            EXPECT_LE(part.size(), 3);
+            joined.append(part);
+        }
+        EXPECT_EQ(joined, *all);
+        EXPECT_EQ(fileNamesOf(joined).first(), "part0.wav");
+        EXPECT_EQ(fileNamesOf(joined).last(), "part9.wav");
     }
 }
 

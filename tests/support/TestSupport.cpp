@@ -31,8 +31,8 @@ bool waitUntil(const std::function<bool()>& condition, int timeoutMs) {
 
 bool settle(int timeoutMs) {
     QDeadlineTimer deadline(timeoutMs);
-    const std::array<QThreadPool*, 2> pools{QThreadPool::globalInstance(),
-                                            &BackgroundPool::shared()};
+    const std::array<QThreadPool*, 3> pools{QThreadPool::globalInstance(),
+                                            &BackgroundPool::shared(), &BackgroundPool::bulk()};
     for (;;) {
         for (QThreadPool* pool : pools) {
             if (!pool->waitForDone(int(deadline.remainingTime()))) {

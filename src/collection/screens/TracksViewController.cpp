@@ -278,7 +278,7 @@ void TracksViewController::startThumbnailPass(const QList<TrackPtr>& tracks) {
     QPointer<TracksViewController> self(this);
     // The pass works through the list in place: it lives until the pass ends.
     auto pending = std::make_shared<QList<TrackPtr>>(tracks);
-    QtConcurrent::map(&BackgroundPool::shared(), *pending, [](const TrackPtr& track) {
+    QtConcurrent::map(&BackgroundPool::bulk(), *pending, [](const TrackPtr& track) {
         ThumbnailCache::shared().load(track);
     }).then(QCoreApplication::instance(), [self, pending] {
         if (self) {

@@ -6,6 +6,7 @@
 #include <QtConcurrent>
 
 #include "AppDirectories.h"
+#include "BackgroundPool.h"
 #include "DirectoryListing.h"
 #include "Log.h"
 #include "MainQueue.h"
@@ -15,6 +16,9 @@
 namespace LocalTrackStore {
 
 namespace {
+
+// Names read per part by a scan that hands its tracks on as it goes.
+constexpr qsizetype kScanPartSize = 1024;
 
 // The screen's copy of its playlist follows the store, and goes when the
 // store's entry went.
@@ -51,13 +55,14 @@ void scanMatching(std::weak_ptr<TrackListState> weakState, const QString& name,
             TrackPtr track;
         };
         auto future =
-            QtConcurrent::mapped(listing.names, [directory, name, field](const QString& fileName) {
-                const TrackPtr probe = Track::fromFile(fileName, directory);
-                if (!probe || !sameText((*probe).*field, name)) {
-                    return Result{};
-                }
-                return Result{true, Track::fromFile(fileName, directory)};
-            });
+            QtConcurrent::mapped(&BackgroundPool::shared(), listing.names,
+                                 [directory, name, field](const QString& fileName) {
+                                     const TrackPtr probe = Track::fromFile(fileName, directory);
+                                     if (!probe || !sameText((*probe).*field, name)) {
+                                         return Result{};
+                                     }
+                                     return Result{true, Track::fromFile(fileName, directory)};
+                                 });
         future.then(QCoreApplication::instance(),
                     [weakState, names = listing.names, completion](QFuture<Result> done) {
                         if (weakState.expired()) {
@@ -80,6 +85,37 @@ void scanMatching(std::weak_ptr<TrackListState> weakState, const QString& name,
     });
 }
 
+struct PartedRead {
+    QString directory;
+    QStringList names;
+    qsizetype partSize = 0;
+    qsizetype next = 0;
+    QList<TrackPtr> read;
+    PartHandler part;
+    std::function<void(QList<TrackPtr>)> done;
+};
+
+// One part on the pool at a time; each hop back to the main thread hands its
+// tracks on and starts the next. The first part is small, for a quick start.
+void readNextPart(const std::shared_ptr<PartedRead>& run) {
+    if (run->next >= run->names.size()) {
+        run->done(std::move(run->read));
+        return;
+    }
+    constexpr qsizetype kFirstPart = 128;
+    const qsizetype size = run->next == 0 ? std::min(run->partSize, kFirstPart) : run->partSize;
+    const QStringList names = run->names.mid(run->next, size);
+    run->next += names.size();
+    readTracks(run->directory, names, [run](QList<TrackPtr> tracks) {
+        run->read.append(tracks);
+        tracks.removeAll(nullptr);
+        if (run->part && !run->part(tracks)) {
+            return;
+        }
+        readNextPart(run);
+    });
+}
+
 }  // namespace
 
 void readTracks(const QString& directory, const QStringList& names,
@@ -88,11 +124,23 @@ void readTracks(const QString& directory, const QStringList& names,
         done({});
         return;
     }
-    QtConcurrent::mapped(names, [directory](const QString& name) {
+    QtConcurrent::mapped(&BackgroundPool::shared(), names, [directory](const QString& name) {
         return Track::fromFile(name, directory);
     }).then(QCoreApplication::instance(), [done = std::move(done)](QFuture<TrackPtr> future) {
         done(future.results());
     });
+}
+
+void readTracksInParts(const QString& directory, const QStringList& names, qsizetype partSize,
+                       PartHandler part, std::function<void(QList<TrackPtr>)> done) {
+    auto run = std::make_shared<PartedRead>();
+    run->directory = directory;
+    run->names = names;
+    run->partSize = std::max<qsizetype>(1, partSize);
+    run->part = std::move(part);
+    run->done = std::move(done);
+    run->read.reserve(names.size());
+    readNextPart(run);
 }
 
 void readMusicDirectory(std::function<void(std::optional<QList<TrackPtr>>)> done) {
@@ -108,8 +156,9 @@ void readMusicDirectory(std::function<void(std::optional<QList<TrackPtr>>)> done
     });
 }
 
-void scanNewTracks(std::weak_ptr<TrackListState> weakState, ScanCompletion completion) {
-    MainQueue::async([weakState, completion = std::move(completion)] {
+void scanNewTracks(std::weak_ptr<TrackListState> weakState, ScanCompletion completion,
+                   ScanBatch batch) {
+    MainQueue::async([weakState, completion = std::move(completion), batch = std::move(batch)] {
         const std::shared_ptr<TrackListState> state = weakState.lock();
         if (!state) {
             return;
@@ -139,13 +188,30 @@ void scanNewTracks(std::weak_ptr<TrackListState> weakState, ScanCompletion compl
             }
             fresh.append(name);
         }
-        readTracks(directory, fresh, [weakState, completion](QList<TrackPtr> tracks) {
+        auto finish = [weakState, completion](QList<TrackPtr> tracks) {
             if (weakState.expired()) {
                 return;
             }
             tracks.removeAll(nullptr);
             completion(tracks, {});
-        });
+        };
+        if (!batch || fresh.size() <= kScanPartSize) {
+            readTracks(directory, fresh, std::move(finish));
+            return;
+        }
+        readTracksInParts(
+            directory, fresh, kScanPartSize,
+            [weakState, batch](const QList<TrackPtr>& tracks) {
+                // A screen that went stops the reading.
+                if (weakState.expired()) {
+                    return false;
+                }
+                if (!tracks.isEmpty()) {
+                    batch(tracks);
+                }
+                return true;
+            },
+            std::move(finish));
     });
 }
 

@@ -18,10 +18,15 @@ namespace LocalTrackStore {
 
 // New tracks, and a second list that is always empty.
 using ScanCompletion = std::function<void(QList<TrackPtr>, QList<TrackPtr>)>;
+// Tracks read so far, handed on while a long scan goes on (main thread).
+using ScanBatch = std::function<void(const QList<TrackPtr>&)>;
 
 // The incremental scan: drops tracks whose file is gone from `items` and hands
 // on tracks for the names not yet in it (filtered by the playlist, if any).
-void scanNewTracks(std::weak_ptr<TrackListState> state, ScanCompletion completion);
+// When `batch` is given, the new tracks also reach it in listing order, a
+// part at a time as they are read, before the completion hands on them all.
+void scanNewTracks(std::weak_ptr<TrackListState> state, ScanCompletion completion,
+                   ScanBatch batch = {});
 
 // The full scans of one artist or album: `items` is emptied and every file
 // whose tag text equals the name (exactly) becomes a fresh track.
@@ -40,5 +45,13 @@ void readMusicDirectory(std::function<void(std::optional<QList<TrackPtr>>)> done
 // the main thread.
 void readTracks(const QString& directory, const QStringList& names,
                 std::function<void(QList<TrackPtr>)> done);
+
+// The same, read in parts of at most `partSize` names, each part handed to
+// `part` (nullptr dropped) on the main thread as soon as it is read; `part`
+// answers false to stop the reading, and `done` is then not called. The
+// first part is small so that a caller has something to show early.
+using PartHandler = std::function<bool(const QList<TrackPtr>&)>;
+void readTracksInParts(const QString& directory, const QStringList& names, qsizetype partSize,
+                       PartHandler part, std::function<void(QList<TrackPtr>)> done);
 
 }  // namespace LocalTrackStore

@@ -89,13 +89,13 @@ public:
     // Every change of `items` is followed by a refilter.
     void setItems(QList<T> items) {
         m_items = std::move(items);
-        m_searchEnds.clear();
+        itemsChanged();
         refilter();
     }
     template <typename Change>
     void changeItems(Change&& change) {
         change(m_items);
-        m_searchEnds.clear();
+        itemsChanged();
         refilter();
     }
 
@@ -173,6 +173,7 @@ public:
                 sortItems();
                 refilter();
                 std::reverse(m_items.begin(), m_items.end());
+                itemsChanged();
                 refilter();
                 m_sortType = SORT_TYPE::ASC;
                 showAllItems(button);
@@ -187,6 +188,7 @@ public:
                 m_sortType = SORT_TYPE::NORMAL;
                 if constexpr (std::is_same_v<T, TrackPtr>) {
                     m_items = sortedByTrackNumber(m_items);
+                    itemsChanged();
                     refilter();
                 }
                 m_highlightedButton = button;
@@ -198,6 +200,10 @@ public:
     virtual QList<T> normalItems() const { return m_items; }
 
 protected:
+    // Counts the changes of `items`, so that what is worked out from them
+    // can be kept until the next.
+    quint64 itemsVersion() const { return m_itemsVersion; }
+
     void reloadSection0() {
         if (reloadSection) {
             reloadSection();
@@ -216,7 +222,12 @@ private:
 
     void sortItems() {
         sortByOrder(m_items);
+        itemsChanged();
+    }
+
+    void itemsChanged() {
         m_searchEnds.clear();
+        ++m_itemsVersion;
     }
 
     // An active search is thrown away on the screen, though the text stays.
@@ -237,6 +248,7 @@ private:
     // Every element's search field, lower-cased, end to end; where each ends.
     QString m_searchCache;
     QList<qsizetype> m_searchEnds;
+    quint64 m_itemsVersion = 0;
 };
 
 // The list of the Tracks screen: under NORMAL it shows library tracks by track
@@ -245,9 +257,21 @@ class TrackSortableList : public SortableList<TrackPtr> {
 public:
     bool mediaLibrary = false;
 
+    // Worked out once per change of `items`: clearing a search shows it
+    // again, and sorting a large folder at each keystroke is felt.
     QList<TrackPtr> normalItems() const override {
-        return mediaLibrary ? sortedByTrackNumber(items()) : sortedByFileName(items());
+        if (!m_normal || m_normalVersion != itemsVersion() || m_normalForLibrary != mediaLibrary) {
+            m_normal = mediaLibrary ? sortedByTrackNumber(items()) : sortedByFileName(items());
+            m_normalVersion = itemsVersion();
+            m_normalForLibrary = mediaLibrary;
+        }
+        return *m_normal;
     }
+
+private:
+    mutable std::optional<QList<TrackPtr>> m_normal;
+    mutable quint64 m_normalVersion = 0;
+    mutable bool m_normalForLibrary = false;
 };
 
 using AlbumSortableList = SortableList<Album>;

@@ -6,6 +6,7 @@
 #include <QThreadPool>
 
 #include "AppDirectories.h"
+#include "BackgroundPool.h"
 #include "CollectionFixtures.h"
 #include "DirectoryListing.h"
 #include "LocalTrackStore.h"
@@ -38,7 +39,7 @@ ScanResult runScan(const std::shared_ptr<TrackListState>& state, const Scan& sca
 }
 
 ScanResult scanNew(const std::shared_ptr<TrackListState>& state) {
-    return runScan(state, LocalTrackStore::scanNewTracks);
+    return runScan(state, [](auto weak, auto done) { LocalTrackStore::scanNewTracks(weak, done); });
 }
 
 ScanResult scanArtist(const std::shared_ptr<TrackListState>& state, const QString& name) {
@@ -91,6 +92,47 @@ TEST(IncrementalScan, EveryEntryBecomesATrackInListingOrder) {
         } else {
             EXPECT_EQ(track->title, "T" + track->fileName.mid(4).chopped(4));
         }
+    }
+}
+
+// A long read hands on its parts in order as they come, and all it read at
+// the end; a part answered with false ends the reading there.
+TEST(IncrementalScan, ReadingInPartsKeepsTheOrderAndStopsWhenAsked) {
+    QStringList names;
+    for (int i = 0; i < 10; ++i) {
+        names.append(QStringLiteral("part%1.wav").arg(i));
+        addMusicFile(names.last(), {.title = QStringLiteral("P%1").arg(i)});
+    }
+    names.insert(4, "gone.wav");
+    const QString directory = downloadedMusicDirectory();
+    for (const bool stop : {false, true}) {
+        QList<QList<TrackPtr>> parts;
+        std::optional<QList<TrackPtr>> all;
+        LocalTrackStore::readTracksInParts(
+            directory, names, 3,
+            [&](const QList<TrackPtr>& part) {
+                parts.append(part);
+                return !stop;
+            },
+            [&](QList<TrackPtr> tracks) { all = tracks; });
+        if (stop) {
+            EXPECT_TRUE(settle());
+            EXPECT_EQ(parts.size(), 1);
+            EXPECT_FALSE(all.has_value());
+            continue;
+        }
+        ASSERT_TRUE(waitUntil([&] { return all.has_value(); }));
+        ASSERT_EQ(all->size(), names.size());
+        EXPECT_EQ(all->at(4), nullptr);
+        all->removeAll(nullptr);
+        QList<TrackPtr> joined;
+        for (const QList<TrackPtr>& part : std::as_const(parts)) {
+            EXPECT_LE(part.size(), 3);
+            joined.append(part);
+        }
+        EXPECT_EQ(joined, *all);
+        EXPECT_EQ(fileNamesOf(joined).first(), "part0.wav");
+        EXPECT_EQ(fileNamesOf(joined).last(), "part9.wav");
     }
 }
 
@@ -178,7 +220,7 @@ TEST(Scans, DoNothingOnceTheStateIsGone) {
         // Gone while the workers read the tags. Every pool thread is held until
         // the state is gone, so no reading can finish (and answer at once)
         // while the scans' hops still run.
-        QThreadPool* pool = QThreadPool::globalInstance();
+        QThreadPool* pool = &BackgroundPool::shared();
         QSemaphore release;
         const int threads = pool->maxThreadCount();
         for (int i = 0; i < threads; ++i) {

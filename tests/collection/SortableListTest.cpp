@@ -118,6 +118,19 @@ TEST(SortableList, SearchComparesBeforeReloading) {
     EXPECT_EQ(observed.reloads, reloads);
 }
 
+// The search keeps each title lower-cased by position; a button that moves
+// the items must not leave it matching one item by another's title.
+TEST(SortableList, SearchAfterASortMatchesTheItemsWhereTheyNowStand) {
+    for (const SortButton button : {SortButton::asc, SortButton::normal}) {
+        TrackSortableList list;
+        list.setItems({numbered("ab", 2), numbered("cd", 1)});
+        list.didChange(QString("a"));
+        list.didClickSort(button);
+        list.didChange(QString("a"));
+        EXPECT_EQ(titles(list.filteredItems()), QStringList{"ab"}) << int(button);
+    }
+}
+
 TEST(SortableList, DescendingAfterReappearingShowsItemsReversed) {
     TrackSortableList list;
     list.setItems({makeTrack("a"), makeTrack("b"), makeTrack("c")});

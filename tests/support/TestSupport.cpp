@@ -10,8 +10,11 @@
 #include <QProcess>
 #include <QThread>
 #include <QThreadPool>
+#include <algorithm>
+#include <array>
 #include <memory>
 
+#include "BackgroundPool.h"
 #include "MainQueue.h"
 
 bool waitUntil(const std::function<bool()>& condition, int timeoutMs) {
@@ -28,10 +31,13 @@ bool waitUntil(const std::function<bool()>& condition, int timeoutMs) {
 
 bool settle(int timeoutMs) {
     QDeadlineTimer deadline(timeoutMs);
-    QThreadPool* pool = QThreadPool::globalInstance();
+    const std::array<QThreadPool*, 3> pools{QThreadPool::globalInstance(),
+                                            &BackgroundPool::shared(), &BackgroundPool::bulk()};
     for (;;) {
-        if (!pool->waitForDone(int(deadline.remainingTime()))) {
-            return false;
+        for (QThreadPool* pool : pools) {
+            if (!pool->waitForDone(int(deadline.remainingTime()))) {
+                return false;
+            }
         }
         // The main queue runs in order: once this has run, so has all before it.
         auto reached = std::make_shared<bool>(false);
@@ -39,7 +45,8 @@ bool settle(int timeoutMs) {
         if (!waitUntil([&] { return *reached; }, int(deadline.remainingTime()))) {
             return false;
         }
-        if (pool->activeThreadCount() == 0) {
+        if (std::all_of(pools.cbegin(), pools.cend(),
+                        [](QThreadPool* pool) { return pool->activeThreadCount() == 0; })) {
             return true;
         }
     }

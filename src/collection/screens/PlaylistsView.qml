@@ -29,6 +29,7 @@ FocusScope {
         highlightMoveDuration: 0
         Accessible.role: Accessible.List
         ScrollBar.vertical: ScrollBar {}
+        ListPlace { list: rows }
         Keys.onReturnPressed: view.controller.didSelectRow(currentIndex)
         Keys.onEnterPressed: view.controller.didSelectRow(currentIndex)
         Keys.onDeletePressed: {
@@ -50,16 +51,12 @@ FocusScope {
                 view.controller.didSelectRow(index)
             }
             onDeleteRequested: view.controller.commitDelete(index)
-            // The roles arrive one by one, in no set order: the cell takes
-            // them together once both have landed, or it could keep an id
-            // with the name of the row before (or none).
-            property bool completed: false
+            // The cell takes id and name together. The roles arrive one by
+            // one, in no fixed order: handed the id alone it would keep the
+            // name it had then (none, for a new row) as that id's name.
             function takePlaylist() { cell.setPlaylist(playlistId, name) }
-            onPlaylistIdChanged: if (completed) Qt.callLater(row.takePlaylist)
-            Component.onCompleted: {
-                completed = true
-                takePlaylist()
-            }
+            onPlaylistIdChanged: Qt.callLater(takePlaylist)
+            Component.onCompleted: takePlaylist()
 
             PlaylistCell { id: cell }
 

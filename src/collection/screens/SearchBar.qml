@@ -69,7 +69,10 @@ Rectangle {
             }
         }
 
-        RowLayout {
+        // Three equal thirds: a layout would widen each button by its text,
+        // which leaves the gaps between the labels uneven.
+        Row {
+            id: sortRow
             Layout.fillWidth: true
             spacing: 4
             Repeater {
@@ -80,7 +83,7 @@ Rectangle {
                     required property int index
                     required property string modelData
                     readonly property bool active: bar.controller.activeSortButton === index
-                    Layout.fillWidth: true
+                    width: (sortRow.width - 2 * sortRow.spacing) / 3
                     implicitHeight: Theme.touchTarget
                     focusPolicy: Qt.StrongFocus
                     Accessible.role: Accessible.Button

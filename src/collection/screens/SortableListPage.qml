@@ -44,18 +44,13 @@ FocusScope {
             keyNavigationEnabled: true
             highlightMoveDuration: 0
             cacheBuffer: 720
+            // A search or a sort resets the rows: the rows on show are
+            // refilled rather than made anew at each keystroke.
+            reuseItems: true
             Accessible.role: Accessible.List
             ScrollBar.vertical: ScrollBar {}
 
-            property real keptY: 0
-            Connections {
-                target: page.controller.model
-                function onModelAboutToBeReset() { rows.keptY = rows.contentY }
-                function onModelReset() {
-                    rows.contentY = Math.max(rows.originY,
-                        Math.min(rows.keptY, rows.originY + rows.contentHeight - rows.height))
-                }
-            }
+            ListPlace { list: rows }
             onCountChanged: if (count > 0 && FirstFrameReport.requested) FirstFrameReport.rowShown()
             Keys.onReturnPressed: page.controller.didSelectRow(currentIndex)
             Keys.onEnterPressed: page.controller.didSelectRow(currentIndex)

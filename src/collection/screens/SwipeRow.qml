@@ -11,6 +11,8 @@ SwipeDelegate {
 
     padding: 0
     swipe.enabled: deletable
+    // A row taken back for reuse comes back closed.
+    ListView.onPooled: swipe.close()
     focusPolicy: Qt.NoFocus
     Accessible.role: Accessible.ListItem
 

@@ -5,6 +5,7 @@
 #include <QtConcurrent>
 
 #include "AlertController.h"
+#include "BackgroundPool.h"
 #include "DownloadManager.h"
 #include "LocalTrackStore.h"
 #include "Localization.h"
@@ -181,16 +182,20 @@ void TracksViewController::loadTracks() {
     m_state->items = items();
     std::weak_ptr<TrackListState> weakState = m_state;
     QPointer<TracksViewController> self(this);
+    m_scanned.clear();
+    m_scannedShown = 0;
     auto completion = [self](QList<TrackPtr> tracks, QList<TrackPtr>) {
         if (!self) {
             return;
         }
-        // The scan may have dropped tracks whose file went, or emptied the
-        // list for a fresh artist or album scan.
-        const QList<TrackPtr>& scanned = self->m_state->items;
-        if (scanned.size() != self->items().size() ||
-            !std::equal(scanned.cbegin(), scanned.cend(), self->items().cbegin())) {
-            self->list().setItems(scanned);
+        self->m_scanned.clear();
+        self->m_scannedShown = 0;
+        // The scan may have dropped tracks whose file went, emptied the list
+        // for a fresh artist or album scan, or shown its parts as it went.
+        const QList<TrackPtr>& kept = self->m_state->items;
+        if (kept.size() != self->items().size() ||
+            !std::equal(kept.cbegin(), kept.cend(), self->items().cbegin())) {
+            self->list().setItems(kept);
         }
         self->finishLoading(tracks);
     };
@@ -199,8 +204,29 @@ void TracksViewController::loadTracks() {
     } else if (m_album) {
         LocalTrackStore::scanTracksForAlbum(weakState, m_album->name, completion);
     } else {
-        LocalTrackStore::scanNewTracks(weakState, completion);
+        LocalTrackStore::scanNewTracks(weakState, completion, [self](const QList<TrackPtr>& part) {
+            if (self) {
+                self->showScanPart(part);
+            }
+        });
     }
+}
+
+// The rows of a long scan as it goes, in the order the load will give them.
+// Until it ends, `items` is the tracks kept from before plus those read so
+// far; the completion puts back the kept ones before adding all it read.
+void TracksViewController::showScanPart(const QList<TrackPtr>& tracks) {
+    m_scanned.append(tracks);
+    // Shown again only when the rows read have doubled: a handful of resets
+    // over a whole folder, however large.
+    if (m_scannedShown > 0 && m_scanned.size() < 2 * m_scannedShown) {
+        return;
+    }
+    m_scannedShown = m_scanned.size();
+    QList<TrackPtr> shown = m_state->items + m_scanned;
+    sortByOrder(shown);
+    std::reverse(shown.begin(), shown.end());
+    list().setItems(std::move(shown));
 }
 
 void TracksViewController::finishLoading(const QList<TrackPtr>& tracks) {
@@ -252,7 +278,7 @@ void TracksViewController::startThumbnailPass(const QList<TrackPtr>& tracks) {
     QPointer<TracksViewController> self(this);
     // The pass works through the list in place: it lives until the pass ends.
     auto pending = std::make_shared<QList<TrackPtr>>(tracks);
-    QtConcurrent::map(QThreadPool::globalInstance(), *pending, [](const TrackPtr& track) {
+    QtConcurrent::map(&BackgroundPool::bulk(), *pending, [](const TrackPtr& track) {
         ThumbnailCache::shared().load(track);
     }).then(QCoreApplication::instance(), [self, pending] {
         if (self) {

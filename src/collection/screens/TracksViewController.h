@@ -82,6 +82,7 @@ private:
     void createPlaylist(const TrackPtr& track);
     void setLoadingTracks(bool loading);
     void startThumbnailPass(const QList<TrackPtr>& tracks);
+    void showScanPart(const QList<TrackPtr>& tracks);
     void presentPlayer();
     void play(int index, const QList<TrackPtr>& queue);
     void dropStaleNames();
@@ -94,6 +95,10 @@ private:
     bool m_loadingTracks = false;
     bool m_pendingReload = false;
     bool m_playlistControlsVisible = false;
+    // The tracks a long scan has read so far, and how many of them the rows
+    // show: the rows follow the scan before it ends.
+    QList<TrackPtr> m_scanned;
+    qsizetype m_scannedShown = 0;
     MediaLibraryManager* m_library = nullptr;
     PlaybackManager* m_playback = nullptr;
 };

@@ -1,0 +1,16 @@
+#pragma once
+
+class QThreadPool;
+
+// The threads the collection's long work runs on. Kept apart from Qt's global
+// pool on purpose: the raster paint engine and image conversions share their
+// work out over the global pool and wait for it on the main thread, so a scan
+// that filled that pool would hold up every frame drawn until the scan ended.
+namespace BackgroundPool {
+// What a screen waits for: the tags a scan reads.
+QThreadPool& shared();
+// Passes over a whole list that nobody waits for (covers of every row). A
+// pass keeps its threads until it ends, so it gets a thread of its own
+// rather than holding up the next scan behind thousands of covers.
+QThreadPool& bulk();
+}  // namespace BackgroundPool

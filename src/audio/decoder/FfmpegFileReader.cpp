@@ -60,12 +60,25 @@ FfmpegFileReader::~FfmpegFileReader() {
     av_channel_layout_uninit(&m_converterLayout);
 }
 
-bool FfmpegFileReader::open(QString* error) {
+bool FfmpegFileReader::open(std::optional<ffmpeg::AudioInput> probed, QString* error) {
     av_channel_layout_uninit(&m_converterLayout);
     m_converter.reset();
     m_decoder.reset();
-    m_input = openInput(m_properties.path, error);
+    if (probed && probed->atStart) {
+        m_input = std::move(probed);
+    } else {
+        m_input = openInput(m_properties.path, error);
+    }
     if (!m_input) {
+        return false;
+    }
+    if (m_input->device != m_properties.device || m_input->inode != m_properties.inode) {
+        // Another file under the same name: its frames would not be the ones
+        // the length and every position were measured in.
+        if (error) {
+            *error = QStringLiteral("The file was replaced after it was opened");
+        }
+        m_input.reset();
         return false;
     }
     const AVStream* stream = m_input->stream();
@@ -104,7 +117,7 @@ void FfmpegFileReader::resetDecoding() {
 
 bool FfmpegFileReader::restart() {
     QString error;
-    if (!open(&error)) {
+    if (!open(std::nullopt, &error)) {
         qCWarning(lcDecode) << "cannot reopen" << m_properties.path << ":" << error;
         m_failed = true;
         return false;

@@ -3,12 +3,19 @@
 #include <optional>
 #include <vector>
 
+#include "AudioDecoder.h"
 #include "AudioFile.h"
 #include "FfmpegInput.h"
 
 extern "C" {
 #include <libavutil/channel_layout.h>
 }
+
+// A probed file's demuxer, kept for the first reader; empty when probing it
+// read it to its end.
+struct FfmpegProbedFile final : ProbedFile {
+    std::optional<ffmpeg::AudioInput> input;
+};
 
 // Sample-exact decoding of one file: frames are placed by the stream's own
 // timestamps after a jump, and counted from there on.
@@ -19,7 +26,9 @@ public:
     FfmpegFileReader(const FfmpegFileReader&) = delete;
     FfmpegFileReader& operator=(const FfmpegFileReader&) = delete;
 
-    bool open(QString* error);
+    // Decodes from `probed` when it stands at its start, else from the file
+    // opened again, provided it is still the file probed.
+    bool open(std::optional<ffmpeg::AudioInput> probed, QString* error);
 
     bool seek(qint64 frame) override;
     qint64 read(float* destination, qint64 frames) override;

@@ -135,7 +135,7 @@ FfmpegFileReader::Step FfmpegFileReader::decodeNextFrame() {
             if (!placed) {
                 return Step::failed;
             }
-            if (m_pendingFrames > 0) {
+            if (m_pendingFrames > 0 || m_directFrames > 0) {
                 return Step::frame;
             }
             continue;
@@ -281,8 +281,13 @@ bool FfmpegFileReader::convertFrame() {
         m_converterFormat = m_frame->format;
         m_converterRate = m_frame->sample_rate;
     }
-    m_pending.resize(size_t(frames) * channels);
-    auto* out = reinterpret_cast<uint8_t*>(m_pending.data());
+    // A frame that starts where the reader stands and fits what the caller
+    // asked for is converted straight into the caller's buffer.
+    const bool direct = m_direct && m_pendingStart == m_position && frames <= m_directRoom;
+    if (!direct) {
+        m_pending.resize(size_t(frames) * channels);
+    }
+    auto* out = reinterpret_cast<uint8_t*>(direct ? m_direct : m_pending.data());
     const int converted = swr_convert(m_converter.get(), &out, frames,
                                       const_cast<const uint8_t**>(m_frame->extended_data), frames);
     if (converted < 0) {
@@ -290,8 +295,14 @@ bool FfmpegFileReader::convertFrame() {
                             << "cannot convert samples:" << ffmpeg::errorText(converted);
         return false;
     }
-    m_pendingFrames = converted;
     m_decodeCursor = m_pendingStart + converted;
+    if (direct) {
+        m_directFrames = converted;
+        m_pendingStart = m_decodeCursor;
+        m_pendingFrames = 0;
+    } else {
+        m_pendingFrames = converted;
+    }
     return true;
 }
 
@@ -320,7 +331,16 @@ qint64 FfmpegFileReader::read(float* destination, qint64 frames) {
             m_position += count;
             continue;
         }
+        m_direct = destination + written * channels;
+        m_directRoom = wanted;
         const Step step = decodeNextFrame();
+        m_direct = nullptr;
+        if (m_directFrames > 0) {
+            written += m_directFrames;
+            m_position += m_directFrames;
+            m_directFrames = 0;
+            continue;
+        }
         if (step == Step::end) {
             break;
         }

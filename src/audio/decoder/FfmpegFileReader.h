@@ -63,6 +63,11 @@ private:
     std::vector<float> m_pending;
     qint64 m_pendingStart = 0;
     qint64 m_pendingFrames = 0;
+    // Where read() takes the next frame when it fits: the caller's buffer,
+    // with room for `m_directRoom` frames; `m_directFrames` were put there.
+    float* m_direct = nullptr;
+    qint64 m_directRoom = 0;
+    qint64 m_directFrames = 0;
     // Where the next decoded frame goes when its timestamp is not consulted.
     qint64 m_decodeCursor = 0;
     // The next decoded frame is placed by its timestamp (after a jump).

@@ -3,8 +3,8 @@
 #include "AudioDecoder.h"
 #include "AudioDecoderModule.h"
 
-AudioFile::AudioFile(std::unique_ptr<Properties> properties)
-    : m_properties(std::move(properties)) {}
+AudioFile::AudioFile(std::unique_ptr<Properties> properties, std::unique_ptr<ProbedFile> probed)
+    : m_properties(std::move(properties)), m_probed(std::move(probed)) {}
 
 AudioFile::~AudioFile() = default;
 
@@ -19,10 +19,11 @@ std::shared_ptr<AudioFile> AudioFile::openForReading(const QString& path, QStrin
         return nullptr;
     }
     auto properties = std::make_unique<Properties>();
-    if (!decoder->probe(path, *properties, error, failure)) {
+    std::unique_ptr<ProbedFile> probed = decoder->probe(path, *properties, error, failure);
+    if (!probed) {
         return nullptr;
     }
-    return std::shared_ptr<AudioFile>(new AudioFile(std::move(properties)));
+    return std::shared_ptr<AudioFile>(new AudioFile(std::move(properties), std::move(probed)));
 }
 
 QString AudioFile::path() const {
@@ -46,6 +47,11 @@ double AudioFile::durationSeconds() const {
 }
 
 std::unique_ptr<AudioFileReader> AudioFile::createReader(QString* error) const {
+    std::unique_ptr<ProbedFile> probed;
+    {
+        const std::lock_guard lock(m_probedMutex);
+        probed = std::move(m_probed);
+    }
     // An open file means the decoder was loaded.
-    return AudioDecoderModule::shared()->createReader(*m_properties, error);
+    return AudioDecoderModule::shared()->createReader(*m_properties, std::move(probed), error);
 }

@@ -3,8 +3,10 @@
 #include <QString>
 #include <QtGlobal>
 #include <memory>
+#include <mutex>
 
 class AudioFileReader;
+class ProbedFile;
 
 // An audio file opened for reading: anything the decoder libraries read (mp3,
 // m4a/aac, alac, flac, wav, aiff, ogg/vorbis, opus, ...). The file itself is
@@ -42,7 +44,8 @@ public:
     double durationSeconds() const;
 
     // A new decoder over the file, positioned at frame 0; nullptr (and
-    // `error`) when the file can no longer be opened.
+    // `error`) when the file can no longer be opened. The first one decodes
+    // from the file as it was opened here; later ones open it again.
     std::unique_ptr<AudioFileReader> createReader(QString* error = nullptr) const;
 
     // What a file is, as the decoder found it when the file was opened.
@@ -51,11 +54,18 @@ public:
         qint64 length = 0;
         int sampleRate = 0;
         int channels = 0;
+        // Which file it was: a file opened again under the same name must
+        // be the same one, or its length and position would not fit it.
+        quint64 device = 0;
+        quint64 inode = 0;
     };
 
 private:
-    explicit AudioFile(std::unique_ptr<Properties> properties);
+    AudioFile(std::unique_ptr<Properties> properties, std::unique_ptr<ProbedFile> probed);
     std::unique_ptr<Properties> m_properties;
+    // Handed to the first reader, which may be made on another thread.
+    mutable std::mutex m_probedMutex;
+    mutable std::unique_ptr<ProbedFile> m_probed;
 };
 
 // Sequential, sample-exact decoding of one AudioFile. Not thread-safe: one

@@ -26,6 +26,10 @@ namespace {
 // waiting for the decoder.
 constexpr int kBlockFrames = 1024;
 constexpr int kBlockCount = 32;  // about 0.7 s at 44.1 kHz
+// An offline render decodes further ahead: each time the ring runs full or
+// empty both threads sleep and wake, and on a busy machine every wake waits
+// for a turn on a processor. About 6 s at 44.1 kHz, 2 MB.
+constexpr int kOfflineBlockCount = 256;
 constexpr int kChannels = 2;
 // How long the decoder sleeps between looks at a full ring while rendering is
 // real time (the render thread never wakes anybody).
@@ -70,13 +74,17 @@ struct AudioPlayerNode::Shared {
     std::atomic<std::uint32_t> progress{0};
     std::atomic<bool> renderWaiting{false};
     std::atomic<bool> decoderWaiting{false};
+    // Sized before the first schedule and fixed from then on.
     std::vector<Block> ring = std::vector<Block>(kBlockCount);
+    std::uint64_t blockCount() const { return ring.size(); }
 
     // --- main thread <-> decoder, under `mutex` ---
     std::mutex mutex;
     std::condition_variable wake;
     std::deque<Segment> schedule;
     bool quit = false;
+    // Something was ever scheduled: from then on the ring keeps its size.
+    bool scheduled = false;
     double outputRate = 44100.0;
 
     // --- main thread only ---
@@ -93,7 +101,7 @@ struct AudioPlayerNode::Shared {
         if (!urgent) {
             const auto queued = writeIndex.load(std::memory_order_relaxed) -
                                 readIndex.load(std::memory_order_relaxed);
-            urgent = queued >= kBlockCount / 2;
+            urgent = queued >= blockCount() / 2;
         }
         if (urgent && renderWaiting.load(std::memory_order_seq_cst)) {
             progress.notify_all();
@@ -123,8 +131,18 @@ public:
         m_input.resize(size_t(kBlockFrames) * size_t(channels));
         qint64 remaining = segment.frameCount;
         while (remaining > 0 && current(epoch)) {
-            const qint64 want = std::min<qint64>(remaining, kBlockFrames);
-            const qint64 got = m_reader->read(m_input.data(), want);
+            qint64 want = std::min<qint64>(remaining, kBlockFrames);
+            float* target = m_input.data();
+            if (!m_converter) {
+                // Stereo at the output's rate is decoded straight into the
+                // ring, not copied there from a buffer of its own.
+                if (m_fill == 0 && !waitForRoom(epoch)) {
+                    return;
+                }
+                target = fillingBlock().samples.data() + size_t(m_fill) * kChannels;
+                want = std::min<qint64>(want, kBlockFrames - m_fill);
+            }
+            const qint64 got = m_reader->read(target, want);
             if (got <= 0) {
                 if (got < 0) {
                     qCWarning(lcPlayerNode) << "decoding failed in" << segment.file->path();
@@ -132,7 +150,12 @@ public:
                 break;
             }
             remaining -= got;
-            if (!convert(m_input.data(), int(got), epoch)) {
+            if (!m_converter) {
+                m_fill += int(got);
+                if (m_fill == kBlockFrames) {
+                    publish(epoch);
+                }
+            } else if (!convert(m_input.data(), int(got), epoch)) {
                 return;
             }
         }
@@ -211,8 +234,7 @@ private:
         }
         while (count > 0) {
             const int take = std::min(count, kBlockFrames - m_fill);
-            Block& block =
-                m_shared.ring[m_shared.writeIndex.load(std::memory_order_relaxed) % kBlockCount];
+            Block& block = fillingBlock();
             if (m_fill == 0 && !waitForRoom(epoch)) {
                 return false;
             }
@@ -237,7 +259,7 @@ private:
             const auto written = m_shared.writeIndex.load(std::memory_order_relaxed);
             m_shared.decoderWaiting.store(true, std::memory_order_seq_cst);
             const auto read = m_shared.readIndex.load(std::memory_order_seq_cst);
-            if (written - read < kBlockCount) {
+            if (written - read < m_shared.blockCount()) {
                 m_shared.decoderWaiting.store(false, std::memory_order_relaxed);
                 return true;
             }
@@ -246,9 +268,15 @@ private:
         }
     }
 
+    // The block at writeIndex, which only the decoder writes until published.
+    Block& fillingBlock() {
+        return m_shared
+            .ring[m_shared.writeIndex.load(std::memory_order_relaxed) % m_shared.blockCount()];
+    }
+
     void publish(std::uint64_t epoch) {
         const auto written = m_shared.writeIndex.load(std::memory_order_relaxed);
-        Block& block = m_shared.ring[written % kBlockCount];
+        Block& block = m_shared.ring[written % m_shared.blockCount()];
         block.epoch = epoch;
         block.frames = m_fill;
         m_fill = 0;
@@ -313,6 +341,7 @@ void enqueue(AudioPlayerNode::Shared& shared, const std::shared_ptr<AudioFile>& 
     {
         std::lock_guard lock(shared.mutex);
         shared.schedule.push_back(Segment{file, start, count});
+        shared.scheduled = true;
         shared.idleEpoch.store(0, std::memory_order_release);
     }
     shared.wake.notify_all();
@@ -434,7 +463,7 @@ bool AudioPlayerNode::isDrained() const {
     const auto read = m_shared->readIndex.load(std::memory_order_acquire);
     const auto written = m_shared->writeIndex.load(std::memory_order_acquire);
     for (auto index = read; index < written; ++index) {
-        if (m_shared->ring[index % kBlockCount].epoch == epoch) {
+        if (m_shared->ring[index % m_shared->blockCount()].epoch == epoch) {
             return false;
         }
     }
@@ -449,6 +478,12 @@ void AudioPlayerNode::prepare(double sampleRate, int /*maximumFrames*/) {
 }
 
 void AudioPlayerNode::setWaitsForDecoder(bool waits) {
+    std::lock_guard lock(m_shared->mutex);
+    // Until something is scheduled the decoder has never touched the ring,
+    // and whatever takes a schedule does so under this lock.
+    if (!m_shared->scheduled) {
+        m_shared->ring.resize(size_t(waits ? kOfflineBlockCount : kBlockCount));
+    }
     m_shared->waitsForDecoder.store(waits, std::memory_order_release);
 }
 
@@ -491,7 +526,7 @@ void AudioPlayerNode::render(float* interleavedStereo, int frames) noexcept {
             shared.renderWaiting.store(false, std::memory_order_relaxed);
             continue;
         }
-        const Block& block = shared.ring[read % kBlockCount];
+        const Block& block = shared.ring[read % shared.blockCount()];
         if (block.epoch > epoch) {
             break;  // stop() came during this block; the next one plays it
         }
@@ -509,7 +544,12 @@ void AudioPlayerNode::render(float* interleavedStereo, int frames) noexcept {
         if (shared.readOffset == block.frames) {
             shared.readOffset = 0;
             shared.readIndex.store(read + 1, std::memory_order_seq_cst);
-            if (waits && shared.decoderWaiting.load(std::memory_order_seq_cst)) {
+            // A decoder waiting on a full ring is woken once half of it is
+            // free, not for every block: each wake costs both threads a trip
+            // through the scheduler, and it would refill one block and wait
+            // again.
+            if (waits && written - (read + 1) <= shared.blockCount() / 2 &&
+                shared.decoderWaiting.load(std::memory_order_seq_cst)) {
                 shared.wake.notify_one();
             }
         }

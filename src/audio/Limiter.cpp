@@ -24,11 +24,19 @@ float finiteOrSilence(float sample) {
 
 // False for NaN too.
 bool withinFullScale(const float* samples, int frames) {
-    bool within = true;
+    // On the bits, with the sign cleared: every magnitude up to 1.0f orders
+    // below 1.0f's own bits, and infinities and NaNs above them. An integer
+    // maximum vectorises where a chain of float comparisons does not, and
+    // this runs over every block played.
+    constexpr std::int32_t kMagnitude = 0x7fffffff;
+    constexpr std::int32_t kFullScale = 0x3f800000;  // 1.0f
+    std::int32_t largest = 0;
     for (int i = 0; i < 2 * frames; ++i) {
-        within &= std::fabs(samples[i]) <= 1.0f;
+        std::int32_t bits = 0;
+        std::memcpy(&bits, samples + i, sizeof bits);
+        largest = std::max(largest, bits & kMagnitude);
     }
-    return within;
+    return largest <= kFullScale;
 }
 
 float clampToFullScale(float sample) {

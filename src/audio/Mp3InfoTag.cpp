@@ -95,15 +95,11 @@ std::optional<Mp3InfoTag> parseMp3InfoTag(const QByteArray& audio) {
     return std::nullopt;
 }
 
-std::optional<Mp3InfoTag> readMp3InfoTag(const QString& path) {
-    QFile file;
-    if (openRegularFile(file, path)) {
-        return std::nullopt;
-    }
+std::optional<Mp3InfoTag> readMp3InfoTag(const Mp3ByteSource& readAt) {
     // Skip every ID3v2 tag; each states its size as a 28-bit syncsafe number.
     qint64 offset = 0;
     for (;;) {
-        const QByteArray tagHeader = file.read(10);
+        const QByteArray tagHeader = readAt(offset, 10);
         if (tagHeader.size() < 10 || !tagHeader.startsWith("ID3")) {
             break;
         }
@@ -114,12 +110,16 @@ std::optional<Mp3InfoTag> readMp3InfoTag(const QString& path) {
         const bool footer = tagHeader[5] & 0x10;
         offset +=
             10 + (footer ? 10 : 0) + ((size[0] << 21) | (size[1] << 14) | (size[2] << 7) | size[3]);
-        if (!file.seek(offset)) {
-            return std::nullopt;
-        }
     }
-    if (!file.seek(offset)) {
+    return parseMp3InfoTag(readAt(offset, kMp3InfoTagSpan));
+}
+
+std::optional<Mp3InfoTag> readMp3InfoTag(const QString& path) {
+    QFile file;
+    if (openRegularFile(file, path)) {
         return std::nullopt;
     }
-    return parseMp3InfoTag(file.read(kMp3InfoTagSpan));
+    return readMp3InfoTag([&file](qint64 offset, int size) {
+        return file.seek(offset) ? file.read(size) : QByteArray();
+    });
 }

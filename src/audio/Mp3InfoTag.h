@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QString>
 #include <QtGlobal>
+#include <functional>
 #include <optional>
 
 // What the first frame of an MP3 file says about the whole stream: the
@@ -33,5 +34,9 @@ inline constexpr int kMp3InfoTagSpan = 4096 + 256;
 // Reads the tag from the start of a file; nullopt when there is none (or the
 // file does not start with ID3v2 tags followed by an MPEG audio layer III frame).
 std::optional<Mp3InfoTag> readMp3InfoTag(const QString& path);
+// Up to `size` bytes of a file from `offset`; fewer at its end or on an error.
+using Mp3ByteSource = std::function<QByteArray(qint64 offset, int size)>;
+// The same, from a file that is already open.
+std::optional<Mp3InfoTag> readMp3InfoTag(const Mp3ByteSource& readAt);
 // The same, over the bytes that follow the ID3v2 tags.
 std::optional<Mp3InfoTag> parseMp3InfoTag(const QByteArray& audio);

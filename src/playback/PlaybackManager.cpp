@@ -1,51 +1,20 @@
 #include "PlaybackManager.h"
 
 #include <QCoreApplication>
-#include <QRandomGenerator>
 #include <QThread>
-#include <QTimer>
 #include <cmath>
-#include <limits>
 
+#include "EventLoopTimer.h"
 #include "Log.h"
 #include "PlaybackLog.h"
 #include "SdlAudioOutput.h"
+#include "SeekSegment.h"
 #include "UserDefaults.h"
 
 namespace {
 
-// 2^63 and 2^32 are exact in their types; a product at or past them does not
-// fit the frame position or the frame count the player takes.
-constexpr double kStartingFrameBound = 9223372036854775808.0;
-constexpr float kFrameCountBound = 4294967296.0f;
-
-// Single precision as the frame count is worked out in, saturating where a
-// plain conversion would leave the range of float.
-float toSingle(double value) {
-    constexpr double largest = std::numeric_limits<float>::max();
-    if (value > largest) {
-        return std::numeric_limits<float>::infinity();
-    }
-    if (value < -largest) {
-        return -std::numeric_limits<float>::infinity();
-    }
-    return float(value);
-}
-
 constexpr std::chrono::milliseconds kTickInterval{1000};
-
-class EventLoopTimer final : public RepeatingTimer {
-public:
-    EventLoopTimer() {
-        QObject::connect(&m_timer, &QTimer::timeout, [this] { timeout(); });
-    }
-    void start(std::chrono::milliseconds interval) override { m_timer.start(interval); }
-    void stop() override { m_timer.stop(); }
-    bool isActive() const override { return m_timer.isActive(); }
-
-private:
-    QTimer m_timer;
-};
+constexpr int kBassUnits = 3;
 
 }  // namespace
 
@@ -62,71 +31,22 @@ PlaybackManager::PlaybackManager(std::unique_ptr<AudioOutput> output, QObject* p
 
 PlaybackManager::PlaybackManager(std::unique_ptr<AudioOutput> output, UserDefaults& defaults,
                                  QObject* parent)
-    : QObject(parent),
-      m_audioPlayerNode(std::make_unique<AudioPlayerNode>()),
-      m_audioEngine(std::make_unique<AudioEngine>(std::move(output))),
-      m_defaults(defaults),
-      m_nowPlayingPublisher(std::make_shared<NullNowPlayingPublisher>()),
-      m_randomSource([] { return QRandomGenerator::system()->generate64(); }) {
+    : QObject(parent), m_graph(std::move(output), kBassUnits), m_defaults(defaults) {
     setElapsedTimeTimer(std::make_unique<EventLoopTimer>());
     setupEqualizer();
-    setupBassEqualizers(3);
-    setupAudioGraph();
 }
 
-PlaybackManager::~PlaybackManager() {
-    // A device output renders on its own thread through the nodes; it has to
-    // be gone before they are.
-    m_audioEngine.reset();
-}
+PlaybackManager::~PlaybackManager() = default;
 
 // --- Audio graph -------------------------------------------------------------
 
-std::unique_ptr<AudioUnitEQ> PlaybackManager::makeEqualizerUnit() {
-    constexpr auto frequencies = eqFrequancies();
-    auto unit = std::make_unique<AudioUnitEQ>(int(frequencies.size()));
-    const auto& unitBands = unit->bands();
-    for (size_t i = 0; i < unitBands.size() && i < frequencies.size(); ++i) {
-        unitBands[i]->setFrequency(float(frequencies[i]));
-        unitBands[i]->setBypass(false);
-        unitBands[i]->setFilterType(AudioUnitEQFilterType::parametric);
-    }
-    return unit;
-}
-
 void PlaybackManager::setupEqualizer() {
-    m_equalizer = makeEqualizerUnit();
-    m_bands = m_equalizer->bands();
-    m_equalizerState = new EqualizerState(*m_equalizer, m_bassEqualizers, m_defaults, this);
+    m_equalizerState =
+        new EqualizerState(m_graph.equalizer(), m_graph.bassEqualizers(), m_defaults, this);
     connect(m_equalizerState, &EqualizerState::selectedEQPresetChanged, this,
             &PlaybackManager::selectedEQPresetChanged);
     m_equalizerState->restoreEqualizer();
-}
-
-void PlaybackManager::setupBassEqualizers(int count) {
-    for (int i = 0; i < count; ++i) {
-        m_bassEqualizers.push_back(makeEqualizerUnit());
-    }
     m_equalizerState->restoreBassEqualizers();
-}
-
-void PlaybackManager::setupAudioGraph() {
-    AudioEngine& engine = *m_audioEngine;
-    engine.attach(m_audioPlayerNode.get());
-    engine.attach(m_equalizer.get());
-    for (const auto& unit : m_bassEqualizers) {
-        engine.attach(unit.get());
-    }
-    engine.connect(m_audioPlayerNode.get(), m_equalizer.get());
-    for (size_t i = 0; i + 1 < m_bassEqualizers.size(); ++i) {
-        engine.connect(m_bassEqualizers[i].get(), m_bassEqualizers[i + 1].get());
-    }
-    if (m_bassEqualizers.empty()) {
-        engine.connect(m_equalizer.get(), engine.outputNode());
-        return;
-    }
-    engine.connect(m_equalizer.get(), m_bassEqualizers.front().get());
-    engine.connect(m_bassEqualizers.back().get(), engine.outputNode());
 }
 
 // --- Fields ------------------------------------------------------------------
@@ -149,16 +69,7 @@ void PlaybackManager::callDelegate(Call&& call) {
 }
 
 void PlaybackManager::setCurrentPlaylist(const QList<TrackPtr>& playlist) {
-    QList<TrackPtr> queue;
-    queue.reserve(playlist.size());
-    for (const TrackPtr& track : playlist) {
-        if (track) {
-            queue.append(track);
-        } else {
-            qCWarning(lcPlayback) << "a null track was handed in with the queue; left out";
-        }
-    }
-    m_currentPlaylist = std::move(queue);
+    m_queue.setTracks(playlist);
     emit currentPlaylistChanged();
     emit navigationChanged();
 }
@@ -174,7 +85,8 @@ bool PlaybackManager::updateField(T& field, T value, void (PlaybackManager::*cha
 }
 
 void PlaybackManager::setCurrentIndex(int index) {
-    if (updateField(m_currentIndex, index, &PlaybackManager::currentIndexChanged)) {
+    if (m_queue.setCurrentIndex(index)) {
+        emit currentIndexChanged();
         emit navigationChanged();
     }
 }
@@ -200,22 +112,17 @@ void PlaybackManager::setCurrentTime(double seconds) {
 }
 
 void PlaybackManager::removeFromQueue(int index) {
-    m_currentPlaylist.removeAt(index);
+    m_queue.removeAt(index);
     emit currentPlaylistChanged();
     emit navigationChanged();
 }
 
 void PlaybackManager::setNowPlayingPublisher(std::shared_ptr<NowPlayingPublisher> publisher) {
-    m_nowPlayingPublisher =
-        publisher ? std::move(publisher) : std::make_shared<NullNowPlayingPublisher>();
+    m_nowPlaying.setPublisher(std::move(publisher));
 }
 
 void PlaybackManager::setRandomSource(RandomSource source) {
-    if (source) {
-        m_randomSource = std::move(source);
-    } else {
-        m_randomSource = [] { return QRandomGenerator::system()->generate64(); };
-    }
+    m_queue.setRandomSource(std::move(source));
 }
 
 void PlaybackManager::setElapsedTimeTimer(std::unique_ptr<RepeatingTimer> timer) {
@@ -224,42 +131,16 @@ void PlaybackManager::setElapsedTimeTimer(std::unique_ptr<RepeatingTimer> timer)
     m_elpasedTimeTimer->setCallback([this] { notifyCurrentTimeChanged(); });
 }
 
-bool PlaybackManager::isIndexValid() const {
-    return m_currentIndex >= 0 && m_currentIndex < m_currentPlaylist.size();
+PlaybackQueue::Order PlaybackManager::order() const {
+    return {m_isShuffleEnabled, m_repeatMode != RepeatMode::off};
 }
 
 bool PlaybackManager::canGoNext() const {
-    if (m_currentPlaylist.isEmpty()) {
-        return false;
-    }
-    if (m_isShuffleEnabled || m_repeatMode != RepeatMode::off) {
-        return true;
-    }
-    return m_currentIndex < m_currentPlaylist.size() - 1;
+    return m_queue.canGoNext(order());
 }
 
 bool PlaybackManager::canGoPrevious() const {
-    if (m_currentPlaylist.isEmpty()) {
-        return false;
-    }
-    return m_isShuffleEnabled || m_repeatMode != RepeatMode::off || m_currentIndex > 0;
-}
-
-// Multiply-and-reject: the high word of word x count is uniform over
-// [0, count) once the low words that would over-represent some results
-// (fewer than 2^64 mod count of them) are drawn again.
-int PlaybackManager::randomIndex(int count) const {
-    Q_ASSERT(count > 0);
-    using Wide = unsigned __int128;
-    const quint64 bound = quint64(count);
-    Wide product = Wide(m_randomSource()) * bound;
-    if (quint64(product) < bound) {
-        const quint64 threshold = (0 - bound) % bound;
-        while (quint64(product) < threshold) {
-            product = Wide(m_randomSource()) * bound;
-        }
-    }
-    return int(quint64(product >> 64));
+    return m_queue.canGoPrevious(order());
 }
 
 // --- Transport ---------------------------------------------------------------
@@ -268,10 +149,10 @@ void PlaybackManager::play() {
     if (isIndexValid()) {
         if (m_state == State::stopped) {
             playCurrentTrack();
-        } else if (startEngineIfNeeded() && !m_audioPlayerNode->isPlaying()) {
+        } else if (startEngineIfNeeded() && !audioPlayerNode().isPlaying()) {
             // The node is started before the seek so that the seek finds it
             // playing, drops what was scheduled and plays from the counted time.
-            m_audioPlayerNode->play();
+            audioPlayerNode().play();
             seekTo(m_currentTime);
             setState(State::playing);
         }
@@ -283,8 +164,8 @@ void PlaybackManager::play() {
 
 void PlaybackManager::pause() {
     if (isIndexValid()) {
-        m_audioPlayerNode->pause();
-        m_audioEngine->pause();
+        audioPlayerNode().pause();
+        audioEngine().pause();
         setState(State::paused);
         callDelegate([](PlaybackManagerDelegate& d) { d.didPausePlayback(); });
     }
@@ -294,13 +175,13 @@ void PlaybackManager::pause() {
 void PlaybackManager::stopPlayerNode() {
     // A paused node still holds the rest of what it was playing; whatever is
     // scheduled next would queue behind it and be heard only after it.
-    if (!m_audioPlayerNode->isStopped()) {
-        m_audioPlayerNode->stop();
+    if (!audioPlayerNode().isStopped()) {
+        audioPlayerNode().stop();
     }
 }
 
 void PlaybackManager::stopPlayback() {
-    m_audioPlayerNode->stop();
+    audioPlayerNode().stop();
     setState(State::stopped);
     callDelegate([](PlaybackManagerDelegate& d) { d.didStopPlayback(); });
 }
@@ -320,27 +201,8 @@ void PlaybackManager::changeTrack(int step) {
         seekTo(0.0);
         return;
     }
-    if (m_isShuffleEnabled) {
-        // A remote command can get here with nothing queued; there is nothing
-        // to pick from, so this is the end of the queue.
-        if (m_currentPlaylist.isEmpty()) {
-            qCWarning(lcPlayback) << (step > 0 ? "next" : "previous")
-                                  << "with shuffle on and an empty queue; stopping";
-            stopPlayback();
-            return;
-        }
-        const int oldIndex = m_currentIndex;
-        const int pick = randomIndex(int(m_currentPlaylist.size()));
-        // Off either end is fine: playCurrentTrack() starts over at 0.
-        setCurrentIndex(pick == oldIndex ? oldIndex + step : pick);
-        playCurrentTrack();
-        return;
-    }
-    if (step > 0 ? canGoNext() : canGoPrevious()) {
-        // Forward with repeat on at the last track this runs off the end, and
-        // playCurrentTrack() wraps it to 0; backward wraps to the last here.
-        const int index = m_currentIndex + step;
-        setCurrentIndex(step < 0 && index < 0 ? int(m_currentPlaylist.size()) - 1 : index);
+    if (const std::optional<int> index = m_queue.indexAfterStep(step, order())) {
+        setCurrentIndex(*index);
         playCurrentTrack();
         return;
     }
@@ -351,7 +213,7 @@ void PlaybackManager::playCurrentTrack() {
     // Each unreadable track leaves the queue and the one that moved into its
     // place is tried, until one plays or the queue is empty.
     for (;;) {
-        if (m_currentPlaylist.isEmpty()) {
+        if (m_queue.tracks().isEmpty()) {
             return;
         }
         if (!startEngineIfNeeded()) {
@@ -361,7 +223,7 @@ void PlaybackManager::playCurrentTrack() {
             setCurrentIndex(0);
         }
         stopPlayerNode();
-        const TrackPtr track = m_currentPlaylist.at(m_currentIndex);
+        const TrackPtr track = m_queue.currentTrack();
         QString error;
         auto failure = AudioFile::OpenFailure::unreadable;
         std::shared_ptr<AudioFile> file = AudioFile::openForReading(track->url(), &error, &failure);
@@ -372,17 +234,17 @@ void PlaybackManager::playCurrentTrack() {
             if (failure == AudioFile::OpenFailure::system) {
                 systemLog(QStringLiteral("Error: Unable to read audio file: ") + error);
             }
-            removeFromQueue(m_currentIndex);
+            removeFromQueue(currentIndex());
             continue;
         }
         m_audioFile = std::move(file);
-        m_audioPlayerNode->scheduleFile(m_audioFile);
+        audioPlayerNode().scheduleFile(m_audioFile);
 
-        if (!m_audioEngine->isRunning()) {
+        if (!audioEngine().isRunning()) {
             systemLog(QStringLiteral("Error: Audio engine is not running"));
             return;
         }
-        m_audioPlayerNode->play();
+        audioPlayerNode().play();
         setState(State::playing);
         callDelegate([&track](PlaybackManagerDelegate& d) { d.didChangeTrack(track); });
         callDelegate([](PlaybackManagerDelegate& d) { d.didStartPlayback(); });
@@ -399,15 +261,15 @@ void PlaybackManager::playCurrentTrack() {
 // --- Pipeline ----------------------------------------------------------------
 
 bool PlaybackManager::startEngineIfNeeded() {
-    if (m_audioEngine->isRunning()) {
+    if (audioEngine().isRunning()) {
         return true;
     }
     QString error;
-    if (m_audioEngine->start(&error)) {
+    if (audioEngine().start(&error)) {
         return true;
     }
     qCDebug(lcPlayback) << "the audio engine did not start:" << error;
-    m_audioPlayerNode->stop();
+    audioPlayerNode().stop();
     setState(State::stopped);
     callDelegate([](PlaybackManagerDelegate& d) { d.didStopPlayback(); });
     return false;
@@ -423,9 +285,9 @@ void PlaybackManager::seekTo(double requested) {
     if (!isIndexValid() || !m_audioFile) {
         return;
     }
-    const std::optional<AudioTime> nodeTime = m_audioPlayerNode->lastRenderTime();
+    const std::optional<AudioTime> nodeTime = audioPlayerNode().lastRenderTime();
     const std::optional<AudioTime> playerTime =
-        nodeTime ? m_audioPlayerNode->playerTimeForNodeTime(*nodeTime) : std::nullopt;
+        nodeTime ? audioPlayerNode().playerTimeForNodeTime(*nodeTime) : std::nullopt;
     if (!playerTime) {
         systemLog(QStringLiteral("Invalid player state"));
         return;
@@ -433,7 +295,7 @@ void PlaybackManager::seekTo(double requested) {
     // The player's time runs at the output's rate: every frame below is a
     // frame of the player's timeline, and the node maps it into the file.
     const double sampleRate = playerTime->sampleRate;
-    const double duration = m_currentPlaylist.at(m_currentIndex)->duration;
+    const double duration = m_queue.currentTrack()->duration;
 
     const double limit = duration - 0.01;
     double time = requested < limit ? requested : limit;
@@ -448,41 +310,17 @@ void PlaybackManager::seekTo(double requested) {
     setCurrentTime(time);
     notifyDelegateOfCurrentTime();
 
-    const double startingProduct = sampleRate * m_currentTime;
-    if (!std::isfinite(startingProduct) || startingProduct >= kStartingFrameBound ||
-        startingProduct < -kStartingFrameBound) {
-        qCWarning(lcPlayback) << "seek refused: starting frame" << startingProduct
-                              << "is out of range at" << sampleRate << "Hz";
-        return;
-    }
-    const qint64 startingFrame = qint64(startingProduct);
-
-    const float countProduct = toSingle(sampleRate) * toSingle(duration - m_currentTime);
-    if (countProduct >= kFrameCountBound) {
-        qCWarning(lcPlayback) << "seek refused: frame count" << countProduct
-                              << "does not fit a segment";
-        return;
-    }
-    // Negative (or NaN) counts mean nothing is left to play.
-    const quint32 frameCount = countProduct > 0.0f ? quint32(countProduct) : 0u;
-
-    const qint64 length = m_audioPlayerNode->timelineLength(*m_audioFile);
-    if (startingFrame < 0 || startingFrame >= length) {
-        systemLog(QStringLiteral("Invalid newSampleTime: %1 for audio file length: %2")
-                      .arg(startingFrame)
-                      .arg(length));
-        return;
-    }
-    if (frameCount == 0) {
-        systemLog(QStringLiteral("No frames to play or invalid values"));
+    const std::optional<SeekSegment> segment = SeekSegment::from(
+        sampleRate, m_currentTime, duration, audioPlayerNode().timelineLength(*m_audioFile));
+    if (!segment) {
         return;
     }
     stopPlayerNode();
     systemLog(QStringLiteral("Scheduling segment: startingFrame: %1, frameCount: %2")
-                  .arg(startingFrame)
-                  .arg(frameCount));
-    m_audioPlayerNode->scheduleSegment(m_audioFile, startingFrame, frameCount);
-    m_audioPlayerNode->play();
+                  .arg(segment->startingFrame)
+                  .arg(segment->frameCount));
+    audioPlayerNode().scheduleSegment(m_audioFile, segment->startingFrame, segment->frameCount);
+    audioPlayerNode().play();
     updateNowPlayingInfo();
     const double seconds = m_currentTime;
     callDelegate(
@@ -491,8 +329,8 @@ void PlaybackManager::seekTo(double requested) {
 
 void PlaybackManager::notifyDelegateOfCurrentTime() {
     double seconds = m_currentTime;
-    if (isIndexValid() && m_currentPlaylist.at(m_currentIndex)->duration < m_currentTime) {
-        seconds = m_currentPlaylist.at(m_currentIndex)->duration;
+    if (isIndexValid() && m_queue.currentTrack()->duration < m_currentTime) {
+        seconds = m_queue.currentTrack()->duration;
     } else if (seconds == -1.0) {
         seconds = 0.0;
     }
@@ -513,13 +351,13 @@ void PlaybackManager::notifyCurrentTimeChanged() {
     if (!isIndexValid()) {
         return;
     }
-    const TrackPtr track = m_currentPlaylist.at(m_currentIndex);
-    if (m_audioPlayerNode->isPlaying()) {
+    const TrackPtr track = m_queue.currentTrack();
+    if (audioPlayerNode().isPlaying()) {
         // The only recovery from an engine that stopped behind our back.
-        if (!m_audioEngine->isRunning()) {
+        if (!audioEngine().isRunning()) {
             play();
         }
-        if (m_audioEngine->isRunning()) {
+        if (audioEngine().isRunning()) {
             if (track->duration <= m_currentTime) {
                 next();
             }
@@ -542,28 +380,12 @@ void PlaybackManager::notifyCurrentTimeChanged() {
 // --- System media integration ------------------------------------------------
 
 void PlaybackManager::updateNowPlayingInfo() {
-    NowPlayingInfo info;
-    info.playbackState = m_audioPlayerNode->isPlaying() ? NowPlayingInfo::PlaybackState::playing
-                                                        : NowPlayingInfo::PlaybackState::paused;
-    info.elapsedPlaybackTime = m_currentTime;
-    if (isIndexValid()) {
-        const TrackPtr& track = m_currentPlaylist.at(m_currentIndex);
-        info.title = track->title;
-        info.playbackDuration = QVariant(track->duration);
-        if (const std::optional<QImage> thumbnail = track->albumArtThumbnail()) {
-            const QImage image = *thumbnail;
-            info.artwork = NowPlayingArtwork{image.deviceIndependentSize().toSize(),
-                                             [image](const QSize&) { return image; }};
-        }
-    } else {
-        info.playbackDuration = QVariant(0);
-    }
-    m_nowPlayingPublisher->publish(info);
+    m_nowPlaying.report(audioPlayerNode().isPlaying(), m_currentTime, m_queue.currentTrack());
 }
 
 PlaybackManager::RemoteCommandStatus PlaybackManager::statusByPlaying(bool wantPlaying) const {
-    return m_audioPlayerNode->isPlaying() == wantPlaying ? RemoteCommandStatus::success
-                                                         : RemoteCommandStatus::commandFailed;
+    return m_graph.player().isPlaying() == wantPlaying ? RemoteCommandStatus::success
+                                                       : RemoteCommandStatus::commandFailed;
 }
 
 PlaybackManager::RemoteCommandStatus PlaybackManager::handlePlayCommand() {

@@ -3,19 +3,15 @@
 #include <QList>
 #include <QObject>
 #include <array>
-#include <functional>
 #include <memory>
 #include <vector>
 
-#include "AudioEngine.h"
 #include "AudioFile.h"
-#include "AudioOutput.h"
-#include "AudioPlayerNode.h"
-#include "AudioUnitEQ.h"
 #include "EqualizerState.h"
-#include "NowPlayingInfo.h"
-#include "NowPlayingPublisher.h"
+#include "NowPlayingReporter.h"
+#include "PlaybackGraph.h"
 #include "PlaybackManagerDelegate.h"
+#include "PlaybackQueue.h"
 #include "RepeatingTimer.h"
 #include "Track.h"
 
@@ -61,7 +57,7 @@ public:
     static constexpr QLatin1String KEY_EQ_PRESET = EqualizerState::KEY_EQ_PRESET;
 
     // A uniformly random 64-bit word.
-    using RandomSource = std::function<quint64()>;
+    using RandomSource = PlaybackQueue::RandomSource;
 
     // The instance every screen and remote command uses, playing through the
     // sound device; made on first use, on the main thread, and never released.
@@ -79,10 +75,10 @@ public:
 
     // A list screen hands in a queue by setting the index, then the queue,
     // then calling playCurrentTrack().
-    const QList<TrackPtr>& currentPlaylist() const { return m_currentPlaylist; }
+    const QList<TrackPtr>& currentPlaylist() const { return m_queue.tracks(); }
     void setCurrentPlaylist(const QList<TrackPtr>& playlist);
     // May stand out of the queue's range between operations.
-    int currentIndex() const { return m_currentIndex; }
+    int currentIndex() const { return m_queue.currentIndex(); }
     void setCurrentIndex(int index);
     State state() const { return m_state; }
     // Seconds into the current track; -1.0 until the track has a position.
@@ -145,18 +141,20 @@ public:
     // step the clock by hand). Before the clock first starts.
     void setElapsedTimeTimer(std::unique_ptr<RepeatingTimer> timer);
     // A uniform integer in [0, count), free of modulo bias; count > 0.
-    int randomIndex(int count) const;
+    int randomIndex(int count) const { return m_queue.randomIndex(count); }
 
-    AudioPlayerNode& audioPlayerNode() { return *m_audioPlayerNode; }
-    AudioEngine& audioEngine() { return *m_audioEngine; }
+    AudioPlayerNode& audioPlayerNode() { return m_graph.player(); }
+    AudioEngine& audioEngine() { return m_graph.engine(); }
     // The main equalizer, then the three bass units, in signal order.
-    AudioUnitEQ* equalizer() const { return m_equalizer.get(); }
+    AudioUnitEQ* equalizer() const { return &m_graph.equalizer(); }
     const std::vector<std::unique_ptr<AudioUnitEQ>>& bassEqualizers() const {
-        return m_bassEqualizers;
+        return m_graph.bassEqualizers();
     }
     // The bands of equalizer(), in the order of eqFrequancies().
-    const std::vector<AudioUnitEQFilterParameters*>& bands() const { return m_bands; }
-    static constexpr std::array<int, 5> eqFrequancies() { return {60, 230, 910, 3000, 14000}; }
+    const std::vector<AudioUnitEQFilterParameters*>& bands() const { return m_graph.bands(); }
+    static constexpr std::array<int, 5> eqFrequancies() {
+        return PlaybackGraph::kEqualizerFrequencies;
+    }
     // The file of the current track, open until the next track replaces it.
     std::shared_ptr<AudioFile> audioFile() const { return m_audioFile; }
     // Inactive until the clock is first started, and again once it has stopped.
@@ -174,11 +172,9 @@ signals:
 
 private:
     void setupEqualizer();
-    void setupBassEqualizers(int count);
-    void setupAudioGraph();
-    static std::unique_ptr<AudioUnitEQ> makeEqualizerUnit();
 
-    bool isIndexValid() const;
+    bool isIndexValid() const { return m_queue.isIndexValid(); }
+    PlaybackQueue::Order order() const;
     void setState(State state);
     void setCurrentTime(double seconds);
     void removeFromQueue(int index);
@@ -199,25 +195,16 @@ private:
     bool updateField(T& field, T value, void (PlaybackManager::*changed)());
 
     std::weak_ptr<PlaybackManagerDelegate*> m_delegate;
-    QList<TrackPtr> m_currentPlaylist;
-    int m_currentIndex = -1;
+    PlaybackQueue m_queue;
     State m_state = State::stopped;
     double m_currentTime = -1.0;
     RepeatMode m_repeatMode = RepeatMode::off;
     bool m_isShuffleEnabled = false;
 
-    // The engine does not own its nodes: they are declared first so that they
-    // outlive it, and the destructor stops the engine before anything else.
-    std::unique_ptr<AudioPlayerNode> m_audioPlayerNode;
-    std::unique_ptr<AudioUnitEQ> m_equalizer;
-    std::vector<std::unique_ptr<AudioUnitEQ>> m_bassEqualizers;
-    std::vector<AudioUnitEQFilterParameters*> m_bands;
-    std::unique_ptr<AudioEngine> m_audioEngine;
+    PlaybackGraph m_graph;
     UserDefaults& m_defaults;
     EqualizerState* m_equalizerState = nullptr;
     std::unique_ptr<RepeatingTimer> m_elpasedTimeTimer;
     std::shared_ptr<AudioFile> m_audioFile;
-
-    std::shared_ptr<NowPlayingPublisher> m_nowPlayingPublisher;
-    RandomSource m_randomSource;
+    NowPlayingReporter m_nowPlaying;
 };

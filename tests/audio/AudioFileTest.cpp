@@ -4,7 +4,9 @@
 #include <QFile>
 #include <QRandomGenerator>
 #include <cmath>
+#include <cstdio>
 
+#include "AudioDecoder.h"
 #include "AudioDecoderModule.h"
 #include "AudioFile.h"
 #include "AudioFixtures.h"
@@ -409,12 +411,72 @@ TEST(AudioFile, ReadersAreIndependentAndOutliveTheirFile) {
     EXPECT_EQ(first->position(), 15001);
     EXPECT_EQ(second->position(), 1);
 
-    // A reader whose file went away meanwhile fails cleanly too.
+    // A file that went away after it was opened still plays from what was
+    // opened; a reader that has to open it again fails cleanly.
     auto reopened = AudioFile::openForReading(path);
     ASSERT_TRUE(QFile::remove(path));
+    const auto opened = reopened->createReader();
+    ASSERT_NE(opened, nullptr);
+    EXPECT_EQ(qint64(readToEnd(*opened, 2).size()) / 2, 20000);
     QString error;
     EXPECT_EQ(reopened->createReader(&error), nullptr);
     EXPECT_FALSE(error.isEmpty());
+}
+
+TEST(AudioFile, TheFirstReaderDecodesFromTheOpenThatProbedTheFile) {
+    const AudioDecoder* decoder = AudioDecoderModule::shared();
+    ASSERT_NE(decoder, nullptr);
+    // A stream without a stated length is read to its end to count it, so
+    // its first reader has to open it again.
+    const struct {
+        FixtureFormat format;
+        quint64 opens;
+    } cases[] = {{FixtureFormat::flac, 1},
+                 {FixtureFormat::mp3, 1},
+                 {FixtureFormat::m4aAac, 1},
+                 {FixtureFormat::mp3NoHeader, 2},
+                 {FixtureFormat::wav, 1}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(fixtureName(c.format));
+        const QString path = makeFixture(c.format, 30000);
+        QString error;
+        const std::optional<DecodedAudio> reference = referenceDecode(path, &error);
+        ASSERT_TRUE(reference) << error.toStdString();
+        const quint64 before = decoder->filesOpened();
+        const auto file = AudioFile::openForReading(path);
+        ASSERT_NE(file, nullptr);
+        const auto reader = file->createReader();
+        ASSERT_NE(reader, nullptr);
+        // The probe's reads (the MP3 header among them) leave the demuxer
+        // where decoding starts: the very frames of a fresh decode.
+        const std::vector<float> decoded = readToEnd(*reader, 2);
+        EXPECT_EQ(decoder->filesOpened() - before, c.opens);
+        EXPECT_EQ(qint64(decoded.size()) / 2, file->length());
+        EXPECT_EQ(maxDifference(decoded, *reference, 0), 0.0f);
+    }
+}
+
+TEST(AudioFile, AFileReplacedUnderItsNamePlaysAsProbedOrFailsClearly) {
+    const QString path = makeFixture(FixtureFormat::flac, 20000);
+    const QString other = makeFixture(FixtureFormat::flac, 50000, 1, "other");
+    const auto file = AudioFile::openForReading(path);
+    ASSERT_NE(file, nullptr);
+    ASSERT_EQ(
+        std::rename(QFile::encodeName(other).constData(), QFile::encodeName(path).constData()), 0);
+
+    const auto first = file->createReader();
+    ASSERT_NE(first, nullptr);
+    const std::vector<float> decoded = readToEnd(*first, 2);
+    ASSERT_EQ(qint64(decoded.size()) / 2, 20000);
+    EXPECT_EQ(decoded[2 * 19999], patternSample(19999, 0));
+
+    // Opened again, the name leads to the mono file: its frames would not
+    // fit this file's length and channels.
+    QString error;
+    EXPECT_EQ(file->createReader(&error), nullptr);
+    EXPECT_TRUE(error.contains("replaced")) << error.toStdString();
+    // A jump back to the start reopens the file too, and fails the same way.
+    EXPECT_FALSE(first->seek(0));
 }
 
 TEST(AudioDecoderModule, RefusesWhatIsNotTheModuleWithAReason) {

@@ -11,6 +11,8 @@
 #include <SDL.h>
 
 #include "AppDirectories.h"
+#include "AudioDecoder.h"
+#include "AudioDecoderModule.h"
 #include "AudioFixtures.h"
 #include "Log.h"
 #include "ManualTimer.h"
@@ -454,6 +456,18 @@ TEST_F(PlaybackManagerTest, ANewTrackOrPositionChosenWhilePausedIsHeardFirst) {
                 << "at frame " << frame;
         }
     }
+}
+
+TEST_F(PlaybackManagerTest, StartingATrackOpensItsFileOnce) {
+    const TrackPtr track = queuedTrack("song", 3.0, 3.0);
+    const AudioDecoder* decoder = AudioDecoderModule::shared();
+    ASSERT_NE(decoder, nullptr);
+    const quint64 before = decoder->filesOpened();
+    startQueue({track});
+    const int latency = manager.audioEngine().latencyFrames();
+    const std::vector<float> samples = render(latency + 2 * kBlock);
+    EXPECT_EQ(samples[size_t(latency + kBlock) * 2], patternSample(kBlock, 0));
+    EXPECT_EQ(decoder->filesOpened() - before, 1u);
 }
 
 TEST_F(PlaybackManagerTest, SeekDuringAPauseLeavesTheStateAlone) {

@@ -33,27 +33,43 @@ private:
 
 class FfmpegDecoder final : public AudioDecoder {
 public:
-    bool probe(const QString& path, AudioFile::Properties& properties, QString* error,
-               AudioFile::OpenFailure* failure) const override {
-        const std::optional<ffmpeg::AudioInput> input = ffmpeg::openInput(path, error, failure);
-        if (!input) {
-            return false;
+    std::unique_ptr<ProbedFile> probe(const QString& path, AudioFile::Properties& properties,
+                                      QString* error,
+                                      AudioFile::OpenFailure* failure) const override {
+        auto probed = std::make_unique<FfmpegProbedFile>();
+        probed->input = ffmpeg::openInput(path, error, failure);
+        if (!probed->input) {
+            return nullptr;
         }
+        ffmpeg::AudioInput& input = *probed->input;
         properties.path = path;
-        properties.sampleRate = input->sampleRate();
-        properties.channels = input->stream()->codecpar->ch_layout.nb_channels;
-        properties.length = ffmpeg::measureLength(*input, path);
-        return true;
+        properties.sampleRate = input.sampleRate();
+        properties.channels = input.stream()->codecpar->ch_layout.nb_channels;
+        properties.device = input.device;
+        properties.inode = input.inode;
+        properties.length = ffmpeg::measureLength(input, path);
+        if (!input.atStart) {
+            // Read to its end: a reader would open it again anyway.
+            probed->input.reset();
+        }
+        return probed;
     }
 
     std::unique_ptr<AudioFileReader> createReader(const AudioFile::Properties& properties,
+                                                  std::unique_ptr<ProbedFile> probed,
                                                   QString* error) const override {
+        std::optional<ffmpeg::AudioInput> input;
+        if (auto* ours = dynamic_cast<FfmpegProbedFile*>(probed.get())) {
+            input = std::move(ours->input);
+        }
         auto reader = std::make_unique<FfmpegFileReader>(properties);
-        if (!reader->open(error)) {
+        if (!reader->open(std::move(input), error)) {
             return nullptr;
         }
         return reader;
     }
+
+    quint64 filesOpened() const override { return ffmpeg::filesOpened(); }
 
     std::unique_ptr<SampleRateConverter> createConverter(int channels, double inputRate,
                                                          double outputRate) const override {
@@ -86,7 +102,7 @@ public:
 
 }  // namespace
 
-extern "C" __attribute__((visibility("default"))) const AudioDecoder* corvantisAudioDecoder1() {
+extern "C" __attribute__((visibility("default"))) const AudioDecoder* corvantisAudioDecoder2() {
     static const FfmpegDecoder decoder;
     return &decoder;
 }

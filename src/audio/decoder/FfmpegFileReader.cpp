@@ -60,12 +60,25 @@ FfmpegFileReader::~FfmpegFileReader() {
     av_channel_layout_uninit(&m_converterLayout);
 }
 
-bool FfmpegFileReader::open(QString* error) {
+bool FfmpegFileReader::open(std::optional<ffmpeg::AudioInput> probed, QString* error) {
     av_channel_layout_uninit(&m_converterLayout);
     m_converter.reset();
     m_decoder.reset();
-    m_input = openInput(m_properties.path, error);
+    if (probed && probed->atStart) {
+        m_input = std::move(probed);
+    } else {
+        m_input = openInput(m_properties.path, error);
+    }
     if (!m_input) {
+        return false;
+    }
+    if (m_input->device != m_properties.device || m_input->inode != m_properties.inode) {
+        // Another file under the same name: its frames would not be the ones
+        // the length and every position were measured in.
+        if (error) {
+            *error = QStringLiteral("The file was replaced after it was opened");
+        }
+        m_input.reset();
         return false;
     }
     const AVStream* stream = m_input->stream();
@@ -104,7 +117,7 @@ void FfmpegFileReader::resetDecoding() {
 
 bool FfmpegFileReader::restart() {
     QString error;
-    if (!open(&error)) {
+    if (!open(std::nullopt, &error)) {
         qCWarning(lcDecode) << "cannot reopen" << m_properties.path << ":" << error;
         m_failed = true;
         return false;
@@ -122,7 +135,7 @@ FfmpegFileReader::Step FfmpegFileReader::decodeNextFrame() {
             if (!placed) {
                 return Step::failed;
             }
-            if (m_pendingFrames > 0) {
+            if (m_pendingFrames > 0 || m_directFrames > 0) {
                 return Step::frame;
             }
             continue;
@@ -268,8 +281,13 @@ bool FfmpegFileReader::convertFrame() {
         m_converterFormat = m_frame->format;
         m_converterRate = m_frame->sample_rate;
     }
-    m_pending.resize(size_t(frames) * channels);
-    auto* out = reinterpret_cast<uint8_t*>(m_pending.data());
+    // A frame that starts where the reader stands and fits what the caller
+    // asked for is converted straight into the caller's buffer.
+    const bool direct = m_direct && m_pendingStart == m_position && frames <= m_directRoom;
+    if (!direct) {
+        m_pending.resize(size_t(frames) * channels);
+    }
+    auto* out = reinterpret_cast<uint8_t*>(direct ? m_direct : m_pending.data());
     const int converted = swr_convert(m_converter.get(), &out, frames,
                                       const_cast<const uint8_t**>(m_frame->extended_data), frames);
     if (converted < 0) {
@@ -277,8 +295,14 @@ bool FfmpegFileReader::convertFrame() {
                             << "cannot convert samples:" << ffmpeg::errorText(converted);
         return false;
     }
-    m_pendingFrames = converted;
     m_decodeCursor = m_pendingStart + converted;
+    if (direct) {
+        m_directFrames = converted;
+        m_pendingStart = m_decodeCursor;
+        m_pendingFrames = 0;
+    } else {
+        m_pendingFrames = converted;
+    }
     return true;
 }
 
@@ -307,7 +331,16 @@ qint64 FfmpegFileReader::read(float* destination, qint64 frames) {
             m_position += count;
             continue;
         }
+        m_direct = destination + written * channels;
+        m_directRoom = wanted;
         const Step step = decodeNextFrame();
+        m_direct = nullptr;
+        if (m_directFrames > 0) {
+            written += m_directFrames;
+            m_position += m_directFrames;
+            m_directFrames = 0;
+            continue;
+        }
         if (step == Step::end) {
             break;
         }

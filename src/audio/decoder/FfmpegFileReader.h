@@ -3,12 +3,19 @@
 #include <optional>
 #include <vector>
 
+#include "AudioDecoder.h"
 #include "AudioFile.h"
 #include "FfmpegInput.h"
 
 extern "C" {
 #include <libavutil/channel_layout.h>
 }
+
+// A probed file's demuxer, kept for the first reader; empty when probing it
+// read it to its end.
+struct FfmpegProbedFile final : ProbedFile {
+    std::optional<ffmpeg::AudioInput> input;
+};
 
 // Sample-exact decoding of one file: frames are placed by the stream's own
 // timestamps after a jump, and counted from there on.
@@ -19,7 +26,9 @@ public:
     FfmpegFileReader(const FfmpegFileReader&) = delete;
     FfmpegFileReader& operator=(const FfmpegFileReader&) = delete;
 
-    bool open(QString* error);
+    // Decodes from `probed` when it stands at its start, else from the file
+    // opened again, provided it is still the file probed.
+    bool open(std::optional<ffmpeg::AudioInput> probed, QString* error);
 
     bool seek(qint64 frame) override;
     qint64 read(float* destination, qint64 frames) override;
@@ -54,6 +63,11 @@ private:
     std::vector<float> m_pending;
     qint64 m_pendingStart = 0;
     qint64 m_pendingFrames = 0;
+    // Where read() takes the next frame when it fits: the caller's buffer,
+    // with room for `m_directRoom` frames; `m_directFrames` were put there.
+    float* m_direct = nullptr;
+    qint64 m_directRoom = 0;
+    qint64 m_directFrames = 0;
     // Where the next decoded frame goes when its timestamp is not consulted.
     qint64 m_decodeCursor = 0;
     // The next decoded frame is placed by its timestamp (after a jump).

@@ -2,6 +2,7 @@
 
 #include <QtEndian>
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <mutex>
@@ -35,6 +36,8 @@ void forwardLibraryLog(void* context, int level, const char* format, va_list arg
     av_log_format_line2(context, level, format, arguments, line, sizeof line, &printPrefix);
     qCDebug(lcDecode).noquote() << QString::fromUtf8(line).trimmed();
 }
+
+std::atomic<quint64> openedFiles{0};
 
 // Errors that say more about the machine at this moment than about the file.
 bool isSystemFailure(int code) {
@@ -80,8 +83,22 @@ std::optional<qint64> countPackets(const AudioInput& input, const QString& path)
 
 // The exact length the Xing/Info/VBRI header states, when the demuxer read
 // the same header (its duration and start then match it).
-std::optional<qint64> mp3HeaderLength(const AudioInput& input, const QString& path) {
-    const std::optional<Mp3InfoTag> tag = readMp3InfoTag(path);
+std::optional<qint64> mp3HeaderLength(AudioInput& input) {
+    // Read through the demuxer's own file, which then goes back to where it
+    // stood: the bytes are those it parsed, and the file is not opened again.
+    AVIOContext* io = input.context->pb;
+    const int64_t resume = avio_tell(io);
+    const std::optional<Mp3InfoTag> tag = readMp3InfoTag([io](qint64 offset, int size) {
+        QByteArray bytes(size, Qt::Uninitialized);
+        const int got = avio_seek(io, offset, SEEK_SET) < 0
+                            ? 0
+                            : avio_read(io, reinterpret_cast<unsigned char*>(bytes.data()), size);
+        bytes.resize(std::max(got, 0));
+        return bytes;
+    });
+    if (avio_seek(io, resume, SEEK_SET) != resume) {
+        input.atStart = false;
+    }
     const AVStream* stream = input.stream();
     if (!tag || stream->duration == AV_NOPTS_VALUE) {
         return std::nullopt;
@@ -147,7 +164,10 @@ std::optional<AudioInput> openInput(const QString& path, QString* error,
     if (result < 0) {
         return fail(ffmpeg::errorText(result), result);
     }
+    openedFiles.fetch_add(1, std::memory_order_relaxed);
     AudioInput input{ffmpeg::Input(raw)};
+    input.device = quint64(status.device);
+    input.inode = quint64(status.inode);
     if ((result = avformat_find_stream_info(raw, nullptr)) < 0) {
         return fail(ffmpeg::errorText(result), result);
     }
@@ -174,8 +194,10 @@ std::optional<AudioInput> openInput(const QString& path, QString* error,
     return input;
 }
 
-// Reads the next packet of any stream, stepping over damaged stretches that
-// the demuxer resyncs after. False at the end of the file.
+quint64 filesOpened() {
+    return openedFiles.load(std::memory_order_relaxed);
+}
+
 bool readPacket(AVFormatContext* context, AVPacket* packet, const QString& path) {
     for (int errors = 0;; ++errors) {
         const int result = av_read_frame(context, packet);
@@ -201,12 +223,12 @@ qint64 skipSamples(const AVPacket* packet, bool atStart) {
     return qFromLittleEndian(value);
 }
 
-qint64 measureLength(const AudioInput& input, const QString& path) {
+qint64 measureLength(AudioInput& input, const QString& path) {
     const AVStream* stream = input.stream();
     const AVCodecID codec = stream->codecpar->codec_id;
     // A bare MPEG audio stream: its length is in the first frame, if anywhere.
     if (!std::strcmp(input.context->iformat->name, "mp3")) {
-        if (const std::optional<qint64> length = mp3HeaderLength(input, path)) {
+        if (const std::optional<qint64> length = mp3HeaderLength(input)) {
             return *length;
         }
     } else if (stream->duration != AV_NOPTS_VALUE && stream->duration > 0 &&
@@ -218,6 +240,7 @@ qint64 measureLength(const AudioInput& input, const QString& path) {
         }
         return std::max<qint64>(0, length);
     }
+    input.atStart = false;
     if (const std::optional<qint64> counted = countPackets(input, path)) {
         return *counted;
     }

@@ -24,6 +24,12 @@ struct AudioInput {
     Input context;
     int streamIndex = -1;
     const AVCodec* codec = nullptr;
+    // Which file was opened (see AudioFile::Properties).
+    quint64 device = 0;
+    quint64 inode = 0;
+    // Nothing has been read past what opening it read: decoding from here
+    // starts at the first packet.
+    bool atStart = true;
 
     AVStream* stream() const { return context->streams[streamIndex]; }
     int sampleRate() const { return stream()->codecpar->sample_rate; }
@@ -34,6 +40,9 @@ struct AudioInput {
 std::optional<AudioInput> openInput(const QString& path, QString* error,
                                     AudioFile::OpenFailure* failure = nullptr);
 
+// Files opened by openInput() so far, in this process.
+quint64 filesOpened();
+
 // Reads the next packet of any stream, stepping over damaged stretches that
 // the demuxer resyncs after. False at the end of the file.
 bool readPacket(AVFormatContext* context, AVPacket* packet, const QString& path);
@@ -41,7 +50,9 @@ bool readPacket(AVFormatContext* context, AVPacket* packet, const QString& path)
 // The samples a packet says to drop at the start of the stream, or at its end.
 qint64 skipSamples(const AVPacket* packet, bool atStart);
 
-// The stream's length in frames, exactly what its decoder yields.
-qint64 measureLength(const AudioInput& input, const QString& path);
+// The stream's length in frames, exactly what its decoder yields. Where the
+// container does not state it the packets are counted, which leaves the
+// input at its end (atStart false).
+qint64 measureLength(AudioInput& input, const QString& path);
 
 }  // namespace ffmpeg

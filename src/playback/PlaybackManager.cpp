@@ -7,9 +7,9 @@
 #include <cmath>
 #include <limits>
 
+#include "DeviceAudioOutput.h"
 #include "Log.h"
 #include "PlaybackLog.h"
-#include "SdlAudioOutput.h"
 #include "UserDefaults.h"
 
 namespace {

@@ -237,10 +237,12 @@ QString setAside(const QString& filePath) {
 }  // namespace
 
 UserDefaults& UserDefaults::standard() {
-    // Never destroyed (it outlives every user), so its last writes go out at
-    // exit, even for a process that never ran an event loop.
+    // Never destroyed (it outlives every user), so its last writes go out when
+    // the application object goes (while its home is surely still there), or
+    // at exit for a process that never made one.
     static UserDefaults* instance = [] {
         auto* defaults = new UserDefaults(AppDirectories::settingsFile());
+        qAddPostRoutine([] { standard().flush(); });
         std::atexit([] { standard().flush(); });
         return defaults;
     }();

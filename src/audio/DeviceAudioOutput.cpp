@@ -13,6 +13,10 @@ namespace {
 constexpr int kFallbackBlockFrames = 2048;
 constexpr double kFallbackRate = 48000.0;
 
+// The device's library lets this variable of the environment force the
+// role over the player's own; the session's setup reports that.
+constexpr char kForcedRoleVariable[] = "SDL_AUDIO_DEVICE_STREAM_ROLE";
+
 std::mutex roleMutex;
 QByteArray streamRole = QByteArrayLiteral("music");
 
@@ -60,7 +64,7 @@ DeviceAudioOutput::DeviceAudioOutput(const QString& modulePath) {
 DeviceAudioOutput::~DeviceAudioOutput() = default;
 
 bool DeviceAudioOutput::setStreamRole(const QByteArray& role) {
-    if (role.isEmpty()) {
+    if (role.isEmpty() || qEnvironmentVariableIsSet(kForcedRoleVariable)) {
         return false;
     }
     const std::lock_guard lock(roleMutex);

@@ -23,7 +23,8 @@ public:
     int maximumFrames() const override;
 
     // The role the sound server sees on the streams of outputs made from now
-    // on ("music" routes and ducks it as music); false for an empty role.
+    // on ("music" routes and ducks it as music); false for an empty role and
+    // when the environment forces one of its own.
     static bool setStreamRole(const QByteArray& role);
 
     // Where the module is looked for: beside the running program, else where

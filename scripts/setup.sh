@@ -19,7 +19,7 @@ packages=(
   qml6-module-qtwebengine
   nginx-light
   qtkeychain-qt6-dev gnome-keyring
-  fonts-lato fonts-material-design-icons-iconfont ccache
+  fonts-lato fonts-material-design-icons-iconfont libfontconfig-dev ccache
   xvfb xauth xfonts-base xdotool libqt6webenginequickdelegatesqml6
   libpulse-dev pulseaudio
   libqrencode-dev qml6-module-qtquick-dialogs qml6-module-qt-labs-folderlistmodel

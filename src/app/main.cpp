@@ -9,6 +9,7 @@
 #include "AppStyle.h"
 #include "Bundles.h"
 #include "DesktopEntry.h"
+#include "FontBook.h"
 #include "Localization.h"
 #include "SingleInstance.h"
 
@@ -34,6 +35,7 @@ int main(int argc, char* argv[]) {
     // is loaded only when that screen first opens, so the start stays light.
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     AppDirectories::provideRuntimeDirectory();
+    FontBook::preferPlainIconFont();
     const std::unique_ptr<QCoreApplication> app = makeApplication(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("corvantis"));
     QCoreApplication::setApplicationVersion(QStringLiteral(CORVANTIS_VERSION));

@@ -1,44 +1,27 @@
 #include "AudioDecoderModule.h"
 
-#include <QFileInfo>
-#include <QLibrary>
 #include <QLoggingCategory>
 #include <mutex>
 
 #include "AudioDecoder.h"
+#include "LazyModule.h"
 
 namespace {
 
 Q_LOGGING_CATEGORY(lcDecoderModule, "corvantis.audio.decode", QtInfoMsg)
-
-// Where the running program lives, without needing a QCoreApplication.
-QString programDirectory() {
-    return QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath().section(u'/', 0, -2);
-}
 
 }  // namespace
 
 namespace AudioDecoderModule {
 
 QString path() {
-    const QString built = QStringLiteral(CORVANTIS_AUDIO_DECODER_MODULE);
-    const QString besideProgram = programDirectory() + u'/' + QFileInfo(built).fileName();
-    return QFileInfo::exists(besideProgram) ? besideProgram : built;
+    return LazyModule::path(QStringLiteral(CORVANTIS_AUDIO_DECODER_MODULE));
 }
 
 const AudioDecoder* load(const QString& path, QString* error) {
-    // The module stays loaded for the life of the process: readers and
-    // converters it made may outlive any owner of the library handle.
-    QLibrary library(path);
-    library.setLoadHints(QLibrary::ResolveAllSymbolsHint);
-    const auto entry = reinterpret_cast<AudioDecoderEntry>(library.resolve(kAudioDecoderEntry));
-    const AudioDecoder* decoder = entry ? entry() : nullptr;
-    if (!decoder && error) {
-        *error = library.isLoaded()
-                     ? QStringLiteral("%1 is not the audio decoder of this build").arg(path)
-                     : library.errorString();
-    }
-    return decoder;
+    const auto entry =
+        reinterpret_cast<AudioDecoderEntry>(LazyModule::resolve(path, kAudioDecoderEntry, error));
+    return entry ? entry() : nullptr;
 }
 
 const AudioDecoder* shared(QString* error) {

@@ -1,14 +1,20 @@
 #include "UserDefaults.h"
 
+#include <QAbstractEventDispatcher>
+#include <QCoreApplication>
 #include <QDir>
+#include <QEvent>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSettings>
+#include <QThread>
+#include <QTimer>
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 
 #include "AppDirectories.h"
 #include "Log.h"
@@ -175,6 +181,10 @@ std::optional<T> typed(const QSettings& settings, const QString& key, QMetaType:
     return value.value<T>();
 }
 
+// Long enough for a slider drag to coalesce into a few file writes, short
+// enough that a crash a moment later loses next to nothing.
+constexpr std::chrono::milliseconds kDefaultWriteDelay{500};
+
 // Damaged files set aside at most, the newest ones; one more is bound to be
 // the same damage again.
 constexpr int kKeptDamagedCopies = 5;
@@ -227,7 +237,15 @@ QString setAside(const QString& filePath) {
 }  // namespace
 
 UserDefaults& UserDefaults::standard() {
-    static UserDefaults* instance = new UserDefaults(AppDirectories::settingsFile());
+    // Never destroyed (it outlives every user), so its last writes go out when
+    // the application object goes (while its home is surely still there), or
+    // at exit for a process that never made one.
+    static UserDefaults* instance = [] {
+        auto* defaults = new UserDefaults(AppDirectories::settingsFile());
+        qAddPostRoutine([] { standard().flush(); });
+        std::atexit([] { standard().flush(); });
+        return defaults;
+    }();
     return *instance;
 }
 
@@ -244,9 +262,65 @@ UserDefaults::UserDefaults(const QString& filePath, QObject* parent) : QObject(p
         QFile::remove(filePath);
         m_settings = std::make_unique<QSettings>(filePath, typedJsonFormat());
     }
+    // QSettings would write at the next turn of the event loop, which during a
+    // drag is after every move; the timer below decides when instead.
+    m_settings->installEventFilter(this);
+    m_flushTimer = new QTimer(this);
+    m_flushTimer->setSingleShot(true);
+    m_flushTimer->setInterval(kDefaultWriteDelay);
+    connect(m_flushTimer, &QTimer::timeout, this, &UserDefaults::flush);
+    if (auto* application = QCoreApplication::instance()) {
+        connect(application, &QCoreApplication::aboutToQuit, this, &UserDefaults::flush);
+    }
 }
 
-UserDefaults::~UserDefaults() = default;
+UserDefaults::~UserDefaults() {
+    flush();
+}
+
+void UserDefaults::flush() {
+    if (!m_dirty.exchange(false)) {
+        return;
+    }
+    m_settings->sync();
+    if (m_settings->status() != QSettings::NoError) {
+        systemLog(QStringLiteral("Could not write settings file %1").arg(m_settings->fileName()));
+        return;
+    }
+    emit saved();
+}
+
+void UserDefaults::setWriteDelay(std::chrono::milliseconds delay) {
+    m_flushTimer->setInterval(delay);
+}
+
+bool UserDefaults::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == m_settings.get() && event->type() == QEvent::UpdateRequest) {
+        return true;
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void UserDefaults::scheduleFlush() {
+    if (QThread::currentThread() != thread()) {
+        QMetaObject::invokeMethod(this, &UserDefaults::scheduleFlush, Qt::QueuedConnection);
+        return;
+    }
+    if (!QAbstractEventDispatcher::instance(thread())) {
+        // No event loop will ever run the timer: write now, as nothing may be lost.
+        flush();
+        return;
+    }
+    if (!m_flushTimer->isActive()) {
+        m_flushTimer->start();
+    }
+}
+
+void UserDefaults::changed(const QString& key) {
+    m_dirty = true;
+    scheduleFlush();
+    emit valueChanged(key);
+}
 
 QString UserDefaults::filePath() const {
     return m_settings->fileName();
@@ -340,8 +414,7 @@ void UserDefaults::setObject(const QVariant& value, const QString& key) {
 
 void UserDefaults::removeObjectForKey(const QString& key) {
     m_settings->remove(key);
-    m_settings->sync();
-    emit valueChanged(key);
+    changed(key);
 }
 
 void UserDefaults::write(const QString& key, const QVariant& value) {
@@ -353,9 +426,5 @@ void UserDefaults::write(const QString& key, const QVariant& value) {
                qPrintable(key));
     }
     m_settings->setValue(key, *normalised);
-    m_settings->sync();
-    if (m_settings->status() != QSettings::NoError) {
-        systemLog(QStringLiteral("Could not write settings file %1").arg(m_settings->fileName()));
-    }
-    emit valueChanged(key);
+    changed(key);
 }

@@ -6,16 +6,24 @@
 #include <QVariant>
 #include <QVariantList>
 #include <QVariantMap>
+#include <atomic>
+#include <chrono>
 #include <memory>
 #include <optional>
 
 class QSettings;
+class QTimer;
 
 // Keyed, typed user settings kept in one file below CORVANTIS_HOME. Each value
 // keeps its type across a restart (a float stays a float, an integer an
 // integer), and a typed getter reads a value of any other type as absent.
-// Every write reaches the disk atomically before the setter returns, so a crash
-// never loses the file. A damaged file is set aside under a name of its own
+// A write is visible at once to every reader in the process (instances on the
+// same file share one in-memory copy) and reaches the disk shortly after,
+// atomically (a temporary file renamed over the old one), so that a burst of
+// writes such as a slider drag costs one file write, not one each. Pending
+// writes are flushed when the application quits, when the instance goes away
+// and on flush(); a crash loses at most the last moment's changes, never the
+// file. A damaged file is set aside under a name of its own
 // ("<file>.damaged", then "<file>.damaged-2", ...; the newest five are kept),
 // not overwritten.
 class UserDefaults : public QObject {
@@ -55,11 +63,27 @@ public:
 
     QString filePath() const;
 
+    // Writes what is pending to the file now; nothing pending, nothing written.
+    // The application calls this when it is sent to the background.
+    void flush();
+
+    // How long after a first unsaved change the file is written.
+    void setWriteDelay(std::chrono::milliseconds delay);
+
 signals:
     void valueChanged(const QString& key);
+    // The file was written.
+    void saved();
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void write(const QString& key, const QVariant& value);
+    void changed(const QString& key);
+    void scheduleFlush();
 
     std::unique_ptr<QSettings> m_settings;
+    QTimer* m_flushTimer;
+    std::atomic<bool> m_dirty{false};
 };

@@ -1,17 +1,20 @@
 #include "BonjourAnnouncer.h"
 
-#include <avahi-client/client.h>
-#include <avahi-client/publish.h>
-#include <avahi-common/alternative.h>
-#include <avahi-common/error.h>
-#include <avahi-common/malloc.h>
-#include <avahi-common/thread-watch.h>
-
 #include <QLoggingCategory>
 
 #include "Log.h"
+#include "UploadLibraries.h"
 
 Q_LOGGING_CATEGORY(lcBonjour, "corvantis.intake.bonjour", QtWarningMsg)
+
+namespace {
+
+// Used only once announce() found the libraries loaded.
+const UploadLibraries::Announcement& announcing() {
+    return UploadLibraries::shared()->announcement;
+}
+
+}  // namespace
 
 // Everything below runs on Avahi's own poll thread once the poll is started;
 // before that (inside avahi_client_new) on the caller's thread.
@@ -24,49 +27,49 @@ struct BonjourAnnouncer::State {
 
     ~State() {
         if (poll) {
-            avahi_threaded_poll_stop(poll);
+            announcing().threadedPollStop(poll);
         }
         // Freeing the client frees its groups too.
         if (client) {
-            avahi_client_free(client);
+            announcing().clientFree(client);
         }
         if (poll) {
-            avahi_threaded_poll_free(poll);
+            announcing().threadedPollFree(poll);
         }
-        avahi_free(name);
+        announcing().free(name);
     }
 
     void addService(AvahiClient* owner) {
         if (!group) {
-            group = avahi_entry_group_new(owner, &State::onGroup, this);
+            group = announcing().entryGroupNew(owner, &State::onGroup, this);
             if (!group) {
-                qCWarning(lcBonjour)
-                    << "cannot make an entry group:" << avahi_strerror(avahi_client_errno(owner));
+                qCWarning(lcBonjour) << "cannot make an entry group:"
+                                     << announcing().strerror(announcing().clientErrno(owner));
                 return;
             }
         }
-        if (!avahi_entry_group_is_empty(group)) {
+        if (!announcing().entryGroupIsEmpty(group)) {
             return;
         }
-        const int error = avahi_entry_group_add_service(group, AVAHI_IF_UNSPEC, AVAHI_PROTO_UNSPEC,
-                                                        AvahiPublishFlags(0), name, "_http._tcp",
-                                                        nullptr, nullptr, port, nullptr);
+        const int error = announcing().entryGroupAddService(
+            group, AVAHI_IF_UNSPEC, AVAHI_PROTO_UNSPEC, AvahiPublishFlags(0), name, "_http._tcp",
+            nullptr, nullptr, port, nullptr);
         if (error == AVAHI_ERR_COLLISION) {
             rename();
             addService(owner);
             return;
         }
-        if (error < 0 || avahi_entry_group_commit(group) < 0) {
-            qCWarning(lcBonjour) << "cannot announce the service:" << avahi_strerror(error);
+        if (error < 0 || announcing().entryGroupCommit(group) < 0) {
+            qCWarning(lcBonjour) << "cannot announce the service:" << announcing().strerror(error);
         }
     }
 
     void rename() {
-        char* alternative = avahi_alternative_service_name(name);
-        avahi_free(name);
+        char* alternative = announcing().alternativeServiceName(name);
+        announcing().free(name);
         name = alternative;
         if (group) {
-            avahi_entry_group_reset(group);
+            announcing().entryGroupReset(group);
         }
     }
 
@@ -74,7 +77,7 @@ struct BonjourAnnouncer::State {
         auto* self = static_cast<State*>(context);
         if (state == AVAHI_ENTRY_GROUP_COLLISION) {
             self->rename();
-            self->addService(avahi_entry_group_get_client(group));
+            self->addService(announcing().entryGroupGetClient(group));
         } else if (state == AVAHI_ENTRY_GROUP_ESTABLISHED) {
             qCDebug(lcBonjour) << "announced as" << self->name;
         }
@@ -89,12 +92,12 @@ struct BonjourAnnouncer::State {
             case AVAHI_CLIENT_S_COLLISION:
             case AVAHI_CLIENT_S_REGISTERING:
                 if (self->group) {
-                    avahi_entry_group_reset(self->group);
+                    announcing().entryGroupReset(self->group);
                 }
                 break;
             case AVAHI_CLIENT_FAILURE:
-                qCWarning(lcBonjour)
-                    << "daemon connection lost:" << avahi_strerror(avahi_client_errno(client));
+                qCWarning(lcBonjour) << "daemon connection lost:"
+                                     << announcing().strerror(announcing().clientErrno(client));
                 break;
             case AVAHI_CLIENT_CONNECTING:
                 break;
@@ -108,23 +111,27 @@ BonjourAnnouncer::~BonjourAnnouncer() = default;
 
 void BonjourAnnouncer::announce(const QString& name, quint16 port) {
     withdraw();
+    if (!UploadLibraries::shared()) {
+        return;
+    }
     auto state = std::make_unique<State>();
-    state->name = avahi_strdup(name.toUtf8().constData());
+    state->name = announcing().strdup(name.toUtf8().constData());
     state->port = port;
-    state->poll = avahi_threaded_poll_new();
+    state->poll = announcing().threadedPollNew();
     if (!state->poll) {
         systemLog(QStringLiteral("Bonjour announcement skipped: cannot start its event loop"));
         return;
     }
     int error = 0;
-    state->client = avahi_client_new(avahi_threaded_poll_get(state->poll), AvahiClientFlags(0),
-                                     &State::onClient, state.get(), &error);
+    state->client =
+        announcing().clientNew(announcing().threadedPollGet(state->poll), AvahiClientFlags(0),
+                               &State::onClient, state.get(), &error);
     if (!state->client) {
         systemLog(QStringLiteral("Bonjour announcement skipped: ") +
-                  QString::fromUtf8(avahi_strerror(error)));
+                  QString::fromUtf8(announcing().strerror(error)));
         return;
     }
-    if (avahi_threaded_poll_start(state->poll) < 0) {
+    if (announcing().threadedPollStart(state->poll) < 0) {
         systemLog(QStringLiteral("Bonjour announcement skipped: cannot start its event loop"));
         return;
     }

@@ -1,7 +1,6 @@
 #include "WiFiUploadServer.h"
 
 #include <fcntl.h>
-#include <microhttpd.h>
 #include <netinet/in.h>
 #include <stdio.h>
 #include <sys/socket.h>
@@ -29,12 +28,18 @@
 #include "ListenSocket.h"
 #include "Log.h"
 #include "UploadFileName.h"
+#include "UploadLibraries.h"
 #include "UploadStagingArea.h"
 #include "WiFiAddress.h"
 
 Q_LOGGING_CATEGORY(lcUploadServer, "corvantis.intake.upload", QtWarningMsg)
 
 namespace {
+
+// Used only once startWithPort() found the libraries loaded.
+const UploadLibraries::Http& http() {
+    return UploadLibraries::shared()->http;
+}
 
 const char* const kTextContentType = "text/plain; charset=utf-8";
 // Headers and the read buffer of one connection live in this much memory, so
@@ -128,9 +133,9 @@ public:
 
     void opened(MHD_Connection* connection) {
         const MHD_ConnectionInfo* fd =
-            MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD);
+            http().getConnectionInfo(connection, MHD_CONNECTION_INFO_CONNECTION_FD);
         const MHD_ConnectionInfo* address =
-            MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CLIENT_ADDRESS);
+            http().getConnectionInfo(connection, MHD_CONNECTION_INFO_CLIENT_ADDRESS);
         Peer peer;
         peer.fd = fd ? fd->connect_fd : -1;
         peer.address = addressKey(address ? address->client_addr : nullptr);
@@ -325,7 +330,7 @@ struct WiFiUploadServer::Private::Request {
 
     ~Request() {
         if (processor) {
-            MHD_destroy_post_processor(processor);
+            http().destroyPostProcessor(processor);
         }
         for (FilePart& part : parts) {
             closeAndRemove(part);
@@ -502,7 +507,7 @@ QByteArray WiFiUploadServer::Private::finishUpload(Request& request) {
     if (request.processor) {
         // A body cut short before its closing boundary may have left the last
         // part incomplete: none of it counts.
-        const bool complete = MHD_destroy_post_processor(request.processor) == MHD_YES;
+        const bool complete = http().destroyPostProcessor(request.processor) == MHD_YES;
         request.processor = nullptr;
         request.malformed = request.malformed || !complete;
     }
@@ -555,14 +560,14 @@ MHD_Result WiFiUploadServer::Private::onRequest(void* context, MHD_Connection* c
                 kTextContentType);
         }
         if (request->route == Route::Upload) {
-            const char* type = MHD_lookup_connection_value(connection, MHD_HEADER_KIND,
-                                                           MHD_HTTP_HEADER_CONTENT_TYPE);
+            const char* type = http().lookupConnectionValue(connection, MHD_HEADER_KIND,
+                                                            MHD_HTTP_HEADER_CONTENT_TYPE);
             request->isMultipart =
                 type && strncasecmp(type, MHD_HTTP_POST_ENCODING_MULTIPART_FORMDATA,
                                     std::strlen(MHD_HTTP_POST_ENCODING_MULTIPART_FORMDATA)) == 0;
             if (request->isMultipart) {
-                request->processor = MHD_create_post_processor(connection, kPostBufferSize,
-                                                               &Private::onPostData, request);
+                request->processor = http().createPostProcessor(connection, kPostBufferSize,
+                                                                &Private::onPostData, request);
                 request->malformed = request->processor == nullptr;
             }
         }
@@ -575,7 +580,7 @@ MHD_Result WiFiUploadServer::Private::onRequest(void* context, MHD_Connection* c
     }
     if (*uploadDataSize > 0) {
         if (request->processor && !request->malformed &&
-            MHD_post_process(request->processor, uploadData, *uploadDataSize) != MHD_YES) {
+            http().postProcess(request->processor, uploadData, *uploadDataSize) != MHD_YES) {
             request->malformed = true;
         }
         *uploadDataSize = 0;
@@ -608,23 +613,23 @@ MHD_Result WiFiUploadServer::Private::onRequest(void* context, MHD_Connection* c
 MHD_Result WiFiUploadServer::Private::answer(MHD_Connection* connection, Route route,
                                              unsigned status, const QByteArray& body,
                                              const char* contentType) {
-    MHD_Response* response = MHD_create_response_from_buffer(
+    MHD_Response* response = http().createResponseFromBuffer(
         size_t(body.size()), const_cast<char*>(body.constData()), MHD_RESPMEM_MUST_COPY);
     if (!response) {
         return MHD_NO;
     }
-    MHD_add_response_header(response, MHD_HTTP_HEADER_CONTENT_TYPE, contentType);
+    http().addResponseHeader(response, MHD_HTTP_HEADER_CONTENT_TYPE, contentType);
     if (route == Route::Files) {
-        MHD_add_response_header(response, MHD_HTTP_HEADER_CACHE_CONTROL, "no-store");
+        http().addResponseHeader(response, MHD_HTTP_HEADER_CACHE_CONTROL, "no-store");
     }
     if (route == Route::Busy) {
-        MHD_add_response_header(response, MHD_HTTP_HEADER_RETRY_AFTER, "1");
+        http().addResponseHeader(response, MHD_HTTP_HEADER_RETRY_AFTER, "1");
     }
     if (route == Route::Busy || guard->crowded()) {
-        MHD_add_response_header(response, MHD_HTTP_HEADER_CONNECTION, "close");
+        http().addResponseHeader(response, MHD_HTTP_HEADER_CONNECTION, "close");
     }
-    const MHD_Result result = MHD_queue_response(connection, status, response);
-    MHD_destroy_response(response);
+    const MHD_Result result = http().queueResponse(connection, status, response);
+    http().destroyResponse(response);
     return result;
 }
 
@@ -669,6 +674,10 @@ WiFiUploadServer::~WiFiUploadServer() {
 
 bool WiFiUploadServer::startWithPort(quint16 port, const QString& bonjourName) {
     stop();
+    if (!UploadLibraries::shared()) {
+        d->startError = ELIBACC;
+        return false;
+    }
     const mode_t mask = ::umask(0);
     ::umask(mask);
     d->fileMode = 0666 & ~mask;
@@ -694,7 +703,7 @@ bool WiFiUploadServer::startWithPort(quint16 port, const QString& bonjourName) {
         return false;
     }
     d->guard = std::make_unique<ConnectionGuard>(d->options);
-    d->daemon = MHD_start_daemon(
+    d->daemon = http().startDaemon(
         MHD_USE_INTERNAL_POLLING_THREAD | MHD_USE_EPOLL | MHD_USE_ERROR_LOG, socket.port, nullptr,
         nullptr, &Private::onRequest, d.get(), MHD_OPTION_EXTERNAL_LOGGER, &Private::onLibraryLog,
         nullptr, MHD_OPTION_LISTEN_SOCKET, socket.fd, MHD_OPTION_THREAD_POOL_SIZE,
@@ -728,7 +737,7 @@ void WiFiUploadServer::stop() {
     }
     d->announcer.withdraw();
     // Waits for the workers; requests still open are completed and cleaned up.
-    MHD_stop_daemon(d->daemon);
+    http().stopDaemon(d->daemon);
     d->daemon = nullptr;
     d->guard.reset();
     d->port = 0;

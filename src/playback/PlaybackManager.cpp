@@ -4,10 +4,10 @@
 #include <QThread>
 #include <cmath>
 
+#include "DeviceAudioOutput.h"
 #include "EventLoopTimer.h"
 #include "Log.h"
 #include "PlaybackLog.h"
-#include "SdlAudioOutput.h"
 #include "SeekSegment.h"
 #include "UserDefaults.h"
 

@@ -1,13 +1,12 @@
 #include "SystemMediaIntegration.h"
 
-#include <SDL.h>
-
+#include "DeviceAudioOutput.h"
 #include "Log.h"
 #include "MprisService.h"
 #include "PlaybackManager.h"
 
 void setupAudioSession() {
-    if (!SDL_SetHint(SDL_HINT_AUDIO_DEVICE_STREAM_ROLE, "music")) {
+    if (!DeviceAudioOutput::setStreamRole(QByteArrayLiteral("music"))) {
         systemLog(QStringLiteral("Setting category to AVAudioSessionCategoryPlayback failed."));
     }
 }

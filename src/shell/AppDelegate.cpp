@@ -1,5 +1,6 @@
 #include "AppDelegate.h"
 
+#include <QGuiApplication>
 #include <QLoggingCategory>
 #include <QQmlApplicationEngine>
 #include <QQuickWindow>
@@ -40,6 +41,14 @@ void AppDelegate::addModuleImportPath(QQmlEngine& engine) {
 bool AppDelegate::applicationDidFinishLaunching(QQmlApplicationEngine& engine) {
     setupAudioSession();
     const QString bundle = initialBundleName();
+    // A suspended application may be ended without another word: settings
+    // still waiting to be written go out now.
+    connect(qGuiApp, &QGuiApplication::applicationStateChanged, this,
+            [](Qt::ApplicationState state) {
+                if (state == Qt::ApplicationSuspended || state == Qt::ApplicationHidden) {
+                    UserDefaults::standard().flush();
+                }
+            });
 
     addModuleImportPath(engine);
     engine.load(QUrl(QStringLiteral("qrc:/Corvantis/Shell/Main.qml")));

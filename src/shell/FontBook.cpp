@@ -5,6 +5,8 @@
 #include <QLoggingCategory>
 #include <QQmlEngine>
 
+#include <fontconfig/fontconfig.h>
+
 namespace {
 
 Q_LOGGING_CATEGORY(lcFonts, "corvantis.fonts")
@@ -47,7 +49,34 @@ const QHash<QString, QFont::Weight>& table() {
     return weights;
 }
 
+// The icon package puts its web copies in a directory of their own.
+constexpr char kRejectWebIconFonts[] = R"(<?xml version="1.0"?>
+<!DOCTYPE fontconfig SYSTEM "fonts.dtd">
+<fontconfig><selectfont><rejectfont>
+  <glob>*/material-design-icons-iconfont/*.woff</glob>
+  <glob>*/material-design-icons-iconfont/*.woff2</glob>
+</rejectfont></selectfont></fontconfig>)";
+
 }  // namespace
+
+bool FontBook::preferPlainIconFont() {
+    // A configuration of our own, loaded once in place of the default one
+    // Qt would otherwise load: the start reads the font caches no more often.
+    FcConfig* config = FcInitLoadConfig();
+    if (!config) {
+        return false;
+    }
+    const bool loaded =
+        FcConfigParseAndLoadFromMemory(
+            config, reinterpret_cast<const FcChar8*>(kRejectWebIconFonts), FcFalse) &&
+        FcConfigBuildFonts(config) && FcConfigSetCurrent(config);
+    if (!loaded) {
+        qCWarning(lcFonts) << "the icon font's web copies stay in: the font configuration"
+                              " could not be changed";
+    }
+    FcConfigDestroy(config);  // the current configuration holds its own reference
+    return loaded;
+}
 
 FontBook* FontBook::create(QQmlEngine* engine, QJSEngine*) {
     return new FontBook(engine);

@@ -35,4 +35,10 @@ public:
     Q_INVOKABLE static QString iconFamily();
     Q_INVOKABLE static QString glyph(const QString& name);
     static QStringList glyphNames();
+
+    // Leaves the icon font's web copies (WOFF, WOFF2) out of the fonts the
+    // application sees, so that the plain TrueType file is drawn from, which
+    // needs no decompression at the first glyph. Runs before the application
+    // object is made; false when the font configuration cannot be changed.
+    static bool preferPlainIconFont();
 };

@@ -1,6 +1,14 @@
 #include <gtest/gtest.h>
 
+#include <QCoreApplication>
 #include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTimer>
+#include <chrono>
+#include <cstdlib>
+
+#include "AppDirectories.h"
 
 #include "Log.h"
 #include "TestSupport.h"
@@ -10,6 +18,16 @@ namespace {
 
 QString storePath() {
     return testHome() + "/prefs/test.json";
+}
+
+// The stored JSON of `key` in the file on disk; undefined when the file or the
+// key is not there yet.
+QJsonValue onDisk(const QString& path, const QString& key) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return QJsonValue(QJsonValue::Undefined);
+    }
+    return QJsonDocument::fromJson(file.readAll()).object().value(key);
 }
 
 }  // namespace
@@ -131,4 +149,79 @@ TEST(UserDefaults, OneDamagedValueDoesNotCostTheOthers) {
     EXPECT_FALSE(defaults.objectForKey("odd"));
     EXPECT_EQ(defaults.dictionaryForKey("dict")->value("60.0").toFloat(), 2.0f);
     EXPECT_EQ(log.lines().size(), 2);
+
+    // The next write keeps what could be read.
+    defaults.setBool(true, "later");
+    defaults.flush();
+    UserDefaults reopened(storePath());
+    EXPECT_EQ(reopened.floatForKey("good"), 1.25f);
+    EXPECT_TRUE(reopened.boolForKey("later"));
+}
+
+// A slider drag writes on every move: the moves must be visible at once, to
+// every instance on the file, and reach the file as one write.
+TEST(UserDefaults, ABurstOfWritesIsSeenAtOnceAndReachesTheFileInOneWrite) {
+    UserDefaults other(storePath());
+    UserDefaults defaults(storePath());
+    defaults.setWriteDelay(std::chrono::hours(1));
+    int saves = 0;
+    QObject::connect(&defaults, &UserDefaults::saved, [&] { ++saves; });
+
+    for (int move = 0; move < 100; ++move) {
+        defaults.setFloat(float(move), "band");
+        EXPECT_EQ(other.floatForKey("band"), float(move));
+        QCoreApplication::processEvents();
+    }
+    defaults.removeObjectForKey("absent");
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(onDisk(storePath(), "band").isUndefined());
+    EXPECT_EQ(saves, 0);
+
+    defaults.flush();
+    EXPECT_EQ(onDisk(storePath(), "band"), QJsonObject({{"float", 99.0}}));
+    defaults.flush();  // nothing new: no second write
+    EXPECT_EQ(saves, 1);
+}
+
+TEST(UserDefaults, AChangeReachesTheFileShortlyAfterWithoutAFlush) {
+    UserDefaults defaults(storePath());
+    defaults.setWriteDelay(std::chrono::milliseconds(10));
+    int saves = 0;
+    QObject::connect(&defaults, &UserDefaults::saved, [&] { ++saves; });
+    defaults.setString("on disk", "key");
+    EXPECT_TRUE(waitUntil([&] { return !onDisk(storePath(), "key").isUndefined(); }));
+    EXPECT_EQ(onDisk(storePath(), "key"), QJsonObject({{"string", "on disk"}}));
+    EXPECT_EQ(saves, 1);
+}
+
+// The shared store is never destroyed, and its pending writes must still
+// reach the disk however the process ends normally.
+TEST(UserDefaultsDeathTest, WhatWasWrittenBeforeANormalExitIsOnDisk) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    // The child must write into this test's home, not a fresh one of its own.
+    qputenv("CORVANTIS_TEST_KEEP_HOME", "1");
+    const struct {
+        const char* key;
+        std::function<void()> end;
+    } endings[] = {
+        {"afterEventLoop",
+         [] {
+             QTimer::singleShot(0, qApp, &QCoreApplication::quit);
+             QCoreApplication::exec();
+             std::_Exit(0);  // no exit handlers: the quit alone must have written
+         }},
+        {"atExit", [] { std::exit(0); }},
+    };
+    for (const auto& ending : endings) {
+        EXPECT_EXIT(
+            {
+                UserDefaults::standard().setWriteDelay(std::chrono::hours(1));
+                UserDefaults::standard().setBool(true, ending.key);
+                ending.end();
+            },
+            ::testing::ExitedWithCode(0), "")
+            << ending.key;
+        EXPECT_EQ(onDisk(AppDirectories::settingsFile(), ending.key), QJsonObject({{"bool", true}}))
+            << ending.key;
+    }
 }

@@ -14,11 +14,11 @@
 #include "AudioDecoder.h"
 #include "AudioDecoderModule.h"
 #include "AudioFixtures.h"
+#include "DeviceAudioOutput.h"
 #include "Log.h"
 #include "ManualTimer.h"
 #include "OfflineAudioOutput.h"
 #include "PlaybackManager.h"
-#include "SdlAudioOutput.h"
 #include "TestSupport.h"
 #include "TrackFixtures.h"
 
@@ -643,7 +643,7 @@ TEST(PlaybackManagerEngine, AnEngineThatWillNotRunStopsPlaybackOrLeavesTheStateA
 
 TEST(PlaybackManagerDevice, ADeviceThatStopsUnderneathIsOpenedAgainByTheTick) {
     qputenv("SDL_AUDIODRIVER", "dummy");
-    PlaybackManager manager(std::make_unique<SdlAudioOutput>());
+    PlaybackManager manager(makeDefaultAudioOutput());
     auto timer = std::make_unique<ManualTimer>();
     ManualTimer& clock = *timer;
     manager.setElapsedTimeTimer(std::move(timer));

@@ -8,6 +8,8 @@
 #include <QSignalSpy>
 #include <QSvgRenderer>
 
+#include <fontconfig/fontconfig.h>
+
 #include "FontBook.h"
 #include "GradientFill.h"
 #include "ImageCatalog.h"
@@ -109,6 +111,32 @@ TEST(Helpers, DesignFontsAndImagesResolveAndUnknownNamesSaySo) {
         }
     }
     EXPECT_TRUE(ImageCatalog::source("Tutorial 3").isEmpty());
+}
+
+// The files fontconfig offers for the icon family: only plain font files once
+// the web copies are left out, and still at least one.
+TEST(Helpers, TheIconFontComesFromItsPlainFile) {
+    ASSERT_TRUE(FontBook::preferPlainIconFont());
+    FcPattern* pattern = FcPatternCreate();
+    FcPatternAddString(
+        pattern, FC_FAMILY,
+        reinterpret_cast<const FcChar8*>(FontBook::iconFamily().toUtf8().constData()));
+    FcObjectSet* fileOnly = FcObjectSetBuild(FC_FILE, nullptr);
+    FcFontSet* fonts = FcFontList(nullptr, pattern, fileOnly);
+    QStringList files;
+    for (int i = 0; fonts && i < fonts->nfont; ++i) {
+        FcChar8* file = nullptr;
+        if (FcPatternGetString(fonts->fonts[i], FC_FILE, 0, &file) == FcResultMatch) {
+            files.append(QString::fromUtf8(reinterpret_cast<const char*>(file)));
+        }
+    }
+    FcFontSetDestroy(fonts);
+    FcObjectSetDestroy(fileOnly);
+    FcPatternDestroy(pattern);
+    ASSERT_FALSE(files.isEmpty());
+    for (const QString& file : files) {
+        EXPECT_TRUE(file.endsWith(".ttf") || file.endsWith(".otf")) << file.toStdString();
+    }
 }
 
 TEST(Helpers, ViewsAreFoundByTheirClassName) {

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QString>
+#include <QtGlobal>
+
+// Libraries that a start does not need (sound device, decoders, the upload
+// server's network stack, the keychain) live in modules loaded on first use,
+// so that the window's first frame does not wait for the dynamic loader to
+// map and relocate them and all they pull in.
+namespace LazyModule {
+
+// Where a module is looked for: beside the running program (the installed
+// layout), else where the build put it (`builtPath`, for tests and tools that
+// run from their own build directories).
+QString path(const QString& builtPath);
+
+// Loads the module at `path` for the life of the process and resolves its
+// entry point; nullptr with the reason in `error` when the module is missing
+// or is not one of this build.
+QFunctionPointer resolve(const QString& path, const char* entry, QString* error);
+
+}  // namespace LazyModule

@@ -32,11 +32,14 @@ protected:
                 GTEST_SKIP() << tool << " is not installed (scripts/setup.sh installs it)";
             }
         }
-        // The server picks a free display itself and writes its number.
-        m_server.emplace(
-            "Xvfb",
-            QStringList{"-displayfd", "1", "-screen", "0", "1280x1024x24", "-nolisten", "tcp"},
-            QProcessEnvironment::systemEnvironment());
+        // The server picks a free display itself and writes its number. It
+        // must not reset when its last client leaves: the probes that look
+        // for the window come and go while the application is still
+        // connecting, and a connection made during a reset is refused.
+        m_server.emplace("Xvfb",
+                         QStringList{"-displayfd", "1", "-noreset", "-screen", "0", "1280x1024x24",
+                                     "-nolisten", "tcp"},
+                         QProcessEnvironment::systemEnvironment());
         QString number;
         ASSERT_TRUE(waitUntil(
             [&] {

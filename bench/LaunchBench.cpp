@@ -14,14 +14,13 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QThread>
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <optional>
 #include <vector>
 
 #include "AppDirectories.h"
+#include "LaunchProbe.h"
 #include "UserDefaults.h"
 
 namespace {
@@ -33,12 +32,6 @@ struct Launch {
     double cpuMs = 0;
     double residentMb = 0;
 };
-
-qint64 monotonicNs() {
-    return std::chrono::duration_cast<std::chrono::nanoseconds>(
-               std::chrono::steady_clock::now().time_since_epoch())
-        .count();
-}
 
 // VmRSS of a running process, in MB.
 double residentMb(qint64 pid) {
@@ -91,18 +84,11 @@ std::optional<Launch> launch(const QString& program) {
     process.setProcessEnvironment(freshEnvironment(home));
     process.setProcessChannelMode(QProcess::SeparateChannels);
     process.setStandardErrorFile(QProcess::nullDevice());
-    const qint64 started = monotonicNs();
+    const qint64 started = LaunchProbe::monotonicNs();
     process.start(program, {});
-    std::optional<qint64> frame;
-    QByteArray out;
-    while (!frame && process.waitForReadyRead(30000)) {
-        out += process.readAllStandardOutput();
-        const qsizetype at = out.indexOf("first frame ");
-        const qsizetype end = at < 0 ? -1 : out.indexOf('\n', at);
-        if (end > at) {
-            frame = out.mid(at + 12, end - at - 12).toLongLong();
-        }
-    }
+    const auto reports = LaunchProbe::waitForReports(process, {QByteArray("first frame")}, 30000);
+    const std::optional<qint64> frame =
+        reports ? std::optional(reports->value("first frame")) : std::nullopt;
     std::optional<Launch> result;
     if (frame) {
         const double cpu = cpuMs(process.processId());
@@ -115,18 +101,8 @@ std::optional<Launch> launch(const QString& program) {
         std::fprintf(stderr, "bench: %s showed no first frame (%s)\n", qPrintable(program),
                      qPrintable(process.errorString()));
     }
-    process.terminate();
-    if (!process.waitForFinished(5000)) {
-        process.kill();
-        process.waitForFinished(5000);
-    }
+    LaunchProbe::stop(process);
     return result;
-}
-
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    const size_t n = values.size();
-    return n % 2 == 1 ? values[n / 2] : (values[n / 2 - 1] + values[n / 2]) / 2.0;
 }
 
 }  // namespace
@@ -155,19 +131,20 @@ int main(int argc, char** argv) {
         oursMb.push_back(ours->residentMb);
         bareMb.push_back(bare->residentMb);
     }
-    const double ms = median(oursMs);
-    const double peerMs = median(bareMs);
+    const double ms = LaunchProbe::median(oursMs);
+    const double peerMs = LaunchProbe::median(bareMs);
     std::printf("start to first frame of the main interface, median of %d:\n", runs);
     std::printf("  Corvantis: %.0f ms\n", ms);
     std::printf("  bare Qt Quick window: %.0f ms\n", peerMs);
     std::printf("  ratio: %.2fx bare window (goal: 400 ms or less and at most 1.50x): %s\n",
                 ms / peerMs, ms <= 400 && ms <= 1.5 * peerMs ? "met" : "NOT met");
     std::printf("  processor time until then: Corvantis %.0f ms, bare window %.0f ms (%.2fx)\n",
-                median(oursCpu), median(bareCpu), median(oursCpu) / median(bareCpu));
-    const double mb = median(oursMb);
+                LaunchProbe::median(oursCpu), LaunchProbe::median(bareCpu),
+                LaunchProbe::median(oursCpu) / LaunchProbe::median(bareCpu));
+    const double mb = LaunchProbe::median(oursMb);
     std::printf("idle memory 1 s after the first frame, median of %d:\n", runs);
     std::printf("  Corvantis: %.0f MB\n", mb);
-    std::printf("  bare Qt Quick window: %.0f MB\n", median(bareMb));
+    std::printf("  bare Qt Quick window: %.0f MB\n", LaunchProbe::median(bareMb));
     std::printf("  goal: 120 MB or less: %s\n", mb <= 120 ? "met" : "NOT met");
     return 0;
 }

@@ -1,11 +1,12 @@
 #pragma once
 
 #include <QtQml/qqmlregistration.h>
-#include <QList>
 #include <QObject>
 
-// The dialog card's two springs for QML animations, as lists for
-// `easing.bezierCurve` with `easing.type: Easing.BezierSpline`.
+// The dialog card's two springs for QML, read point by point off a linear
+// clock. They are not handed over as `easing.bezierCurve` lists: with
+// curves of this many segments, Qt's bezier-spline easing was seen to corrupt
+// the heap in optimised builds.
 class DialogSprings : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -15,12 +16,9 @@ class DialogSprings : public QObject {
 public:
     using QObject::QObject;
 
-    // The entry runs for the dialog's own animation duration, which shapes
-    // its curve: the initial velocity counts per second.
-    Q_INVOKABLE QList<qreal> entry(double duration) const;
-    Q_INVOKABLE QList<qreal> snapBack() const;
-    // The same curves read point by point, `t` a fraction of the duration,
-    // for a view that drives the motion itself from a linear clock.
+    // `t` is a fraction of the duration. The entry runs for the dialog's own
+    // animation duration, which shapes its curve: the initial velocity
+    // counts per second.
     Q_INVOKABLE double entryAt(double duration, double t) const;
     Q_INVOKABLE double snapBackAt(double t) const;
     double snapBackDuration() const;

@@ -66,16 +66,6 @@ double SpringCurve::offset(double t) const {
     return (-1 + (m_velocity - m_omega) * t) * std::exp(-m_omega * t);
 }
 
-double SpringCurve::rate(double t) const {
-    if (m_damping < 1) {
-        const double envelope = std::exp(-m_damping * m_omega * t);
-        return -m_damping * m_omega * offset(t) +
-               envelope * m_dampedOmega *
-                   (std::sin(m_dampedOmega * t) + m_sine * std::cos(m_dampedOmega * t));
-    }
-    return (m_velocity - m_omega * (m_velocity - m_omega) * t) * std::exp(-m_omega * t);
-}
-
 double SpringCurve::progress(double t) const {
     if (!(t > 0)) {
         return 0;
@@ -84,35 +74,4 @@ double SpringCurve::progress(double t) const {
         return 1;
     }
     return 1 + offset(t);
-}
-
-QList<qreal> SpringCurve::bezierCurve(int segments) const {
-    segments = std::max(segments, 1);
-    const double step = 1.0 / segments;
-    QList<qreal> points;
-    points.reserve(segments * 6);
-    for (int i = 0; i < segments; ++i) {
-        const double from = i * step;
-        const bool last = i + 1 == segments;
-        const double to = last ? 1.0 : (i + 1) * step;
-        // Hermite segments with the spring's own slope at both ends, so the
-        // joins are smooth; the last one lands at rest on exactly 1.
-        const double fromSlope = rate(from);
-        const double toSlope = last ? 0.0 : rate(to);
-        const double toValue = last ? 1.0 : progress(to);
-        points << from + step / 3 << progress(from) + fromSlope * step / 3 << to - step / 3
-               << toValue - toSlope * step / 3 << to << toValue;
-    }
-    return points;
-}
-
-QEasingCurve SpringCurve::easingCurve(int segments) const {
-    const QList<qreal> points = bezierCurve(segments);
-    QEasingCurve curve(QEasingCurve::BezierSpline);
-    for (qsizetype i = 0; i + 5 < points.size(); i += 6) {
-        curve.addCubicBezierSegment(QPointF(points[i], points[i + 1]),
-                                    QPointF(points[i + 2], points[i + 3]),
-                                    QPointF(points[i + 4], points[i + 5]));
-    }
-    return curve;
 }

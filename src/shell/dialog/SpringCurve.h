@@ -1,8 +1,5 @@
 #pragma once
 
-#include <QEasingCurve>
-#include <QList>
-
 // The progress of a damped spring pulled from 0 to 1, as an easing curve over
 // a fixed duration. The spring is stiffened until it has settled, within a
 // thousandth of the distance, by the end of the duration; the damping ratio
@@ -23,16 +20,9 @@ public:
     // the end on.
     double progress(double t) const;
 
-    // The same curve as cubic Bézier segments, in the flat list of control
-    // and end points (x1, y1, x2, y2, x, y per segment) that an easing curve
-    // of type BezierSpline takes, in QML as `easing.bezierCurve`.
-    QList<qreal> bezierCurve(int segments = 32) const;
-    QEasingCurve easingCurve(int segments = 32) const;
-
 private:
-    // Offset from the rest point and its rate, in fractions of the duration.
+    // Offset from the rest point, in fractions of the duration.
     double offset(double t) const;
-    double rate(double t) const;
 
     double m_duration;
     double m_damping;

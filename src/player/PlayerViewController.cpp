@@ -7,6 +7,7 @@
 #include "DialogViewController.h"
 #include "Localization.h"
 #include "Log.h"
+#include "NoticeDialog.h"
 #include "NotificationCenter.h"
 #include "ReviewPrompt.h"
 #include "TagReader.h"
@@ -369,29 +370,11 @@ DialogViewController* PlayerViewController::makeBassBoostExplanation() {
     options.title = Localization::text("bass_boost_effect");
     options.message = Localization::text("bass_boost_effect_message");
     options.spacing = 6;
-    options.stackSpacing = 0;
-    options.sideSpacing = 20;
-    options.titleFontSize = 20;
-    options.messageFontSize = 16;
-    options.buttonHeight = 45;
-    options.cancelButtonHeight = 0;
     options.fontName = QStringLiteral("AvenirNext-Medium");
     options.fontNameBold = QStringLiteral("AvenirNext-DemiBold");
     options.widthRatio = 0.68;
-    auto* dialog = new DialogViewController(options);
-    dialog->setTitleColor(Qt::black);
-    dialog->setMessageColor(kLightGray);
-    dialog->addAction(std::make_shared<DialogAction>(
-        Localization::text("continue"),
-        [](DialogViewController& shown) { shown.dismissViewController(true); }));
-    dialog->blurBackground = false;
-    dialog->showSeparator = false;
-    dialog->buttonStyle = [](DialogButtonLook& look, qreal, int) {
-        look.titleColor = Qt::white;
-        look.borderColor = kButtonColor;
-        look.backgroundColor = kButtonColor;
-        look.cornerRadius = 12;
-    };
+    DialogViewController* dialog =
+        makeNoticeDialog(options, kLightGray, Localization::text("continue"), 12);
     dialog->setContentOffset(-0.5 * dialog->estimatedHeight());
     return dialog;
 }

@@ -11,14 +11,14 @@
 #include "DialogViewController.h"
 #include "Localization.h"
 #include "Navigation.h"
+#include "PlayerViewController.h"
 #include "QuickTestHarness.h"
 #include "TestSupport.h"
+#include "TutorialDialog.h"
 
 namespace {
 
 using Direction = DialogDismissDirection;
-
-const QColor kButtonColor = QColor::fromRgbF(0.21875, 0.6171875, 0.6640625);
 
 // The item of that name in the window now; a dialog that went may linger
 // unparented until the event loop deletes it.
@@ -34,47 +34,6 @@ QQuickItem* named(QuickTestHarness& ui, const char* objectName) {
 
 QRectF sceneRect(QQuickItem* item) {
     return item->mapRectToScene(QRectF(0, 0, item->width(), item->height()));
-}
-
-// The dialogs the application builds, value for value.
-enum class AppDialog { bassBoost, firstRun, tutorial };
-
-DialogViewController* appDialog(AppDialog kind) {
-    const bool bass = kind == AppDialog::bassBoost;
-    DialogViewController::Options options;
-    options.title = Localization::text(bass ? "bass_boost_effect" : "tutorial_title");
-    if (bass) {
-        options.message = Localization::text("bass_boost_effect_message");
-    } else {
-        options.attributedMessage = Localization::text("tutorial_description");
-    }
-    options.fontName = "AvenirNext-Medium";
-    options.fontNameBold = bass ? "AvenirNext-DemiBold" : "AvenirNext-Bold";
-    options.spacing = bass ? 6 : 10;
-    options.stackSpacing = 0;
-    options.sideSpacing = 20;
-    options.titleFontSize = 20;
-    options.messageFontSize = 16;
-    options.buttonHeight = 45;
-    options.cancelButtonHeight = 0;
-    options.widthRatio = bass ? 0.68 : 0.8;
-    auto* dialog = new DialogViewController(options);
-    dialog->setTitleColor(Qt::black);
-    dialog->setMessageColor(bass ? QColor::fromRgbF(2.0 / 3, 2.0 / 3, 2.0 / 3)
-                                 : QColor::fromRgbF(1.0 / 3, 1.0 / 3, 1.0 / 3, 0.7));
-    dialog->blurBackground = false;
-    dialog->showSeparator = false;
-    const qreal radius = bass ? 12 : 8;
-    dialog->buttonStyle = [radius](DialogButtonLook& look, qreal, int) {
-        look.titleColor = Qt::white;
-        look.borderColor = kButtonColor;
-        look.backgroundColor = kButtonColor;
-        look.cornerRadius = radius;
-    };
-    dialog->addAction(std::make_shared<DialogAction>(
-        Localization::text(bass ? "continue" : "OK"),
-        [](DialogViewController& d) { d.dismissViewController(true); }));
-    return dialog;
 }
 
 // A plain dialog for the motion tests: a title, a message, one button.
@@ -453,21 +412,18 @@ TEST(DialogView, BlurredBackgroundFadesIn) {
 }
 
 TEST(DialogView, ApplicationDialogsAtPhoneSize) {
+    // The first-run dialog and the menu's tutorial are the same card.
     struct Case {
-        AppDialog kind;
+        DialogViewController* (*make)();
         const char* screenshot;
     };
-    const Case cases[] = {{AppDialog::bassBoost, "dialog-bass-boost"},
-                          {AppDialog::firstRun, "dialog-first-run"},
-                          {AppDialog::tutorial, "dialog-tutorial"}};
+    const Case cases[] = {{&PlayerViewController::makeBassBoostExplanation, "dialog-bass-boost"},
+                          {&makeTutorialDialog, "dialog-first-run"}};
     for (const Case& c : cases) {
         SCOPED_TRACE(c.screenshot);
         QuickTestHarness ui;
         ui.launch();
-        DialogViewController* dialog = appDialog(c.kind);
-        if (c.kind == AppDialog::bassBoost) {
-            dialog->setContentOffset(-0.5 * dialog->estimatedHeight());
-        }
+        DialogViewController* dialog = c.make();
         QPointer<DialogViewController> kept = show(ui, dialog);
         ui.screenshot(c.screenshot);
         ui.tap(dialog->buttons().first().look.title);

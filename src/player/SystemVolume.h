@@ -3,16 +3,18 @@
 #include <QtQml/qqmlregistration.h>
 #include <QObject>
 #include <QString>
+#include <memory>
 
-struct pa_threaded_mainloop;
-struct pa_context;
+class VolumeServer;
 
 // The output volume of the sound server's default sink: shown, set, and
 // followed when something else changes it. Without a sound server it is
 // unavailable and the screen leaves it out.
 //
 // The server's client library runs its own thread; every answer comes back
-// to this object's thread before anything here changes.
+// to this object's thread before anything here changes. The library comes in
+// a module loaded with the first of these; where that module cannot be
+// loaded, the volume is unavailable and the log says why.
 class SystemVolume : public QObject {
     Q_OBJECT
     QML_ELEMENT
@@ -32,22 +34,18 @@ public:
     qreal volume() const { return m_volume; }
     void setVolume(qreal volume);
 
+    // Where the module is looked for (see LazyModule).
+    static QString modulePath();
+
 signals:
     void availableChanged();
     void volumeChanged();
 
 private:
-    static void contextStateChanged(pa_context* context, void* self);
-    void queryDefaultSink();
     // From the library's thread.
-    void report(bool available, qreal volume);
+    static void report(void* self, bool available, double volume);
 
-    pa_threaded_mainloop* m_mainloop = nullptr;
-    pa_context* m_context = nullptr;
-    // Written on the library's thread, under its lock.
-    QString m_sinkName;
-    int m_channels = 2;
-
+    std::unique_ptr<VolumeServer> m_server;
     bool m_available = false;
     qreal m_volume = 0;
 };

@@ -138,9 +138,11 @@ ApplicationWindow {
         }
     }
 
-    ProgressHUDView {
+    LaterLoader {
         anchors.fill: parent
         z: 1000
+        needed: ProgressHUD.visible
+        sourceComponent: ProgressHUDView {}
     }
 
     Connections {

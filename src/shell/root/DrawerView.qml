@@ -21,7 +21,7 @@ FocusScope {
 
     onOpenedChanged: {
         if (opened)
-            menuHost.forceActiveFocus()
+            menuLoader.forceActiveFocus()
         else
             mainHost.forceActiveFocus()
     }
@@ -85,11 +85,16 @@ FocusScope {
             color: Theme.separator
         }
 
-        ScreenHost {
-            id: menuHost
+        LaterLoader {
+            id: menuLoader
             anchors.fill: parent
-            controller: drawer.controller.drawerViewController
+            needed: drawer.progress > 0 || drawer.opened
+            focus: true
             Keys.onEscapePressed: drawer.controller.closeDrawer()
+            sourceComponent: ScreenHost {
+                controller: drawer.controller.drawerViewController
+                focus: true
+            }
         }
 
         // A swipe back towards the edge closes it.

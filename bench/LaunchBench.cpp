@@ -81,14 +81,14 @@ QProcessEnvironment freshEnvironment(const QTemporaryDir& home) {
     return environment;
 }
 
-std::optional<Launch> launch(const QString& program) {
+std::optional<Launch> launch(const QString& program, const QStringList& arguments = {}) {
     QTemporaryDir home;
     QProcess process;
     process.setProcessEnvironment(freshEnvironment(home));
     process.setProcessChannelMode(QProcess::SeparateChannels);
     process.setStandardErrorFile(QProcess::nullDevice());
     const qint64 started = LaunchProbe::monotonicNs();
-    process.start(program, {});
+    process.start(program, arguments);
     const auto reports = LaunchProbe::waitForReports(process, {QByteArray("first frame")}, 30000);
     const std::optional<qint64> frame =
         reports ? std::optional(reports->value("first frame")) : std::nullopt;
@@ -114,19 +114,23 @@ int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
     const bool smoke = argc > 1 && std::strcmp(argv[1], "--smoke") == 0;
     const int runs = smoke ? 1 : 5;
-    std::vector<double> oursMs, bareMs, oursCpu, bareCpu, oursMb, bareMb;
+    std::vector<double> oursMs, bareMs, oursCpu, bareCpu, oursMb, bareMb, toolkitMs, toolkitCpu;
     for (int run = 0; run < runs; ++run) {
-        // Taking turns spreads the machine's mood over both.
+        // Taking turns spreads the machine's mood over all three.
         const std::optional<Launch> ours = launch(QStringLiteral(CORVANTIS_APP));
         const std::optional<Launch> bare = launch(QStringLiteral(BARE_WINDOW));
-        if (!ours || !bare) {
+        const std::optional<Launch> toolkit =
+            launch(QStringLiteral(BARE_WINDOW), {QStringLiteral("--controls")});
+        if (!ours || !bare || !toolkit) {
             return 1;
         }
         std::printf(
             "  run %d: Corvantis %.0f ms (%.0f ms on the processors) %.0f MB, bare window %.0f ms "
-            "(%.0f ms) %.0f MB\n",
+            "(%.0f ms) %.0f MB, controls window %.0f ms (%.0f ms)\n",
             run + 1, ours->firstFrameMs, ours->cpuMs, ours->residentMb, bare->firstFrameMs,
-            bare->cpuMs, bare->residentMb);
+            bare->cpuMs, bare->residentMb, toolkit->firstFrameMs, toolkit->cpuMs);
+        toolkitMs.push_back(toolkit->firstFrameMs);
+        toolkitCpu.push_back(toolkit->cpuMs);
         oursMs.push_back(ours->firstFrameMs);
         bareMs.push_back(bare->firstFrameMs);
         oursCpu.push_back(ours->cpuMs);
@@ -144,6 +148,13 @@ int main(int argc, char** argv) {
     std::printf("  processor time until then: Corvantis %.0f ms, bare window %.0f ms (%.2fx)\n",
                 LaunchProbe::median(oursCpu), LaunchProbe::median(bareCpu),
                 LaunchProbe::median(oursCpu) / LaunchProbe::median(bareCpu));
+    // Where the gap lies: what the controls toolkit alone costs a window that
+    // shows one label, before any screen of ours.
+    const double toolkit = LaunchProbe::median(toolkitMs);
+    std::printf(
+        "  for scale, a controls-toolkit window with one label: %.0f ms (%.2fx bare window, "
+        "%.0f ms on the processors); Corvantis is %.2fx of it\n",
+        toolkit, toolkit / peerMs, LaunchProbe::median(toolkitCpu), ms / toolkit);
     const double mb = LaunchProbe::median(oursMb);
     std::printf("idle memory 1 s after the first frame, median of %d:\n", runs);
     std::printf("  Corvantis: %.0f MB\n", mb);

@@ -83,3 +83,19 @@ void registerBundles() {
           {QStringLiteral("dropbox"), Storyboard::screen<DropboxViewController>(QUrl(QStringLiteral(
                                           "qrc:/Corvantis/Intake/DropboxView.qml")))}}});
 }
+
+QList<QUrl> firstViewsOf(const QString& bundle) {
+    if (bundle == QStringLiteral("Tutorial")) {
+        return {QUrl(QStringLiteral("qrc:/Corvantis/Shell/TutorialView.qml"))};
+    }
+    if (bundle == QStringLiteral("Main")) {
+        // The side menu round the root, the cloud area on its tracks tab, and
+        // the progress display the tracks show while they load.
+        return {QUrl(QStringLiteral("qrc:/Corvantis/Shell/DrawerView.qml")),
+                QUrl(QStringLiteral("qrc:/Corvantis/Shell/RootView.qml")),
+                QUrl(QStringLiteral("qrc:/Corvantis/Shell/CloudView.qml")),
+                QUrl(QStringLiteral("qrc:/Corvantis/Collection/TracksView.qml")),
+                QUrl(QStringLiteral("qrc:/Corvantis/Shell/ProgressHUDView.qml"))};
+    }
+    return {};
+}

@@ -3,6 +3,7 @@
 #include <QQmlApplicationEngine>
 #include <QTimer>
 #include <memory>
+#include <thread>
 
 #include "AppDelegate.h"
 #include "AppDirectories.h"
@@ -12,6 +13,7 @@
 #include "FontBook.h"
 #include "Localization.h"
 #include "SingleInstance.h"
+#include "ViewPreload.h"
 
 namespace {
 
@@ -35,7 +37,9 @@ int main(int argc, char* argv[]) {
     // is loaded only when that screen first opens, so the start stays light.
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     AppDirectories::provideRuntimeDirectory();
-    FontBook::preferPlainIconFont();
+    // The font configuration is read beside the rest of the start: nothing
+    // reads a font before the window's first item is made.
+    std::jthread fontSetUp([] { FontBook::preferPlainIconFont(); });
     const std::unique_ptr<QCoreApplication> app = makeApplication(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("corvantis"));
     QCoreApplication::setApplicationVersion(QStringLiteral(CORVANTIS_VERSION));
@@ -60,6 +64,15 @@ int main(int argc, char* argv[]) {
         urls.append(QUrl(argument));
     }
 
+    // The window's QML and the first screen's views load on the engine's own
+    // thread while this one settles who runs, the texts and the bundles.
+    installAppStyle();
+    QQmlApplicationEngine engine;
+    AppDelegate::addModuleImportPath(engine);
+    auto preload =
+        std::make_unique<ViewPreload>(engine, QList<QUrl>{AppDelegate::windowUrl()} +
+                                                  firstViewsOf(AppDelegate::initialBundleName()));
+
     SingleInstance& instance = SingleInstance::shared();
     switch (instance.claim(urls)) {
         case SingleInstance::Claim::handedOver:
@@ -73,14 +86,14 @@ int main(int argc, char* argv[]) {
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Corvantis"));
     QGuiApplication::setDesktopFileName(QStringLiteral("corvantis"));
     Localization::install();
-    installAppStyle();
     registerBundles();
 
-    QQmlApplicationEngine engine;
+    fontSetUp.join();
     AppDelegate delegate;
     if (!delegate.applicationDidFinishLaunching(engine)) {
         return 1;
     }
+    preload.reset();
     QObject::connect(&instance, &SingleInstance::urlReceived, &delegate, &AppDelegate::openURL);
     // Links given to this start are opened once the window runs, as later ones are.
     QTimer::singleShot(0, &delegate, [&delegate, urls] {

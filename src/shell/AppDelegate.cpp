@@ -32,6 +32,10 @@ QString AppDelegate::initialBundleName() {
                : QStringLiteral("Tutorial");
 }
 
+QUrl AppDelegate::windowUrl() {
+    return QUrl(QStringLiteral("qrc:/Corvantis/Shell/Main.qml"));
+}
+
 void AppDelegate::addModuleImportPath(QQmlEngine& engine) {
     // The modules keep their QML at the root of the resources; a screen of
     // one module finds the frame's QML types (Theme, NamedImage, ...) there.
@@ -51,7 +55,7 @@ bool AppDelegate::applicationDidFinishLaunching(QQmlApplicationEngine& engine) {
             });
 
     addModuleImportPath(engine);
-    engine.load(QUrl(QStringLiteral("qrc:/Corvantis/Shell/Main.qml")));
+    engine.load(windowUrl());
     if (engine.rootObjects().isEmpty()) {
         return false;
     }

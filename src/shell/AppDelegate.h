@@ -28,6 +28,8 @@ public:
 
     // The bundle the launch opens: "Main" once the tutorial has run, else "Tutorial".
     static QString initialBundleName();
+    // The window's own QML, which holds every screen.
+    static QUrl windowUrl();
 
     // A URL handed to the application (by the desktop or a second start):
     // the cloud sign-in's redirect goes to the cloud client; anything else is

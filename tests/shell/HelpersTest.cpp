@@ -4,20 +4,26 @@
 #include <QFontMetrics>
 #include <QGuiApplication>
 #include <QLinearGradient>
+#include <QQmlEngine>
 #include <QScreen>
 #include <QSignalSpy>
 #include <QSvgRenderer>
 
 #include <fontconfig/fontconfig.h>
 
+#include "AppDelegate.h"
+#include "AppStyle.h"
+#include "Bundles.h"
 #include "FontBook.h"
 #include "GradientFill.h"
 #include "ImageCatalog.h"
 #include "Localization.h"
+#include "Log.h"
 #include "NibLoader.h"
 #include "ProgressHUD.h"
 #include "TestSupport.h"
 #include "UserDefaults.h"
+#include "ViewPreload.h"
 #include "WindowGeometry.h"
 
 TEST(ProgressHUD, TextsTimersAndReplacement) {
@@ -171,5 +177,26 @@ TEST(Helpers, WindowComesBackWhereItWasAndNeverOffEveryScreen) {
         UserDefaults::standard().setArray(values, "WindowGeometry");
         const WindowGeometry reset;
         EXPECT_EQ(QSize(reset.width(), reset.height()), QSize(390, 844)) << values.size();
+    }
+}
+
+// The views a start loads ahead must be the ones that exist: a renamed file
+// would otherwise only make starts slower, unnoticed.
+TEST(ViewPreload, TheFirstViewsOfEachStartLoadAndAMissingOneIsLogged) {
+    installAppStyle();
+    for (const QString& bundle : {QStringLiteral("Main"), QStringLiteral("Tutorial")}) {
+        SCOPED_TRACE(bundle.toStdString());
+        QQmlEngine engine;
+        AppDelegate::addModuleImportPath(engine);
+        const QUrl missing(QStringLiteral("qrc:/Corvantis/Shell/NoSuchView.qml"));
+        const QList<QUrl> views = firstViewsOf(bundle);
+        ASSERT_FALSE(views.isEmpty());
+        LogCapture log;
+        ViewPreload preload(engine, QList<QUrl>{AppDelegate::windowUrl()} + views + QList{missing});
+        ASSERT_TRUE(waitUntil([&] { return preload.pendingCount() == 0; }));
+        EXPECT_EQ(preload.failedCount(), 1);
+        ASSERT_EQ(log.lines().size(), 1);
+        EXPECT_TRUE(log.lines().constFirst().startsWith(
+            QStringLiteral("A view of the first screen cannot be loaded: ") + missing.toString()));
     }
 }

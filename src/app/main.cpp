@@ -65,7 +65,8 @@ int main(int argc, char* argv[]) {
     }
 
     // The window's QML and the first screen's views load on the engine's own
-    // thread while this one settles who runs, the texts and the bundles.
+    // thread while this one settles who runs, the texts, the bundles and the
+    // fonts.
     installAppStyle();
     QQmlApplicationEngine engine;
     AppDelegate::addModuleImportPath(engine);
@@ -89,6 +90,7 @@ int main(int argc, char* argv[]) {
     registerBundles();
 
     fontSetUp.join();
+    FontBook::warmUp();
     AppDelegate delegate;
     if (!delegate.applicationDidFinishLaunching(engine)) {
         return 1;

@@ -1,5 +1,6 @@
 #include "FontBook.h"
 
+#include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QHash>
 #include <QLoggingCategory>
@@ -76,6 +77,20 @@ bool FontBook::preferPlainIconFont() {
     }
     FcConfigDestroy(config);  // the current configuration holds its own reference
     return loaded;
+}
+
+void FontBook::warmUp() {
+    QList<QFont> faces{QFont(kFamily), QFont(kIconFamily)};
+    for (const QFont::Weight weight : table()) {
+        QFont face(kFamily);
+        face.setWeight(weight);
+        faces.append(face);
+    }
+    for (QFont& face : faces) {
+        face.setPixelSize(16);
+        // Asking for a measure opens the face.
+        QFontMetricsF(face).height();
+    }
 }
 
 FontBook* FontBook::create(QQmlEngine* engine, QJSEngine*) {

@@ -41,4 +41,9 @@ public:
     // needs no decompression at the first glyph. Runs before the application
     // object is made; false when the font configuration cannot be changed.
     static bool preferPlainIconFont();
+
+    // Opens the faces the window draws with (the family at every design
+    // weight, and the icon font) ahead of the first text, for a start to do
+    // while its QML still loads elsewhere.
+    static void warmUp();
 };

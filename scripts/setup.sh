@@ -23,7 +23,7 @@ packages=(
   xvfb xauth xfonts-base xdotool libqt6webenginequickdelegatesqml6
   libpulse-dev pulseaudio
   libqrencode-dev qml6-module-qtquick-dialogs qml6-module-qt-labs-folderlistmodel
-  qml6-module-qtquick-shapes
+  qml6-module-qtquick-shapes qt6-gtk-platformtheme
 )
 
 missing=()

@@ -27,6 +27,18 @@ ApplicationWindow {
     palette.highlight: Theme.accentColor
     palette.highlightedText: "black"
     palette.placeholderText: Theme.secondaryText
+    // The shades the toolkit's own dialogs (the file dialog where the desktop
+    // offers none) draw their panels and borders with: dark ones here too.
+    palette.light: Theme.raised
+    palette.midlight: Theme.cell
+    palette.mid: Qt.rgba(1, 1, 1, 0.16)
+    palette.dark: Qt.rgba(1, 1, 1, 0.12)
+    palette.shadow: "black"
+    palette.alternateBase: Theme.cell
+    palette.brightText: "white"
+    palette.toolTipBase: Theme.raised
+    palette.toolTipText: Theme.text
+    palette.link: Theme.accentColor
     font.family: Theme.fontFamily
 
     // Screens that size themselves from the window (the dialog) read it here.

@@ -1,5 +1,6 @@
 #include "LazyModule.h"
 
+#include <QDir>
 #include <QFileInfo>
 #include <QLibrary>
 
@@ -15,8 +16,24 @@ QString programDirectory() {
 namespace LazyModule {
 
 QString path(const QString& builtPath) {
-    const QString besideProgram = programDirectory() + u'/' + QFileInfo(builtPath).fileName();
-    return QFileInfo::exists(besideProgram) ? besideProgram : builtPath;
+    return path(builtPath, programDirectory());
+}
+
+QString path(const QString& builtPath, const QString& programDirectory) {
+    const QString name = QFileInfo(builtPath).fileName();
+    const QDir program(programDirectory);
+    for (const QString& candidate :
+         {program.filePath(name),
+          program.filePath(installedModuleDirectory() + u'/' + name)}) {
+        if (QFileInfo::exists(candidate)) {
+            return QDir::cleanPath(candidate);
+        }
+    }
+    return builtPath;
+}
+
+QString installedModuleDirectory() {
+    return QStringLiteral(CORVANTIS_INSTALLED_MODULE_DIR);
 }
 
 QFunctionPointer resolve(const QString& path, const char* entry, QString* error) {

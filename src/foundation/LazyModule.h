@@ -9,10 +9,15 @@
 // map and relocate them and all they pull in.
 namespace LazyModule {
 
-// Where a module is looked for: beside the running program (the installed
-// layout), else where the build put it (`builtPath`, for tests and tools that
-// run from their own build directories).
+// Where a module is looked for: beside the running program, then in the
+// modules folder of the installed layout (lib/corvantis beside bin), else
+// where the build put it (`builtPath`, for tests and tools that run from their
+// own build directories).
 QString path(const QString& builtPath);
+// The same for a program that lives in `programDirectory`.
+QString path(const QString& builtPath, const QString& programDirectory);
+// The installed layout's modules folder, relative to the programs' folder.
+QString installedModuleDirectory();
 
 // Loads the module at `path` for the life of the process and resolves its
 // entry point; nullptr with the reason in `error` when the module is missing

@@ -2,11 +2,13 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QTemporaryDir>
 #include <QThread>
 #include <QtConcurrent>
 #include <atomic>
 
 #include "AppDirectories.h"
+#include "LazyModule.h"
 #include "Log.h"
 #include "MainQueue.h"
 #include "TestSupport.h"
@@ -50,4 +52,32 @@ TEST(Log, CapturesExactLinesFromAnyThread) {
     QtConcurrent::run([] { systemLog("from a worker"); }).waitForFinished();
     EXPECT_EQ(capture.lines(), (QStringList{"Invalid player state", "from a worker"}));
     EXPECT_EQ(capture.count("Invalid player state"), 1);
+}
+
+// An installed program finds its modules in the installed layout, and only a
+// program run from the build tree falls back to the build's own copies.
+TEST(LazyModule, LooksBesideTheProgramThenInTheInstalledLayoutThenInTheBuild) {
+    QTemporaryDir root;
+    ASSERT_TRUE(root.isValid());
+    const QString built = root.filePath(QStringLiteral("build/src/libcorvantis-thing.so"));
+    const QDir program(root.filePath(QStringLiteral("prefix/bin")));
+    ASSERT_TRUE(program.mkpath(QStringLiteral(".")));
+    const auto touch = [](const QString& path) {
+        QDir().mkpath(QFileInfo(path).absolutePath());
+        QFile file(path);
+        return file.open(QIODevice::WriteOnly);
+    };
+
+    EXPECT_EQ(LazyModule::path(built, program.path()), built);
+
+    const QString installed =
+        QDir::cleanPath(program.filePath(LazyModule::installedModuleDirectory() +
+                                         QStringLiteral("/libcorvantis-thing.so")));
+    ASSERT_TRUE(installed.startsWith(root.filePath(QStringLiteral("prefix/"))));
+    ASSERT_TRUE(touch(installed));
+    EXPECT_EQ(LazyModule::path(built, program.path()), installed);
+
+    const QString beside = program.filePath(QStringLiteral("libcorvantis-thing.so"));
+    ASSERT_TRUE(touch(beside));
+    EXPECT_EQ(LazyModule::path(built, program.path()), beside);
 }

@@ -23,8 +23,7 @@ QString path(const QString& builtPath, const QString& programDirectory) {
     const QString name = QFileInfo(builtPath).fileName();
     const QDir program(programDirectory);
     for (const QString& candidate :
-         {program.filePath(name),
-          program.filePath(installedModuleDirectory() + u'/' + name)}) {
+         {program.filePath(name), program.filePath(installedModuleDirectory() + u'/' + name)}) {
         if (QFileInfo::exists(candidate)) {
             return QDir::cleanPath(candidate);
         }

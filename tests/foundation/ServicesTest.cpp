@@ -70,9 +70,8 @@ TEST(LazyModule, LooksBesideTheProgramThenInTheInstalledLayoutThenInTheBuild) {
 
     EXPECT_EQ(LazyModule::path(built, program.path()), built);
 
-    const QString installed =
-        QDir::cleanPath(program.filePath(LazyModule::installedModuleDirectory() +
-                                         QStringLiteral("/libcorvantis-thing.so")));
+    const QString installed = QDir::cleanPath(program.filePath(
+        LazyModule::installedModuleDirectory() + QStringLiteral("/libcorvantis-thing.so")));
     ASSERT_TRUE(installed.startsWith(root.filePath(QStringLiteral("prefix/"))));
     ASSERT_TRUE(touch(installed));
     EXPECT_EQ(LazyModule::path(built, program.path()), installed);

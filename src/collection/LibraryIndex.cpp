@@ -1,9 +1,9 @@
 #include "LibraryIndex.h"
 
-#include <sqlite3.h>
-
 #include <QFile>
 #include <QLoggingCategory>
+
+#include "IndexDatabase.h"
 
 namespace {
 
@@ -24,24 +24,25 @@ CREATE TABLE IF NOT EXISTS files (
 ) WITHOUT ROWID;
 )";
 
-void bindText(sqlite3_stmt* statement, int index, const std::optional<QString>& text) {
+void bindText(const IndexDatabase& sql, sqlite3_stmt* statement, int index,
+              const std::optional<QString>& text) {
     if (!text) {
-        sqlite3_bind_null(statement, index);
+        sql.bindNull(statement, index);
         return;
     }
     const QByteArray utf8 = text->toUtf8();
-    sqlite3_bind_text(statement, index, utf8.constData(), int(utf8.size()), SQLITE_TRANSIENT);
+    sql.bindText(statement, index, utf8.constData(), int(utf8.size()), SQLITE_TRANSIENT);
 }
 
 class Statement {
 public:
-    Statement(sqlite3* db, const char* sql) {
-        if (sqlite3_prepare_v2(db, sql, -1, &m_statement, nullptr) != SQLITE_OK) {
-            qCWarning(lcLibraryIndex) << "prepare failed:" << sqlite3_errmsg(db);
+    Statement(const IndexDatabase& sql, sqlite3* db, const char* text) : m_sql(sql) {
+        if (m_sql.prepare(db, text, -1, &m_statement, nullptr) != SQLITE_OK) {
+            qCWarning(lcLibraryIndex) << "prepare failed:" << m_sql.errmsg(db);
             m_statement = nullptr;
         }
     }
-    ~Statement() { sqlite3_finalize(m_statement); }
+    ~Statement() { m_sql.finalize(m_statement); }
     Statement(const Statement&) = delete;
     Statement& operator=(const Statement&) = delete;
 
@@ -49,14 +50,15 @@ public:
     sqlite3_stmt* get() const { return m_statement; }
 
     std::optional<QString> text(int column) const {
-        if (sqlite3_column_type(m_statement, column) == SQLITE_NULL) {
+        if (m_sql.columnType(m_statement, column) == SQLITE_NULL) {
             return std::nullopt;
         }
-        const auto* bytes = reinterpret_cast<const char*>(sqlite3_column_text(m_statement, column));
-        return QString::fromUtf8(bytes, sqlite3_column_bytes(m_statement, column));
+        const auto* bytes = reinterpret_cast<const char*>(m_sql.columnText(m_statement, column));
+        return QString::fromUtf8(bytes, m_sql.columnBytes(m_statement, column));
     }
 
 private:
+    const IndexDatabase& m_sql;
     sqlite3_stmt* m_statement = nullptr;
 };
 
@@ -65,14 +67,16 @@ private:
 LibraryIndex::LibraryIndex(const QString& databasePath) : m_path(databasePath) {}
 
 LibraryIndex::~LibraryIndex() {
-    sqlite3_close(m_db);
+    if (m_sql) {
+        m_sql->close(m_db);
+    }
 }
 
 bool LibraryIndex::exec(const char* sql) {
     char* error = nullptr;
-    if (sqlite3_exec(m_db, sql, nullptr, nullptr, &error) != SQLITE_OK) {
+    if (m_sql->exec(m_db, sql, nullptr, nullptr, &error) != SQLITE_OK) {
         qCWarning(lcLibraryIndex) << "statement failed:" << (error ? error : "?");
-        sqlite3_free(error);
+        m_sql->free(error);
         return false;
     }
     return true;
@@ -82,14 +86,18 @@ bool LibraryIndex::open() {
     if (m_db) {
         return true;
     }
+    m_sql = IndexDatabase::shared();
+    if (!m_sql) {
+        return false;
+    }
     for (int attempt = 0; attempt < 2; ++attempt) {
-        if (sqlite3_open(QFile::encodeName(m_path).constData(), &m_db) == SQLITE_OK) {
+        if (m_sql->open(QFile::encodeName(m_path).constData(), &m_db) == SQLITE_OK) {
             bool readable = false;
             int stored = -1;
             {
-                Statement version(m_db, "PRAGMA user_version");
-                readable = version && sqlite3_step(version.get()) == SQLITE_ROW;
-                stored = readable ? sqlite3_column_int(version.get(), 0) : -1;
+                Statement version(*m_sql, m_db, "PRAGMA user_version");
+                readable = version && m_sql->step(version.get()) == SQLITE_ROW;
+                stored = readable ? m_sql->columnInt(version.get(), 0) : -1;
             }
             // The journal first, so that making the schema does not wait for
             // the disk as a rollback journal would.
@@ -108,7 +116,7 @@ bool LibraryIndex::open() {
         }
         // Not a database we can use: start over with an empty one.
         qCWarning(lcLibraryIndex) << "replacing the library index at" << m_path;
-        sqlite3_close(m_db);
+        m_sql->close(m_db);
         m_db = nullptr;
         QFile::remove(m_path);
         QFile::remove(m_path + "-wal");
@@ -122,24 +130,25 @@ QHash<QString, IndexedFile> LibraryIndex::load() {
     if (!open()) {
         return files;
     }
-    Statement select(m_db,
+    Statement select(*m_sql, m_db,
                      "SELECT path, size, modified, title, album, artist, album_artist, duration, "
                      "track_number FROM files");
     if (!select) {
         return files;
     }
-    while (sqlite3_step(select.get()) == SQLITE_ROW) {
+    const IndexDatabase& sql = *m_sql;
+    while (sql.step(select.get()) == SQLITE_ROW) {
         IndexedFile file;
         file.path = *select.text(0);
-        file.size = sqlite3_column_int64(select.get(), 1);
-        file.modified = sqlite3_column_int64(select.get(), 2);
+        file.size = sql.columnInt64(select.get(), 1);
+        file.modified = sql.columnInt64(select.get(), 2);
         file.title = select.text(3);
         file.album = select.text(4);
         file.artist = select.text(5);
         file.albumArtist = select.text(6);
-        file.duration = sqlite3_column_double(select.get(), 7);
-        if (sqlite3_column_type(select.get(), 8) != SQLITE_NULL) {
-            file.trackNumber = sqlite3_column_int(select.get(), 8);
+        file.duration = sql.columnDouble(select.get(), 7);
+        if (sql.columnType(select.get(), 8) != SQLITE_NULL) {
+            file.trackNumber = sql.columnInt(select.get(), 8);
         }
         files.insert(file.path, file);
     }
@@ -151,7 +160,9 @@ LibraryIndex::Transaction::Transaction(LibraryIndex& index) : m_index(index) {
 }
 
 LibraryIndex::Transaction::~Transaction() {
-    sqlite3_finalize(m_insert);
+    if (m_index.m_sql) {
+        m_index.m_sql->finalize(m_insert);
+    }
     if (m_open) {
         m_index.exec("COMMIT");
     }
@@ -161,34 +172,35 @@ void LibraryIndex::Transaction::store(const QList<IndexedFile>& files) {
     if (!m_open || files.isEmpty()) {
         return;
     }
+    const IndexDatabase& sql = *m_index.m_sql;
     // Prepared once for all the pieces of a scan.
     if (!m_insert &&
-        sqlite3_prepare_v2(m_index.m_db,
-                           "INSERT OR REPLACE INTO files (path, size, modified, title, album, "
-                           "artist, album_artist, duration, track_number) "
-                           "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)",
-                           -1, &m_insert, nullptr) != SQLITE_OK) {
-        qCWarning(lcLibraryIndex) << "prepare failed:" << sqlite3_errmsg(m_index.m_db);
+        sql.prepare(m_index.m_db,
+                    "INSERT OR REPLACE INTO files (path, size, modified, title, album, "
+                    "artist, album_artist, duration, track_number) "
+                    "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)",
+                    -1, &m_insert, nullptr) != SQLITE_OK) {
+        qCWarning(lcLibraryIndex) << "prepare failed:" << sql.errmsg(m_index.m_db);
         m_open = false;
         m_index.exec("ROLLBACK");
         return;
     }
     for (const IndexedFile& file : files) {
-        bindText(m_insert, 1, file.path);
-        sqlite3_bind_int64(m_insert, 2, file.size);
-        sqlite3_bind_int64(m_insert, 3, file.modified);
-        bindText(m_insert, 4, file.title);
-        bindText(m_insert, 5, file.album);
-        bindText(m_insert, 6, file.artist);
-        bindText(m_insert, 7, file.albumArtist);
-        sqlite3_bind_double(m_insert, 8, file.duration);
+        bindText(sql, m_insert, 1, file.path);
+        sql.bindInt64(m_insert, 2, file.size);
+        sql.bindInt64(m_insert, 3, file.modified);
+        bindText(sql, m_insert, 4, file.title);
+        bindText(sql, m_insert, 5, file.album);
+        bindText(sql, m_insert, 6, file.artist);
+        bindText(sql, m_insert, 7, file.albumArtist);
+        sql.bindDouble(m_insert, 8, file.duration);
         if (file.trackNumber) {
-            sqlite3_bind_int(m_insert, 9, *file.trackNumber);
+            sql.bindInt(m_insert, 9, *file.trackNumber);
         } else {
-            sqlite3_bind_null(m_insert, 9);
+            sql.bindNull(m_insert, 9);
         }
-        sqlite3_step(m_insert);
-        sqlite3_reset(m_insert);
+        sql.step(m_insert);
+        sql.reset(m_insert);
     }
 }
 
@@ -196,13 +208,14 @@ void LibraryIndex::Transaction::forget(const QStringList& paths) {
     if (!m_open || paths.isEmpty()) {
         return;
     }
-    Statement erase(m_index.m_db, "DELETE FROM files WHERE path = ?");
+    const IndexDatabase& sql = *m_index.m_sql;
+    Statement erase(sql, m_index.m_db, "DELETE FROM files WHERE path = ?");
     if (!erase) {
         return;
     }
     for (const QString& path : paths) {
-        bindText(erase.get(), 1, path);
-        sqlite3_step(erase.get());
-        sqlite3_reset(erase.get());
+        bindText(sql, erase.get(), 1, path);
+        sql.step(erase.get());
+        sql.reset(erase.get());
     }
 }

@@ -7,6 +7,7 @@
 
 struct sqlite3;
 struct sqlite3_stmt;
+struct IndexDatabase;
 
 // What the library source knows of one file: where it is, how it looked when
 // its tags were read, and what they said (absent fields stay absent).
@@ -24,7 +25,9 @@ struct IndexedFile {
 
 // The tags of the library's files, kept in SQLite between runs and keyed by
 // path, size and modification time, so that an unchanged file is not read
-// again. A damaged or unreadable database is replaced by an empty one.
+// again. A damaged or unreadable database is replaced by an empty one; without
+// the database library (its module would not load) the index stays empty and
+// every file is read.
 class LibraryIndex {
 public:
     explicit LibraryIndex(const QString& databasePath);
@@ -57,5 +60,7 @@ private:
     bool exec(const char* sql);
 
     QString m_path;
+    // Set once the database library has loaded.
+    const IndexDatabase* m_sql = nullptr;
     sqlite3* m_db = nullptr;
 };

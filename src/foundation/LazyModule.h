@@ -3,6 +3,8 @@
 #include <QString>
 #include <QtGlobal>
 
+#include "Log.h"
+
 // Libraries that a start does not need (sound device, decoders, the upload
 // server's network stack, the keychain) live in modules loaded on first use,
 // so that the window's first frame does not wait for the dynamic loader to
@@ -23,5 +25,33 @@ QString installedModuleDirectory();
 // entry point; nullptr with the reason in `error` when the module is missing
 // or is not one of this build.
 QFunctionPointer resolve(const QString& path, const char* entry, QString* error);
+
+// For a module that is nothing but a table of a library's functions: the
+// table its `entry` hands out, loaded once per table type. When that fails,
+// `what` and the reason are logged once ("The <what> cannot be loaded: ...")
+// and nullptr answers from then on, with that line in `error`.
+template <typename Table>
+const Table* sharedTable(const QString& path, const char* entry, const char* what, QString* error) {
+    struct Loaded {
+        const Table* table = nullptr;
+        QString failure;
+    };
+    static const Loaded loaded = [&] {
+        using Entry = const Table* (*)();
+        Loaded result;
+        const auto function = reinterpret_cast<Entry>(resolve(path, entry, &result.failure));
+        result.table = function ? function() : nullptr;
+        if (!result.table) {
+            result.failure = QStringLiteral("The %1 cannot be loaded: %2")
+                                 .arg(QLatin1String(what), result.failure);
+            systemLog(result.failure);
+        }
+        return result;
+    }();
+    if (!loaded.table && error) {
+        *error = loaded.failure;
+    }
+    return loaded.table;
+}
 
 }  // namespace LazyModule

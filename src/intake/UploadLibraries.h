@@ -7,11 +7,13 @@
 #include <avahi-common/malloc.h>
 #include <avahi-common/thread-watch.h>
 #include <microhttpd.h>
+#include <qrencode.h>
 
 #include <QString>
 
-// The upload server's HTTP library (with its TLS chain) and the local network
-// announcement's client library come from a module of their own
+// The upload server's HTTP library (with its TLS chain), the local network
+// announcement's client library and the QR code encoder come from a module of
+// their own
 // (libcorvantis-upload-libraries.so) loaded when the server first starts: a
 // launch maps and relocates none of them. The module is nothing but this
 // table of the functions the server uses.
@@ -49,8 +51,14 @@ struct UploadLibraries {
         decltype(&avahi_strdup) strdup;
         decltype(&avahi_free) free;
     };
+    // The upload screen shows its address as a QR code too.
+    struct QrCode {
+        decltype(&QRcode_encodeString) encodeString;
+        decltype(&QRcode_free) free;
+    };
     Http http;
     Announcement announcement;
+    QrCode qrCode;
 
     // The process's table, loaded on first use; when that fails it logs why
     // once and answers nullptr, with the reason in `error`, from then on.
@@ -63,4 +71,4 @@ struct UploadLibraries {
 // The one symbol the module exports; its name carries the table's generation,
 // so a module left from an older build is refused, not misread.
 using UploadLibrariesEntry = const UploadLibraries* (*)();
-inline constexpr char kUploadLibrariesEntry[] = "corvantisUploadLibraries1";
+inline constexpr char kUploadLibrariesEntry[] = "corvantisUploadLibraries2";

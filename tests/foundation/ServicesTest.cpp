@@ -80,3 +80,19 @@ TEST(LazyModule, LooksBesideTheProgramThenInTheInstalledLayoutThenInTheBuild) {
     ASSERT_TRUE(touch(beside));
     EXPECT_EQ(LazyModule::path(built, program.path()), beside);
 }
+
+// A table whose module is missing is refused with one line, however often it
+// is asked for.
+TEST(LazyModule, AMissingTableIsLoggedOnceAndRefusedEveryTime) {
+    struct Table {};
+    LogCapture log;
+    for (int ask = 0; ask < 2; ++ask) {
+        QString error;
+        EXPECT_EQ(LazyModule::sharedTable<Table>(QStringLiteral("/nonexistent/libcorvantis-x.so"),
+                                                 "corvantisX1", "test table", &error),
+                  nullptr);
+        EXPECT_TRUE(error.startsWith(QStringLiteral("The test table cannot be loaded: ")))
+            << error.toStdString();
+    }
+    EXPECT_EQ(log.lines().size(), 1);
+}

@@ -1,7 +1,7 @@
 #include "UploadLibraries.h"
 
 extern "C" __attribute__((visibility("default"))) const UploadLibraries*
-corvantisUploadLibraries1() {
+corvantisUploadLibraries2() {
     static const UploadLibraries libraries{
         {
             &MHD_start_daemon,
@@ -35,6 +35,10 @@ corvantisUploadLibraries1() {
             &avahi_strerror,
             &avahi_strdup,
             &avahi_free,
+        },
+        {
+            &QRcode_encodeString,
+            &QRcode_free,
         },
     };
     return &libraries;

@@ -1,9 +1,9 @@
 #include "QrCodeItem.h"
 
-#include <qrencode.h>
-
 #include <QPainter>
 #include <algorithm>
+
+#include "UploadLibraries.h"
 
 namespace {
 constexpr int quietModules = 4;
@@ -20,15 +20,19 @@ void QrCodeItem::setText(const QString& text) {
     m_text = text;
     m_width = 0;
     m_modules.clear();
-    if (!text.isEmpty()) {
+    // Without the encoder's module (logged as it fails to load) the address
+    // still shows as text beside the empty square.
+    const UploadLibraries* libraries = text.isEmpty() ? nullptr : UploadLibraries::shared();
+    if (libraries) {
         const QByteArray bytes = text.toUtf8();
-        if (QRcode* code = QRcode_encodeString(bytes.constData(), 0, QR_ECLEVEL_M, QR_MODE_8, 1)) {
+        if (QRcode* code =
+                libraries->qrCode.encodeString(bytes.constData(), 0, QR_ECLEVEL_M, QR_MODE_8, 1)) {
             m_width = code->width;
             m_modules.resize(size_t(m_width) * size_t(m_width));
             for (size_t i = 0; i < m_modules.size(); ++i) {
                 m_modules[i] = (code->data[i] & 1) != 0;
             }
-            QRcode_free(code);
+            libraries->qrCode.free(code);
         }
     }
     emit textChanged();

@@ -1,17 +1,24 @@
 #include "SingleInstance.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
 
 #include <QCryptographicHash>
 #include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
 #include <QFileInfo>
 #include <QLocalServer>
 #include <QLocalSocket>
-#include <QLockFile>
 #include <QLoggingCategory>
 #include <QQmlEngine>
 #include <QStandardPaths>
 #include <QStringDecoder>
+#include <QThread>
 #include <QTimer>
 #include <QtEndian>
 
@@ -24,6 +31,46 @@ namespace {
 constexpr char kAccepted = '+';
 constexpr char kRefused = '-';
 const char* const kAnsweredProperty = "corvantisAnswered";
+
+// Holds the kernel's lock on a file for a scope, waiting for it up to a
+// bound. The kernel lets go when its holder dies, so no lock outlives a start
+// that crashed, and nothing is written: a start does not wait on the disk.
+class StartLock {
+public:
+    StartLock(const QString& path, int timeoutMs) {
+        m_fd = ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+        if (m_fd < 0) {
+            m_error = QString::fromLocal8Bit(std::strerror(errno));
+            return;
+        }
+        QElapsedTimer waited;
+        waited.start();
+        while (::flock(m_fd, LOCK_EX | LOCK_NB) != 0) {
+            if (errno != EWOULDBLOCK || waited.elapsed() >= timeoutMs) {
+                m_error = errno == EWOULDBLOCK ? QStringLiteral("another start holds it")
+                                               : QString::fromLocal8Bit(std::strerror(errno));
+                ::close(m_fd);
+                m_fd = -1;
+                return;
+            }
+            QThread::msleep(5);
+        }
+    }
+    ~StartLock() {
+        if (m_fd >= 0) {
+            ::close(m_fd);
+        }
+    }
+    StartLock(const StartLock&) = delete;
+    StartLock& operator=(const StartLock&) = delete;
+
+    bool isLocked() const { return m_fd >= 0; }
+    const QString& error() const { return m_error; }
+
+private:
+    int m_fd = -1;
+    QString m_error;
+};
 
 }  // namespace
 
@@ -118,10 +165,11 @@ SingleInstance::Message SingleInstance::decode(const QByteArray& bytes) {
 SingleInstance::Claim SingleInstance::claim(const QList<QUrl>& urls) {
     const QString name = socketPath(AppDirectories::home());
     // Two starts at once must not both find nobody and take the socket from
-    // each other; a lock left by a start that died is taken over.
-    QLockFile lock(name + QStringLiteral(".lock"));
-    if (!lock.tryLock(kTimeoutMs)) {
-        qCWarning(lcInstance) << "Could not lock" << lock.error() << "; going on without";
+    // each other.
+    const StartLock lock(name + QStringLiteral(".lock"), kTimeoutMs);
+    if (!lock.isLocked()) {
+        qCWarning(lcInstance).noquote() << "Could not lock" << name + QStringLiteral(".lock:")
+                                        << lock.error() << "; going on without";
     }
     QLocalSocket socket;
     socket.connectToServer(name);

@@ -4,6 +4,9 @@
 #include <QLocalSocket>
 #include <QQuickWindow>
 #include <QtEndian>
+#include <algorithm>
+#include <memory>
+#include <vector>
 
 #include "AppDirectories.h"
 #include "ChildProcess.h"
@@ -218,4 +221,33 @@ TEST(SingleInstanceProcesses, ASocketLeftByACrashedWindowDoesNotBlockTheNextOne)
     EXPECT_EQ(later.exitCode, 0) << later.err.toStdString();
     EXPECT_TRUE(next.waitForLog("Not a link this application opens: https://example.com/next"))
         << next.err().toStdString();
+}
+
+// Starts at the same moment must not each find nobody and all open windows.
+TEST(SingleInstanceProcesses, StartsAtOnceLeaveOneWindowAndTheOthersHandOver) {
+    std::vector<std::unique_ptr<FirstWindow>> starts;
+    for (int i = 0; i < 3; ++i) {
+        starts.push_back(std::make_unique<FirstWindow>());
+    }
+    ASSERT_TRUE(waitUntil(
+        [&] {
+            return std::count_if(starts.begin(), starts.end(),
+                                 [](const auto& start) { return start->isRunning(); }) <= 1;
+        },
+        60000));
+    ASSERT_TRUE(waitUntil([] {
+        QLocalSocket probe;
+        probe.connectToServer(socketPath());
+        return probe.waitForConnected(1000);
+    }));
+    int windows = 0;
+    for (const auto& start : starts) {
+        if (start->isRunning()) {
+            ++windows;
+        } else {
+            EXPECT_EQ(start->process().exitStatus(), QProcess::NormalExit);
+            EXPECT_EQ(start->process().exitCode(), 0) << start->err().toStdString();
+        }
+    }
+    EXPECT_EQ(windows, 1);
 }

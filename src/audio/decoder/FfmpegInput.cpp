@@ -21,8 +21,7 @@ namespace ffmpeg {
 
 namespace {
 
-// Beyond these a stream is garbage that happened to parse.
-constexpr int kMaxChannels = 64;
+// Beyond this (and kMaxChannels) a stream is garbage that happened to parse.
 constexpr int kMaxSampleRate = 1'536'000;
 
 // The libraries' own complaints about a file ("CRC mismatch!", "Header

@@ -109,7 +109,8 @@ bool WavFileWriter::open() {
     }
     for (int i = 0; i < kBlockCount; ++i) {
         auto block = std::make_unique<Block>();
-        block->bytes.resize(kBlockBytes);
+        // Every byte is written before it is read.
+        block->bytes = std::make_unique_for_overwrite<char[]>(kBlockBytes);
         m_free.push_back(std::move(block));
     }
     m_filling = std::move(m_free.back());
@@ -158,7 +159,7 @@ float* WavFileWriter::reserve(qint64 frames) {
         return nullptr;
     }
     // Blocks hold whole frames, so every reservation is float-aligned.
-    return reinterpret_cast<float*>(m_filling->bytes.data() + m_filling->size);
+    return reinterpret_cast<float*>(m_filling->bytes.get() + m_filling->size);
 }
 
 bool WavFileWriter::commit(qint64 frames) {
@@ -166,7 +167,7 @@ bool WavFileWriter::commit(qint64 frames) {
         return false;
     }
     const size_t count = size_t(frames) * size_t(m_channelCount);
-    auto* samples = reinterpret_cast<float*>(m_filling->bytes.data() + m_filling->size);
+    auto* samples = reinterpret_cast<float*>(m_filling->bytes.get() + m_filling->size);
     if constexpr (Q_BYTE_ORDER != Q_LITTLE_ENDIAN) {
         qToLittleEndian<float>(samples, qsizetype(count), samples);
     }
@@ -218,7 +219,7 @@ void WavFileWriter::writeBlocks() {
         if (m_error == 0) {
             qint64 written = 0;
             lock.unlock();
-            const int error = writeFully(m_fd, block->bytes.data(), block->size, &written);
+            const int error = writeFully(m_fd, block->bytes.get(), block->size, &written);
             lock.lock();
             m_bytesWritten += written;
             m_error = error;

@@ -45,7 +45,7 @@ public:
 
 private:
     struct Block {
-        std::vector<char> bytes;
+        std::unique_ptr<char[]> bytes;
         size_t size = 0;
     };
 

@@ -176,23 +176,6 @@ bool WavFileWriter::commit(qint64 frames) {
     return !failed();
 }
 
-bool WavFileWriter::write(const float* interleaved, qint64 frames) {
-    while (frames > 0) {
-        const qint64 count = std::min(frames, maximumReserve());
-        float* room = reserve(count);
-        if (!room) {
-            return false;
-        }
-        std::memcpy(room, interleaved, size_t(count) * size_t(m_channelCount) * sizeof(float));
-        if (!commit(count)) {
-            return false;
-        }
-        interleaved += size_t(count) * size_t(m_channelCount);
-        frames -= count;
-    }
-    return true;
-}
-
 // Queues the block being filled and takes a free one, waiting while every
 // block is on its way to the disk.
 bool WavFileWriter::handOff() {

@@ -29,8 +29,6 @@ public:
     // Creates the file and writes its header; false (and errorString()) when
     // it cannot be written.
     bool open();
-    // Appends `frames` interleaved frames.
-    bool write(const float* interleaved, qint64 frames);
     // Room for `frames` interleaved frames (at most maximumReserve()) that
     // commit() appends once they are written there: the samples are rendered
     // straight into the block that goes to the disk. nullptr after an error.

@@ -225,9 +225,12 @@ int runRenderCommand(const QStringList& arguments) {
         return cliFail(QStringLiteral("cannot start the audio graph: %1").arg(error));
     }
     WavFileWriter writer(options.output, file->sampleRate(), 2);
-    if (!writer.open()) {
+    const auto writeFailed = [&] {
         return cliFail(
             QStringLiteral("cannot write %1: %2").arg(options.output, writer.errorString()));
+    };
+    if (!writer.open()) {
+        return writeFailed();
     }
     AudioPlayerNode& player = manager.audioPlayerNode();
     for (qint64 at = startingFrame, left = frames; left > 0;) {
@@ -239,27 +242,29 @@ int runRenderCommand(const QStringList& arguments) {
     }
     player.play();
 
-    std::vector<float> block(size_t(kRenderBlock) * 2);
     // The output stage delays by its look-ahead; its first frames are dropped
     // so that output frame k is input frame startingFrame + k.
-    qint64 latency = engine.latencyFrames();
-    while (latency > 0) {
+    std::vector<float> discarded(size_t(kRenderBlock) * 2);
+    for (qint64 latency = engine.latencyFrames(); latency > 0;) {
         const int count = int(std::min<qint64>(latency, kRenderBlock));
-        engine.renderOffline(block.data(), count);
+        engine.renderOffline(discarded.data(), count);
         latency -= count;
     }
     for (qint64 left = frames; left > 0;) {
         const int count = int(std::min<qint64>(left, kRenderBlock));
-        engine.renderOffline(block.data(), count);
-        if (!writer.write(block.data(), count)) {
-            return cliFail(
-                QStringLiteral("cannot write %1: %2").arg(options.output, writer.errorString()));
+        // Rendered straight into the block the writer's thread puts on disk.
+        float* block = writer.reserve(count);
+        if (!block) {
+            return writeFailed();
+        }
+        engine.renderOffline(block, count);
+        if (!writer.commit(count)) {
+            return writeFailed();
         }
         left -= count;
     }
     if (!writer.finish()) {
-        return cliFail(
-            QStringLiteral("cannot write %1: %2").arg(options.output, writer.errorString()));
+        return writeFailed();
     }
     return 0;
 }

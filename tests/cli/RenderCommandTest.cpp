@@ -1,10 +1,13 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <QDir>
 #include <QDirIterator>
 #include <QProcessEnvironment>
 #include <cmath>
+#include <csignal>
+#include <cstring>
 #include <vector>
 
 #include "AudioFile.h"
@@ -138,6 +141,24 @@ TEST(RenderCommand, BadInputGivesOneLineAndAnErrorCode) {
     // An output that cannot seek is streamed to.
     const ProcessRun run = render({in, "/dev/null"});
     EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
+}
+
+// A disk that fills up midway (here: the file size limit, which the render
+// inherits) is an error on the terminal, not a short file that looks fine.
+TEST(RenderCommand, AWriteThatFailsMidwayIsReported) {
+    const QString in = writePatternFile("in.wav", 44100, 44100);
+    const QString out = QDir(testHome()).filePath("out.wav");
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit saved{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &saved), 0);
+    rlimit limited = saved;
+    limited.rlim_cur = 64 * 1024;
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limited), 0);
+    const ProcessRun run = render({in, out});
+    setrlimit(RLIMIT_FSIZE, &saved);
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.err.trimmed(), QString("corvantis-cli: cannot write %1: %2")
+                                     .arg(out, QString::fromLocal8Bit(std::strerror(EFBIG))));
 }
 
 // Rendering into the input, by any of its names, would leave silence where

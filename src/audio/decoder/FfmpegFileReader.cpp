@@ -1,6 +1,7 @@
 #include "FfmpegFileReader.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 using namespace ffmpeg;
@@ -54,7 +55,10 @@ bool seeksInexactly(const AVInputFormat* format) {
 }  // namespace
 
 FfmpegFileReader::FfmpegFileReader(const AudioFile::Properties& properties)
-    : m_properties(properties), m_packet(av_packet_alloc()), m_frame(av_frame_alloc()) {}
+    : m_properties(properties),
+      m_packet(av_packet_alloc()),
+      m_frame(av_frame_alloc()),
+      m_held(av_frame_alloc()) {}
 
 FfmpegFileReader::~FfmpegFileReader() {
     av_channel_layout_uninit(&m_converterLayout);
@@ -109,6 +113,7 @@ bool FfmpegFileReader::open(std::optional<ffmpeg::AudioInput> probed, QString* e
 void FfmpegFileReader::resetDecoding() {
     m_pendingStart = m_decodeCursor;
     m_pendingFrames = 0;
+    av_frame_unref(m_held.get());
     m_placeByTimestamp = true;
     m_scan.reset();
     m_flushed = false;
@@ -130,12 +135,17 @@ FfmpegFileReader::Step FfmpegFileReader::decodeNextFrame() {
         int result = avcodec_receive_frame(m_decoder.get(), m_frame.get());
         if (result >= 0) {
             m_consecutiveErrors = 0;
-            const bool placed = placeFrame() && convertFrame();
-            av_frame_unref(m_frame.get());
-            if (!placed) {
+            if (!placeFrame() || !prepareConverter()) {
+                av_frame_unref(m_frame.get());
                 return Step::failed;
             }
-            if (m_pendingFrames > 0 || m_directFrames > 0) {
+            // Kept as decoded: read() converts from it straight into the
+            // caller's buffer, whatever part of it the caller asks for.
+            av_frame_unref(m_held.get());
+            av_frame_move_ref(m_held.get(), m_frame.get());
+            m_pendingFrames = m_held->nb_samples;
+            m_decodeCursor = m_pendingStart + m_pendingFrames;
+            if (m_pendingFrames > 0) {
                 return Step::frame;
             }
             continue;
@@ -244,9 +254,8 @@ bool FfmpegFileReader::placeFrame() {
     return true;
 }
 
-bool FfmpegFileReader::convertFrame() {
+bool FfmpegFileReader::prepareConverter() {
     const int channels = m_properties.channels;
-    const int frames = m_frame->nb_samples;
     if (m_frame->sample_rate != m_properties.sampleRate) {
         qCDebug(lcDecode) << m_properties.path << "changes rate to" << m_frame->sample_rate;
     }
@@ -281,27 +290,35 @@ bool FfmpegFileReader::convertFrame() {
         m_converterFormat = m_frame->format;
         m_converterRate = m_frame->sample_rate;
     }
-    // A frame that starts where the reader stands and fits what the caller
-    // asked for is converted straight into the caller's buffer.
-    const bool direct = m_direct && m_pendingStart == m_position && frames <= m_directRoom;
-    if (!direct) {
-        m_pending.resize(size_t(frames) * channels);
-    }
-    auto* out = reinterpret_cast<uint8_t*>(direct ? m_direct : m_pending.data());
-    const int converted = swr_convert(m_converter.get(), &out, frames,
-                                      const_cast<const uint8_t**>(m_frame->extended_data), frames);
-    if (converted < 0) {
-        qCWarning(lcDecode) << m_properties.path
-                            << "cannot convert samples:" << ffmpeg::errorText(converted);
+    return true;
+}
+
+bool FfmpegFileReader::convertHeld(float* destination, qint64 offset, qint64 frames) {
+    const AVFrame* frame = m_held.get();
+    const auto format = static_cast<AVSampleFormat>(frame->format);
+    const bool planar = av_sample_fmt_is_planar(format);
+    const int planes = planar ? frame->ch_layout.nb_channels : 1;
+    const qint64 step =
+        qint64(av_get_bytes_per_sample(format)) * (planar ? 1 : frame->ch_layout.nb_channels);
+    std::array<const uint8_t*, kMaxChannels> from{};
+    if (planes > int(from.size())) {
+        qCWarning(lcDecode) << m_properties.path << "has too many channels:" << planes;
         return false;
     }
-    m_decodeCursor = m_pendingStart + converted;
-    if (direct) {
-        m_directFrames = converted;
-        m_pendingStart = m_decodeCursor;
-        m_pendingFrames = 0;
-    } else {
-        m_pendingFrames = converted;
+    for (int plane = 0; plane < planes; ++plane) {
+        from[size_t(plane)] = frame->extended_data[plane] + offset * step;
+    }
+    auto* out = reinterpret_cast<uint8_t*>(destination);
+    // At one rate the converter keeps nothing back: each call converts all
+    // it is given, so a frame converts the same in any number of parts.
+    const int converted =
+        swr_convert(m_converter.get(), &out, int(frames), from.data(), int(frames));
+    if (converted != frames) {
+        qCWarning(lcDecode) << m_properties.path << "cannot convert samples:"
+                            << (converted < 0
+                                    ? ffmpeg::errorText(converted)
+                                    : QStringLiteral("%1 of %2").arg(converted).arg(frames));
+        return false;
     }
     return true;
 }
@@ -316,31 +333,23 @@ qint64 FfmpegFileReader::read(float* destination, qint64 frames) {
         const qint64 wanted = std::min(frames - written, m_properties.length - m_position);
         if (m_position < pendingEnd()) {
             float* out = destination + written * channels;
+            qint64 count = 0;
             if (m_position < m_pendingStart) {
                 // Audio that was lost to a damaged packet.
-                const qint64 gap = std::min(wanted, m_pendingStart - m_position);
-                std::fill(out, out + gap * channels, 0.0f);
-                written += gap;
-                m_position += gap;
-                continue;
+                count = std::min(wanted, m_pendingStart - m_position);
+                std::fill(out, out + count * channels, 0.0f);
+            } else {
+                count = std::min(wanted, pendingEnd() - m_position);
+                if (!convertHeld(out, m_position - m_pendingStart, count)) {
+                    m_failed = true;
+                    return written > 0 ? written : -1;
+                }
             }
-            const qint64 count = std::min(wanted, pendingEnd() - m_position);
-            const float* from = m_pending.data() + (m_position - m_pendingStart) * channels;
-            std::copy(from, from + count * channels, out);
             written += count;
             m_position += count;
             continue;
         }
-        m_direct = destination + written * channels;
-        m_directRoom = wanted;
         const Step step = decodeNextFrame();
-        m_direct = nullptr;
-        if (m_directFrames > 0) {
-            written += m_directFrames;
-            m_position += m_directFrames;
-            m_directFrames = 0;
-            continue;
-        }
         if (step == Step::end) {
             break;
         }

@@ -40,7 +40,9 @@ private:
     Step decodeNextFrame();
     bool isBeforeSkipTarget();
     bool placeFrame();
-    bool convertFrame();
+    bool prepareConverter();
+    // Converts `frames` frames of the held frame, from its frame `offset` on.
+    bool convertHeld(float* destination, qint64 offset, qint64 frames);
     void resetDecoding();
     bool restart();
     qint64 pendingEnd() const { return m_pendingStart + m_pendingFrames; }
@@ -50,6 +52,8 @@ private:
     ffmpeg::Codec m_decoder;
     ffmpeg::Packet m_packet;
     ffmpeg::Frame m_frame;
+    // The decoded frame whose samples are pending.
+    ffmpeg::Frame m_held;
     ffmpeg::Resampler m_converter;
     AVChannelLayout m_converterLayout{};
     int m_converterFormat = -1;
@@ -59,15 +63,9 @@ private:
     // Output frame index that the stream's timestamps call zero: the first
     // decoded frame's timestamp from a fresh start, once known.
     std::optional<qint64> m_origin;
-    // Decoded frames not yet handed out, interleaved float.
-    std::vector<float> m_pending;
+    // Frames of m_held not yet handed out, at these positions.
     qint64 m_pendingStart = 0;
     qint64 m_pendingFrames = 0;
-    // Where read() takes the next frame when it fits: the caller's buffer,
-    // with room for `m_directRoom` frames; `m_directFrames` were put there.
-    float* m_direct = nullptr;
-    qint64 m_directRoom = 0;
-    qint64 m_directFrames = 0;
     // Where the next decoded frame goes when its timestamp is not consulted.
     qint64 m_decodeCursor = 0;
     // The next decoded frame is placed by its timestamp (after a jump).

@@ -21,8 +21,7 @@ namespace ffmpeg {
 
 namespace {
 
-// Beyond these a stream is garbage that happened to parse.
-constexpr int kMaxChannels = 64;
+// Beyond this (and kMaxChannels) a stream is garbage that happened to parse.
 constexpr int kMaxSampleRate = 1'536'000;
 
 // The libraries' own complaints about a file ("CRC mismatch!", "Header
@@ -157,6 +156,11 @@ std::optional<AudioInput> openInput(const QString& path, QString* error,
     // must not make the demuxer reach out anywhere else.
     AVDictionary* options = nullptr;
     av_dict_set(&options, "protocol_whitelist", "file", 0);
+    // Raw streams (FLAC, AC-3, ...) are read in pieces of this size and cut
+    // into frames by a parser. The 1 KiB default makes several allocations
+    // per KiB of the file; 8 KiB measured cheapest for FLAC at 16 and 24 bits
+    // (larger pieces cost the parser more copying than they save).
+    av_dict_set(&options, "raw_packet_size", "8192", 0);
     AVFormatContext* raw = nullptr;
     const QByteArray url = "file:" + NativeFileName::encode(path);
     int result = avformat_open_input(&raw, url.constData(), nullptr, &options);

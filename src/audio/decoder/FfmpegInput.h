@@ -15,6 +15,8 @@ namespace ffmpeg {
 
 // Packets in a row that may fail before a reader gives up on the file.
 constexpr int kMaxConsecutiveErrors = 64;
+// Streams with more channels are not taken for audio.
+constexpr int kMaxChannels = 64;
 
 qint64 toSamples(int64_t timestamp, AVRational timeBase, int sampleRate);
 int64_t fromSamples(qint64 samples, AVRational timeBase, int sampleRate);

@@ -427,5 +427,9 @@
         <source>%1 could not be downloaded.</source>
         <translation>%1 konnte nicht heruntergeladen werden.</translation>
     </message>
+    <message id="tracks_empty">
+        <source>No music yet. Tap + below to add songs from your cloud, this computer or another device on your Wi-Fi.</source>
+        <translation>Noch keine Musik. Tippe unten auf +, um Songs aus deiner Cloud, von diesem Computer oder von einem anderen Gerät in deinem WLAN hinzuzufügen.</translation>
+    </message>
 </context>
 </TS>

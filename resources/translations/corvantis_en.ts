@@ -427,5 +427,9 @@
         <source>%1 could not be downloaded.</source>
         <translation>%1 could not be downloaded.</translation>
     </message>
+    <message id="tracks_empty">
+        <source>No music yet. Tap + below to add songs from your cloud, this computer or another device on your Wi-Fi.</source>
+        <translation>No music yet. Tap + below to add songs from your cloud, this computer or another device on your Wi-Fi.</translation>
+    </message>
 </context>
 </TS>

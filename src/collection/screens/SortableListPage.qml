@@ -14,6 +14,8 @@ FocusScope {
     property alias delegate: rows.delegate
     property alias listView: rows
     property real bottomInset: 0
+    // Shown in place of the rows when there are none and no search is typed.
+    property string emptyText
 
     Rectangle {
         anchors.fill: parent
@@ -29,7 +31,7 @@ FocusScope {
             Layout.fillWidth: true
             controller: page.controller
             listView: rows
-            visible: page.controller.searchVisible
+            visible: page.controller ? page.controller.searchVisible : false
         }
 
         ListView {
@@ -38,7 +40,7 @@ FocusScope {
             Layout.fillHeight: true
             clip: true
             focus: true
-            model: page.controller.model
+            model: page.controller ? page.controller.model : null
             boundsBehavior: Flickable.StopAtBounds
             bottomMargin: page.bottomInset
             keyNavigationEnabled: true
@@ -57,6 +59,23 @@ FocusScope {
             Keys.onDeletePressed: {
                 if (page.controller.rowsEditable && currentIndex >= 0)
                     page.controller.commitDelete(currentIndex)
+            }
+
+            Label {
+                // On the view itself, not on its moving content.
+                parent: rows
+                visible: rows.count === 0 && page.emptyText.length > 0
+                         && !(search.visible && search.field.length > 0)
+                anchors.centerIn: parent
+                width: Math.min(parent.width - 2 * Theme.margin, 420)
+                text: page.emptyText
+                color: Theme.secondaryText
+                font.pixelSize: 16
+                lineHeight: 1.2
+                wrapMode: Text.WordWrap
+                horizontalAlignment: Text.AlignHCenter
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
             }
         }
     }

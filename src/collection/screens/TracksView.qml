@@ -13,9 +13,10 @@ SortableListPage {
     readonly property var tracksController: controller
     bottomInset: controls.visible ? controls.height + 20 : 0
     // Only the list of all files can be filled from here, by the add button.
-    emptyText: tracksController && tracksController.searchVisible && !tracksController.addToPlaylist
-               && !tracksController.mediaLibrary && !tracksController.loadingTracks
-               ? qsTrId("tracks_empty") : ""
+    emptyTitle: tracksController && tracksController.searchVisible && !tracksController.addToPlaylist
+                && !tracksController.mediaLibrary && !tracksController.loadingTracks
+                ? qsTrId("tracks_empty_title") : ""
+    emptyText: qsTrId("tracks_empty")
 
     delegate: TrackCell {
         deletable: view.tracksController ? view.tracksController.rowsEditable : false

@@ -194,7 +194,7 @@ TEST(ListViews, AnEmptyFolderSaysHowToAddMusic) {
     ui.launch();
     auto* screen = screenOf<TracksViewController>("Tracks");
     showInStack(screen);
-    const QString hint = Localization::text("tracks_empty");
+    const QString hint = Localization::text("tracks_empty_title");
     ASSERT_NE(ui.waitFor(hint, 15000), nullptr);
     ui.settle();
     ui.screenshot("tracks-empty");

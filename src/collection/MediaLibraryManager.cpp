@@ -38,67 +38,71 @@ MediaLibraryManager& MediaLibraryManager::shared() {
 }
 
 MediaLibraryManager::MediaLibraryManager(std::shared_ptr<MediaLibrarySource> source)
-    : m_source(std::move(source)) {}
+    : m_store(std::make_shared<Store>()) {
+    m_store->source = std::move(source);
+}
 
 void MediaLibraryManager::requestAuthorization(std::function<void(bool)> completion) {
     UserDefaults& defaults = UserDefaults::standard();
     if (defaults.boolForKey(MPLibraryAuthorizationAlreadyRequestedKey)) {
-        m_source->openSettings();
+        m_store->source->openSettings();
         return;
     }
     // Set before the answer, so that a process ended in the prompt goes to the
     // settings next time.
     defaults.setBool(true, MPLibraryAuthorizationAlreadyRequestedKey);
-    m_source->requestAuthorization(
+    m_store->source->requestAuthorization(
         [completion = std::move(completion)](MediaLibraryAuthorizationStatus status) {
             completion(status == MediaLibraryAuthorizationStatus::authorized);
         });
 }
 
 void MediaLibraryManager::loadTracks(bool forceReload, TracksCompletion completion) {
-    QThreadPool::globalInstance()->start([this, forceReload, completion = std::move(completion)] {
-        systemLog("Entering loadTracks");
-        std::unique_lock lock(m_mutex);
-        systemLog("forceReload: " + yesNo(forceReload) +
-                  ", self.tracks.isEmpty: " + yesNo(m_tracks.isEmpty()));
-        if (forceReload) {
-            systemLog("Force reloading tracks...");
-            m_tracks.clear();
-            m_originalTracks.clear();
-        }
-        if (m_tracks.isEmpty()) {
-            systemLog("Loading tracks...");
-            lock.unlock();
-            const std::optional<QList<MediaItem>> items = m_source->songs();
-            systemLog(QStringLiteral("Media items count: %1").arg(items ? items->size() : 0));
-            QList<TrackPtr> original;
-            QList<TrackPtr> sorted;
-            if (items) {
-                original = tracksFrom(*items);
-                sorted = tracksFrom(*items);
-                sortByOrder(sorted);
+    QThreadPool::globalInstance()->start(
+        [store = m_store, forceReload, completion = std::move(completion)] {
+            systemLog("Entering loadTracks");
+            std::unique_lock lock(store->mutex);
+            systemLog("forceReload: " + yesNo(forceReload) +
+                      ", self.tracks.isEmpty: " + yesNo(store->tracks.isEmpty()));
+            if (forceReload) {
+                systemLog("Force reloading tracks...");
+                store->tracks.clear();
+                store->originalTracks.clear();
             }
-            lock.lock();
-            m_originalTracks = std::move(original);
-            m_tracks = std::move(sorted);
+            if (store->tracks.isEmpty()) {
+                systemLog("Loading tracks...");
+                lock.unlock();
+                const std::optional<QList<MediaItem>> items = store->source->songs();
+                systemLog(QStringLiteral("Media items count: %1").arg(items ? items->size() : 0));
+                QList<TrackPtr> original;
+                QList<TrackPtr> sorted;
+                if (items) {
+                    original = tracksFrom(*items);
+                    sorted = tracksFrom(*items);
+                    sortByOrder(sorted);
+                }
+                lock.lock();
+                store->originalTracks = std::move(original);
+                store->tracks = std::move(sorted);
+                lock.unlock();
+                deliverTracks(store, completion);
+                return;
+            }
             lock.unlock();
-            deliverTracks(completion);
-            return;
-        }
-        lock.unlock();
-        deliverTracks(completion);
-        systemLog("Tracks already loaded and forceReload is false.");
-    });
+            deliverTracks(store, completion);
+            systemLog("Tracks already loaded and forceReload is false.");
+        });
 }
 
-void MediaLibraryManager::deliverTracks(TracksCompletion completion) {
-    MainQueue::async([this, completion = std::move(completion)] {
+void MediaLibraryManager::deliverTracks(const std::shared_ptr<Store>& store,
+                                        TracksCompletion completion) {
+    MainQueue::async([store, completion = std::move(completion)] {
         QList<TrackPtr> sorted;
         QList<TrackPtr> original;
         {
-            const std::lock_guard lock(m_mutex);
-            sorted = m_tracks;
-            original = m_originalTracks;
+            const std::lock_guard lock(store->mutex);
+            sorted = store->tracks;
+            original = store->originalTracks;
         }
         sortByOrder(sorted);
         completion(sorted, original);
@@ -106,40 +110,41 @@ void MediaLibraryManager::deliverTracks(TracksCompletion completion) {
 }
 
 void MediaLibraryManager::loadPlaylists(bool forceReload, PlaylistsCompletion completion) {
-    QThreadPool::globalInstance()->start([this, forceReload, completion = std::move(completion)] {
-        QList<Playlist> originals;
-        bool query = forceReload;
-        {
-            const std::lock_guard lock(m_mutex);
-            query = query || m_playlists.isEmpty();
-        }
-        if (query) {
-            const std::optional<QList<MediaPlaylist>> collections = m_source->playlists();
-            if (collections) {
-                for (const MediaPlaylist& collection : *collections) {
-                    originals.append(Playlist::fromMediaPlaylist(collection));
-                }
-            }
-            QList<Playlist> sorted = originals;
-            std::stable_sort(sorted.begin(), sorted.end());
-            const std::lock_guard lock(m_mutex);
-            m_playlists = std::move(sorted);
-        }
-        MainQueue::async([this, originals, completion] {
-            QList<Playlist> sorted;
+    QThreadPool::globalInstance()->start(
+        [store = m_store, forceReload, completion = std::move(completion)] {
+            QList<Playlist> originals;
+            bool query = forceReload;
             {
-                const std::lock_guard lock(m_mutex);
-                sorted = m_playlists;
+                const std::lock_guard lock(store->mutex);
+                query = query || store->playlists.isEmpty();
             }
-            std::stable_sort(sorted.begin(), sorted.end());
-            completion(sorted, originals);
+            if (query) {
+                const std::optional<QList<MediaPlaylist>> collections = store->source->playlists();
+                if (collections) {
+                    for (const MediaPlaylist& collection : *collections) {
+                        originals.append(Playlist::fromMediaPlaylist(collection));
+                    }
+                }
+                QList<Playlist> sorted = originals;
+                std::stable_sort(sorted.begin(), sorted.end());
+                const std::lock_guard lock(store->mutex);
+                store->playlists = std::move(sorted);
+            }
+            MainQueue::async([store, originals, completion] {
+                QList<Playlist> sorted;
+                {
+                    const std::lock_guard lock(store->mutex);
+                    sorted = store->playlists;
+                }
+                std::stable_sort(sorted.begin(), sorted.end());
+                completion(sorted, originals);
+            });
         });
-    });
 }
 
 QList<TrackPtr> MediaLibraryManager::tracks() {
-    const std::lock_guard lock(m_mutex);
-    return m_tracks;
+    const std::lock_guard lock(m_store->mutex);
+    return m_store->tracks;
 }
 
 QList<TrackPtr> MediaLibraryManager::tracksOfPlaylist(const Playlist& playlist,

@@ -11,7 +11,8 @@
 
 // The one door to the user's music library: asks for permission once, queries
 // on the background pool and keeps the result for the life of the process.
-// Every completion runs on the main thread.
+// Every completion runs on the main thread. The queries hold what they fill,
+// not the manager: a manager that goes while one runs is never touched.
 class MediaLibraryManager {
 public:
     static constexpr auto MPLibraryAuthorizationAlreadyRequestedKey =
@@ -22,7 +23,7 @@ public:
 
     explicit MediaLibraryManager(std::shared_ptr<MediaLibrarySource> source);
 
-    MediaLibrarySource& source() const { return *m_source; }
+    MediaLibrarySource& source() const { return *m_store->source; }
 
     // The first call asks the user and reports whether access was granted, on
     // whatever thread the answer comes; every later call opens the settings
@@ -47,12 +48,16 @@ public:
                                             const QList<TrackPtr>& tracks);
 
 private:
-    void deliverTracks(TracksCompletion completion);
+    struct Store {
+        std::shared_ptr<MediaLibrarySource> source;
+        // Written on the pool and read on the main thread.
+        std::mutex mutex;
+        QList<TrackPtr> tracks;
+        QList<TrackPtr> originalTracks;
+        QList<Playlist> playlists;
+    };
 
-    std::shared_ptr<MediaLibrarySource> m_source;
-    // Written on the pool and read on the main thread.
-    mutable std::mutex m_mutex;
-    QList<TrackPtr> m_tracks;
-    QList<TrackPtr> m_originalTracks;
-    QList<Playlist> m_playlists;
+    static void deliverTracks(const std::shared_ptr<Store>& store, TracksCompletion completion);
+
+    std::shared_ptr<Store> m_store;
 };

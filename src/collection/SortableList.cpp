@@ -29,7 +29,7 @@ QList<TrackPtr> sortedByTrackNumber(QList<TrackPtr> tracks) {
     return tracks;
 }
 
-QList<TrackPtr> sortedByFileName(QList<TrackPtr> tracks) {
+QList<TrackPtr> sortedByFileName(QList<TrackPtr> tracks, bool* ties) {
     QList<std::pair<QString, TrackPtr>> keyed;
     keyed.reserve(tracks.size());
     for (TrackPtr& track : tracks) {
@@ -38,6 +38,11 @@ QList<TrackPtr> sortedByFileName(QList<TrackPtr> tracks) {
     std::stable_sort(keyed.begin(), keyed.end(), [](const auto& a, const auto& b) {
         return compareNormalized(a.first, b.first) < 0;
     });
+    if (ties) {
+        *ties = std::adjacent_find(keyed.cbegin(), keyed.cend(), [](const auto& a, const auto& b) {
+                    return compareNormalized(a.first, b.first) == 0;
+                }) != keyed.cend();
+    }
     for (qsizetype i = 0; i < keyed.size(); ++i) {
         tracks[i] = std::move(keyed[i].second);
     }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <functional>
 #include <optional>
+#include <tuple>
 #include <type_traits>
 
 #include "Album.h"
@@ -23,8 +24,9 @@ bool containsText(QStringView text, QStringView part);
 
 // By album track number, an absent number counting as 0; stable.
 QList<TrackPtr> sortedByTrackNumber(QList<TrackPtr> tracks);
-// By lower-cased file name; stable.
-QList<TrackPtr> sortedByFileName(QList<TrackPtr> tracks);
+// By lower-cased file name; stable. `ties`, when given, tells whether two
+// tracks had the same key, where the order given decided.
+QList<TrackPtr> sortedByFileName(QList<TrackPtr> tracks, bool* ties = nullptr);
 
 // How a list compares, orders and searches its elements. Tracks are held by
 // shared reference and compared by value.
@@ -98,6 +100,42 @@ public:
         itemsChanged();
         refilter();
     }
+    // A change that only moves elements around: what depends on the set of
+    // elements alone, not their order, stays.
+    template <typename Change>
+    void reorderItems(Change&& change) {
+        change(m_items);
+        itemsReordered();
+        refilter();
+    }
+
+    // Counts the changes of `items`, so that what is worked out from them
+    // can be kept until the next; `setVersion` counts only those that
+    // changed which elements there are.
+    quint64 itemsVersion() const { return m_itemsVersion; }
+    quint64 setVersion() const { return m_setVersion; }
+
+    // Every element's search field, lower-cased, end to end, and where each
+    // ends: what a search scans. Worked out from `items` on first need, or
+    // handed in by whoever worked it out already (off the main thread).
+    static std::pair<QString, QList<qsizetype>> searchTextOf(const QList<T>& items) {
+        std::pair<QString, QList<qsizetype>> text;
+        text.second.reserve(items.size());
+        for (const T& item : items) {
+            text.first.append(SortableTraits<T>::searchField(item).toLower());
+            text.second.append(text.first.size());
+        }
+        return text;
+    }
+    // Takes `text` as the search text of `items` as they stand, unless the
+    // sizes show it belongs to other items.
+    void adoptSearchText(std::pair<QString, QList<qsizetype>> text) {
+        if (text.second.size() == m_items.size() &&
+            (text.second.isEmpty() || text.second.last() == text.first.size())) {
+            m_searchCache = std::move(text.first);
+            m_searchEnds = std::move(text.second);
+        }
+    }
 
     // The text in the search field; absent when there is no field or text.
     const std::optional<QString>& searchText() const { return m_searchText; }
@@ -119,13 +157,7 @@ public:
             // What matches() does, with each field lower-cased once per change
             // of the items instead of once per keystroke.
             if (m_searchEnds.size() != m_items.size()) {
-                m_searchCache.clear();
-                m_searchEnds.clear();
-                m_searchEnds.reserve(m_items.size());
-                for (const T& item : std::as_const(m_items)) {
-                    m_searchCache.append(SortableTraits<T>::searchField(item).toLower());
-                    m_searchEnds.append(m_searchCache.size());
-                }
+                std::tie(m_searchCache, m_searchEnds) = searchTextOf(m_items);
             }
             const QString lowered = text.toLower();
             QList<T> result;
@@ -173,7 +205,7 @@ public:
                 sortItems();
                 refilter();
                 std::reverse(m_items.begin(), m_items.end());
-                itemsChanged();
+                itemsReordered();
                 refilter();
                 m_sortType = SORT_TYPE::ASC;
                 showAllItems(button);
@@ -188,7 +220,7 @@ public:
                 m_sortType = SORT_TYPE::NORMAL;
                 if constexpr (std::is_same_v<T, TrackPtr>) {
                     m_items = sortedByTrackNumber(m_items);
-                    itemsChanged();
+                    itemsReordered();
                     refilter();
                 }
                 m_highlightedButton = button;
@@ -200,10 +232,6 @@ public:
     virtual QList<T> normalItems() const { return m_items; }
 
 protected:
-    // Counts the changes of `items`, so that what is worked out from them
-    // can be kept until the next.
-    quint64 itemsVersion() const { return m_itemsVersion; }
-
     void reloadSection0() {
         if (reloadSection) {
             reloadSection();
@@ -222,10 +250,14 @@ private:
 
     void sortItems() {
         sortByOrder(m_items);
-        itemsChanged();
+        itemsReordered();
     }
 
     void itemsChanged() {
+        itemsReordered();
+        ++m_setVersion;
+    }
+    void itemsReordered() {
         m_searchEnds.clear();
         ++m_itemsVersion;
     }
@@ -249,6 +281,7 @@ private:
     QString m_searchCache;
     QList<qsizetype> m_searchEnds;
     quint64 m_itemsVersion = 0;
+    quint64 m_setVersion = 0;
 };
 
 // The list of the Tracks screen: under NORMAL it shows library tracks by track
@@ -257,20 +290,52 @@ class TrackSortableList : public SortableList<TrackPtr> {
 public:
     bool mediaLibrary = false;
 
-    // Worked out once per change of `items`: clearing a search shows it
-    // again, and sorting a large folder at each keystroke is felt.
+    // The NORMAL order of `items`, off the main thread: what normalItems()
+    // gives, and whether equal keys made it depend on the order of `items`.
+    struct NormalOrder {
+        QList<TrackPtr> tracks;
+        bool ties = true;
+    };
+    static NormalOrder normalOrderOf(const QList<TrackPtr>& items, bool mediaLibrary) {
+        if (mediaLibrary) {
+            // Track numbers repeat across albums: always taken as tied.
+            return {sortedByTrackNumber(items), true};
+        }
+        NormalOrder order;
+        order.tracks = sortedByFileName(items, &order.ties);
+        return order;
+    }
+
+    // Worked out once per change of `items`, and kept through changes that
+    // only move them while no two keys are equal: clearing a search shows
+    // it again, and sorting a large folder at each keystroke or each step
+    // of a load is felt.
     QList<TrackPtr> normalItems() const override {
-        if (!m_normal || m_normalVersion != itemsVersion() || m_normalForLibrary != mediaLibrary) {
-            m_normal = mediaLibrary ? sortedByTrackNumber(items()) : sortedByFileName(items());
-            m_normalVersion = itemsVersion();
+        const bool current = m_normal && m_normalForLibrary == mediaLibrary &&
+                             (m_normalVersion == itemsVersion() ||
+                              (m_normalSetVersion == setVersion() && !m_normal->ties));
+        if (!current) {
+            m_normal = normalOrderOf(items(), mediaLibrary);
             m_normalForLibrary = mediaLibrary;
         }
-        return *m_normal;
+        m_normalVersion = itemsVersion();
+        m_normalSetVersion = setVersion();
+        return m_normal->tracks;
+    }
+
+    // `order` is the NORMAL order of what the next change of `items` leaves,
+    // worked out beforehand.
+    void expectNormalOrder(NormalOrder order) {
+        m_normal = std::move(order);
+        m_normalForLibrary = mediaLibrary;
+        m_normalVersion = itemsVersion() + 1;
+        m_normalSetVersion = setVersion() + 1;
     }
 
 private:
-    mutable std::optional<QList<TrackPtr>> m_normal;
+    mutable std::optional<NormalOrder> m_normal;
     mutable quint64 m_normalVersion = 0;
+    mutable quint64 m_normalSetVersion = 0;
     mutable bool m_normalForLibrary = false;
 };
 

@@ -425,3 +425,21 @@ TEST(MediaLibraryManager, LoadsOnceSortedWithTheLogLinesAndDeliversOnMain) {
     EXPECT_EQ(calls[0], (QStringList{"Beta", "zeta", "2"}));
     EXPECT_EQ(calls[1], (QStringList{"Beta", "zeta", "0"}));
 }
+
+// A manager that goes while its queries run: they finish on what they hold
+// and still answer.
+TEST(MediaLibraryManager, QueriesOutliveTheirManager) {
+    addLibraryFile("1.wav", {.title = "only"});
+    auto tracks = std::make_shared<QStringList>();
+    auto playlists = std::make_shared<int>(-1);
+    {
+        MediaLibraryManager manager(grantedSource());
+        manager.loadTracks(
+            false, [tracks](QList<TrackPtr> sorted, QList<TrackPtr>) { *tracks = titles(sorted); });
+        manager.loadPlaylists(false, [playlists](QList<Playlist> sorted, QList<Playlist>) {
+            *playlists = static_cast<int>(sorted.size());
+        });
+    }
+    EXPECT_TRUE(waitUntil([&] { return !tracks->isEmpty() && *playlists >= 0; }, 20000));
+    EXPECT_EQ(*tracks, QStringList{"only"});
+}

@@ -253,3 +253,24 @@ TEST(SortableList, KeyedSortGivesTheOrderOfOperatorLess) {
     sortByOrder(albums);
     EXPECT_EQ(albums, expectedAlbums);
 }
+
+// Moving tracks around keeps the NORMAL order worked out before only where
+// no two file names are equal; with equal names the new order decides.
+TEST(SortableList, NormalOrderFollowsAMoveOnlyWhereNamesTie) {
+    const QList<QList<TrackPtr>> cases = {
+        {makeTrack("1", "A", "B", "b.wav"), makeTrack("2", "A", "B", "a.wav"),
+         makeTrack("3", "A", "B", "c.wav")},
+        {makeTrack("1", "A", "B", "Song.wav"), makeTrack("2", "A", "B", "song.wav"),
+         makeTrack("3", "A", "B", "a.wav")},
+    };
+    for (const QList<TrackPtr>& tracks : cases) {
+        Observed<TrackSortableList> observed;
+        observed.list.setItems(tracks);
+        EXPECT_EQ(titles(observed.list.filteredItems()), titles(sortedByFileName(tracks)));
+        observed.list.reorderItems(
+            [](QList<TrackPtr>& items) { std::reverse(items.begin(), items.end()); });
+        EXPECT_EQ(titles(observed.list.filteredItems()),
+                  titles(sortedByFileName(observed.list.items())));
+        EXPECT_EQ(observed.reloads, 2);
+    }
+}

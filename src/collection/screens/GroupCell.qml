@@ -9,9 +9,16 @@ import Corvantis.Collection
 ItemDelegate {
     id: cell
     required property int index
-    required property string name
-    required property string artistName
-    required property string imageKey
+    // Hidden while it waits for reuse, as a SwipeRow is.
+    property bool pooled: false
+    visible: !pooled
+    ListView.onPooled: pooled = true
+    ListView.onReused: pooled = false
+    // As in TrackCell: the model object follows changes of a row in place.
+    required property var model
+    readonly property string name: model.name
+    readonly property string artistName: model.artistName
+    readonly property string imageKey: model.imageKey
     property bool showArtist: false
     property string placeholder: "cd-90"
 

@@ -22,7 +22,7 @@ FocusScope {
         anchors.fill: parent
         clip: true
         focus: true
-        model: view.controller.model
+        model: view.controller ? view.controller.model : null
         boundsBehavior: Flickable.StopAtBounds
         bottomMargin: create.visible ? create.height + 20 + 24 : 0
         keyNavigationEnabled: true
@@ -44,7 +44,7 @@ FocusScope {
             required property string name
             width: ListView.view.width
             height: 64
-            deletable: view.controller.rowsEditable
+            deletable: view.controller ? view.controller.rowsEditable : false
             Accessible.name: cell.name
             onClicked: {
                 ListView.view.currentIndex = index
@@ -92,7 +92,7 @@ FocusScope {
 
     PillButton {
         id: create
-        visible: view.controller.addPlaylistButtonVisible
+        visible: view.controller ? view.controller.addPlaylistButtonVisible : false
         filled: true
         anchors { horizontalCenter: parent.horizontalCenter; bottom: parent.bottom; bottomMargin: 24 }
         width: Math.min(parent.width - 2 * Theme.margin, 360)

@@ -82,7 +82,7 @@ Rectangle {
                     id: sortButton
                     required property int index
                     required property string modelData
-                    readonly property bool active: bar.controller.activeSortButton === index
+                    readonly property bool active: bar.controller ? bar.controller.activeSortButton === index : false
                     width: (sortRow.width - 2 * sortRow.spacing) / 3
                     implicitHeight: Theme.touchTarget
                     focusPolicy: Qt.StrongFocus

@@ -2,6 +2,7 @@
 
 #include <QtQml/qqmlregistration.h>
 #include <memory>
+#include <type_traits>
 
 #include "ItemListModel.h"
 #include "SortableList.h"
@@ -76,6 +77,7 @@ public:
             std::move(roles), [this] { return static_cast<int>(m_rows.size()); },
             [this](int row, int role) { return rowData(m_rows.at(row), row, role); },
             [this] { m_rows = m_list->filteredItems(); }, this));
+        model()->setChangeFunction([this] { return changeToFiltered(); });
         m_list->reloadSection = [this] { model()->reloadSection(); };
         m_list->reloadData = [this] { model()->reloadData(); };
     }
@@ -114,6 +116,33 @@ protected:
     }
 
 private:
+    // Tracks are the same row when they are the same object; other elements
+    // are values rebuilt on each load, told apart by no field the rows show.
+    static bool sameRow(const T& a, const T& b) {
+        if constexpr (std::is_same_v<T, TrackPtr>) {
+            return a == b;
+        } else {
+            Q_UNUSED(a);
+            Q_UNUSED(b);
+            return false;
+        }
+    }
+
+    ItemListModel::Change changeToFiltered() const {
+        const QList<T>& next = m_list->filteredItems();
+        const qsizetype common = std::min(m_rows.size(), next.size());
+        qsizetype head = 0;
+        while (head < common && sameRow(m_rows.at(head), next.at(head))) {
+            ++head;
+        }
+        qsizetype tail = 0;
+        while (tail < common - head &&
+               sameRow(m_rows.at(m_rows.size() - 1 - tail), next.at(next.size() - 1 - tail))) {
+            ++tail;
+        }
+        return {static_cast<int>(next.size()), static_cast<int>(head), static_cast<int>(tail)};
+    }
+
     std::unique_ptr<List> m_list;
     // What the model shows: `filteredItems` as of the last reload.
     QList<T> m_rows;

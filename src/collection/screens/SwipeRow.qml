@@ -7,12 +7,21 @@ import Corvantis.Shell
 SwipeDelegate {
     id: row
     property bool deletable: false
+    // What the row shows: a row that comes to show another element in place
+    // (the rows are refilled rather than made anew) closes, so that its
+    // delete button never stands over an element it was not opened on.
+    property var rowKey
     signal deleteRequested()
+    onRowKeyChanged: swipe.close()
 
     padding: 0
     swipe.enabled: deletable
-    // A row taken back for reuse comes back closed.
-    ListView.onPooled: swipe.close()
+    // A row taken back for reuse comes back closed. While it waits it is
+    // hidden, not only left undrawn: assistive tools would still find it.
+    ListView.onPooled: { swipe.close(); pooled = true }
+    ListView.onReused: pooled = false
+    property bool pooled: false
+    visible: !pooled
     focusPolicy: Qt.NoFocus
     Accessible.role: Accessible.ListItem
 

@@ -9,13 +9,17 @@ import Corvantis.Collection
 SwipeRow {
     id: cell
     required property int index
-    required property string title
-    required property string info
-    required property string duration
-    required property string imageKey
-    required property bool canAdd
+    // Read through the model object, which follows changes of a row in
+    // place; a required property per role would keep its first value.
+    required property var model
+    readonly property string title: model.title
+    readonly property string info: model.info
+    readonly property string duration: model.duration
+    readonly property string imageKey: model.imageKey
+    readonly property bool canAdd: model.canAdd
     signal addClicked()
 
+    rowKey: imageKey
     width: ListView.view ? ListView.view.width : implicitWidth
     height: 72
     Accessible.name: title

@@ -12,9 +12,14 @@ SortableListPage {
     // The same screen with the Tracks screen's own members.
     readonly property var tracksController: controller
     bottomInset: controls.visible ? controls.height + 20 : 0
+    // Only the list of all files can be filled from here, by the add button.
+    emptyTitle: tracksController && tracksController.searchVisible && !tracksController.addToPlaylist
+                && !tracksController.mediaLibrary && !tracksController.loadingTracks
+                ? qsTrId("tracks_empty_title") : ""
+    emptyText: qsTrId("tracks_empty")
 
     delegate: TrackCell {
-        deletable: view.tracksController.rowsEditable
+        deletable: view.tracksController ? view.tracksController.rowsEditable : false
         onClicked: {
             ListView.view.currentIndex = index
             view.tracksController.didSelectRow(index)
@@ -25,7 +30,7 @@ SortableListPage {
 
     Rectangle {
         id: controls
-        visible: view.tracksController.playlistControlsVisible
+        visible: view.tracksController ? view.tracksController.playlistControlsVisible : false
         anchors { left: parent.left; right: parent.right; bottom: parent.bottom }
         height: 76
         color: Qt.rgba(Theme.background.r, Theme.background.g, Theme.background.b, 0.96)

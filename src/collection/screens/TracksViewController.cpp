@@ -158,6 +158,26 @@ void TracksViewController::viewDidDisappear(bool animated) {
     NotificationCenter::defaultCenter().removeObserver(this);
 }
 
+// What a load leaves in `items`, and the orders shown from it, worked out off
+// the main thread from the tracks kept and the tracks the load brings.
+struct TracksViewController::PreparedLoad {
+    quint64 ticket = 0;
+    QList<TrackPtr> kept;
+    QList<TrackPtr> tracks;
+    TrackSortableList::NormalOrder keptNormal;
+    TrackSortableList::NormalOrder allNormal;
+    QList<TrackPtr> highToLow;
+    QList<TrackPtr> lowToHigh;
+    std::pair<QString, QList<qsizetype>> searchText;
+};
+
+// The rows of a long scan as it goes, likewise.
+struct TracksViewController::PreparedPart {
+    quint64 ticket = 0;
+    QList<TrackPtr> shown;
+    TrackSortableList::NormalOrder normal;
+};
+
 void TracksViewController::loadTracks() {
     if (m_loadingTracks) {
         m_pendingReload = true;
@@ -165,15 +185,17 @@ void TracksViewController::loadTracks() {
     }
     setLoadingTracks(true);
     ProgressHUD::shared().show(ProgressHUDType::loading, this);
+    m_deletedWhileLoading.clear();
     if (mediaLibrary()) {
         if (!items().isEmpty()) {
-            finishLoading({});
+            prepareLoad(items(), {});
             return;
         }
         QPointer<TracksViewController> self(this);
         library().loadTracks(false, [self](QList<TrackPtr> sorted, QList<TrackPtr>) {
             if (self) {
-                self->finishLoading(
+                self->prepareLoad(
+                    self->items(),
                     libraryTracksOfMode(sorted, self->playlist(), self->m_artist, self->m_album));
             }
         });
@@ -185,19 +207,9 @@ void TracksViewController::loadTracks() {
     m_scanned.clear();
     m_scannedShown = 0;
     auto completion = [self](QList<TrackPtr> tracks, QList<TrackPtr>) {
-        if (!self) {
-            return;
+        if (self) {
+            self->loadFinished(std::move(tracks));
         }
-        self->m_scanned.clear();
-        self->m_scannedShown = 0;
-        // The scan may have dropped tracks whose file went, emptied the list
-        // for a fresh artist or album scan, or shown its parts as it went.
-        const QList<TrackPtr>& kept = self->m_state->items;
-        if (kept.size() != self->items().size() ||
-            !std::equal(kept.cbegin(), kept.cend(), self->items().cbegin())) {
-            self->list().setItems(kept);
-        }
-        self->finishLoading(tracks);
     };
     if (m_artist) {
         LocalTrackStore::scanTracksForArtist(weakState, m_artist->name, completion);
@@ -212,32 +224,139 @@ void TracksViewController::loadTracks() {
     }
 }
 
+bool TracksViewController::deletedWhileLoading(const TrackPtr& track) const {
+    return m_deletedWhileLoading.contains(track->fileName);
+}
+
+// A file scan ended. It may have dropped tracks whose file went, emptied the
+// list for a fresh artist or album scan, or shown its parts as it went:
+// `items` goes back to the tracks it kept before all it read is added.
+void TracksViewController::loadFinished(QList<TrackPtr> tracks) {
+    m_scanned.clear();
+    m_scannedShown = 0;
+    tracks.removeIf([this](const TrackPtr& track) { return deletedWhileLoading(track); });
+    prepareLoad(m_state->items, std::move(tracks));
+}
+
+void TracksViewController::prepareLoad(QList<TrackPtr> kept, QList<TrackPtr> tracks) {
+    const quint64 ticket = ++m_rowsTicket;
+    const bool library = mediaLibrary();
+    QPointer<TracksViewController> self(this);
+    QtConcurrent::run(&BackgroundPool::shared(), [ticket, library, kept = std::move(kept),
+                                                  tracks = std::move(tracks)] {
+        PreparedLoad load;
+        load.ticket = ticket;
+        load.kept = kept;
+        load.tracks = tracks;
+        load.keptNormal = TrackSortableList::normalOrderOf(kept, library);
+        QList<TrackPtr> all = kept + tracks;
+        load.allNormal = TrackSortableList::normalOrderOf(all, library);
+        sortByOrder(all);
+        load.highToLow = all;
+        std::reverse(all.begin(), all.end());
+        load.searchText = TrackSortableList::searchTextOf(all);
+        load.lowToHigh = std::move(all);
+        return load;
+    }).then(QCoreApplication::instance(), [self](PreparedLoad load) {
+        if (!self) {
+            return;
+        }
+        if (load.ticket != self->m_rowsTicket) {
+            // Rows were deleted meanwhile: once more without them.
+            QList<TrackPtr> tracks = load.tracks;
+            tracks.removeIf(
+                [&](const TrackPtr& track) { return self->deletedWhileLoading(track); });
+            self->prepareLoad(self->mediaLibrary() ? self->items() : self->m_state->items,
+                              std::move(tracks));
+            return;
+        }
+        const ItemListModel::Deferral deferral(self->model());
+        if (!std::equal(load.kept.cbegin(), load.kept.cend(), self->items().cbegin(),
+                        self->items().cend())) {
+            self->list().expectNormalOrder(std::move(load.keptNormal));
+            self->list().setItems(load.kept);
+        }
+        const QList<TrackPtr> tracks = load.tracks;
+        self->finishLoading(tracks, &load);
+    });
+}
+
 // The rows of a long scan as it goes, in the order the load will give them.
 // Until it ends, `items` is the tracks kept from before plus those read so
-// far; the completion puts back the kept ones before adding all it read.
+// far; the end puts back the kept ones before adding all it read.
 void TracksViewController::showScanPart(const QList<TrackPtr>& tracks) {
-    m_scanned.append(tracks);
-    // Shown again only when the rows read have doubled: a handful of resets
-    // over a whole folder, however large.
+    for (const TrackPtr& track : tracks) {
+        if (!deletedWhileLoading(track)) {
+            m_scanned.append(track);
+        }
+    }
+    // Shown again only when the rows read have doubled: a handful of
+    // updates over a whole folder, however large.
     if (m_scannedShown > 0 && m_scanned.size() < 2 * m_scannedShown) {
         return;
     }
     m_scannedShown = m_scanned.size();
-    QList<TrackPtr> shown = m_state->items + m_scanned;
-    sortByOrder(shown);
-    std::reverse(shown.begin(), shown.end());
-    list().setItems(std::move(shown));
+    const quint64 ticket = ++m_rowsTicket;
+    const bool library = mediaLibrary();
+    QPointer<TracksViewController> self(this);
+    QtConcurrent::run(&BackgroundPool::shared(), [ticket, library,
+                                                  read = m_state->items + m_scanned] {
+        PreparedPart part;
+        part.ticket = ticket;
+        part.shown = read;
+        sortByOrder(part.shown);
+        std::reverse(part.shown.begin(), part.shown.end());
+        part.normal = TrackSortableList::normalOrderOf(part.shown, library);
+        return part;
+    }).then(QCoreApplication::instance(), [self](PreparedPart part) {
+        // A later part, the end of the scan or a delete came first.
+        if (!self || part.ticket != self->m_rowsTicket) {
+            return;
+        }
+        const ItemListModel::Deferral deferral(self->model());
+        self->list().expectNormalOrder(std::move(part.normal));
+        self->list().setItems(std::move(part.shown));
+    });
 }
 
 void TracksViewController::finishLoading(const QList<TrackPtr>& tracks) {
+    finishLoading(tracks, nullptr);
+}
+
+void TracksViewController::finishLoading(const QList<TrackPtr>& tracks, PreparedLoad* prepared) {
     const qsizetype before = items().size();
-    list().changeItems([&](QList<TrackPtr>& items) { items.append(tracks); });
-    list().changeItems([](QList<TrackPtr>& items) { sortByOrder(items); });
-    list().changeItems([](QList<TrackPtr>& items) { std::reverse(items.begin(), items.end()); });
-    if (before != 0 && !tracks.isEmpty()) {
-        model()->reloadSection();
-    } else {
-        model()->reloadData();
+    {
+        // The three steps, each with its refilter, reach the view as one
+        // change of its rows.
+        const ItemListModel::Deferral deferral(model());
+        const bool ready = prepared && std::equal(prepared->kept.cbegin(), prepared->kept.cend(),
+                                                  items().cbegin(), items().cend());
+        if (ready) {
+            list().expectNormalOrder(std::move(prepared->allNormal));
+        }
+        list().changeItems([&](QList<TrackPtr>& items) { items.append(tracks); });
+        list().reorderItems([&](QList<TrackPtr>& items) {
+            if (ready) {
+                items = prepared->highToLow;
+            } else {
+                sortByOrder(items);
+            }
+        });
+        list().reorderItems([&](QList<TrackPtr>& items) {
+            if (ready) {
+                items = prepared->lowToHigh;
+            } else {
+                std::reverse(items.begin(), items.end());
+            }
+        });
+        if (ready) {
+            list().adoptSearchText(std::move(prepared->searchText));
+        }
+        if (before != 0 && !tracks.isEmpty()) {
+            model()->reloadSection();
+        } else {
+            model()->reloadData();
+        }
     }
     if (m_pendingReload) {
         // One more load for what was asked meanwhile, and then no more: a flag
@@ -456,4 +575,15 @@ void TracksViewController::commitDelete(int row) {
         }
     });
     model()->reloadData();
+    if (m_loadingTracks) {
+        // A scan under way may have read the file already, or read it later
+        // for a playlist that still named it when the scan began.
+        m_deletedWhileLoading.insert(fileName);
+        const auto named = [&fileName](const TrackPtr& track) {
+            return track->fileName == fileName;
+        };
+        m_scanned.removeIf(named);
+        m_state->items.removeIf(named);
+        ++m_rowsTicket;
+    }
 }

@@ -2,6 +2,7 @@
 
 #include <QtQml/qqmlregistration.h>
 #include <QPointer>
+#include <QSet>
 #include <memory>
 #include <optional>
 
@@ -77,6 +78,15 @@ protected:
     QVariant rowData(const TrackPtr& track, int row, int role) const override;
 
 private:
+    struct PreparedLoad;
+    struct PreparedPart;
+
+    // The orders a load needs are worked out on the pool and handed back;
+    // `m_rowsTicket` tells whether the rows changed meanwhile.
+    void prepareLoad(QList<TrackPtr> kept, QList<TrackPtr> tracks);
+    void finishLoading(const QList<TrackPtr>& tracks, PreparedLoad* prepared);
+    void loadFinished(QList<TrackPtr> tracks);
+    bool deletedWhileLoading(const TrackPtr& track) const;
     // `track` is held by value: the rows it came from change on the way.
     void addToPlaylistAt(int row, TrackPtr track);
     void createPlaylist(const TrackPtr& track);
@@ -99,6 +109,10 @@ private:
     // show: the rows follow the scan before it ends.
     QList<TrackPtr> m_scanned;
     qsizetype m_scannedShown = 0;
+    // Files deleted from the rows since the load began: the load may have
+    // read them before they went.
+    QSet<QString> m_deletedWhileLoading;
+    quint64 m_rowsTicket = 0;
     MediaLibraryManager* m_library = nullptr;
     PlaybackManager* m_playback = nullptr;
 };

@@ -3,6 +3,7 @@
 #include <QDir>
 #include <QFile>
 #include <QPointer>
+#include <QSignalSpy>
 
 #include "AlertController.h"
 #include "AppDirectories.h"
@@ -376,6 +377,76 @@ TEST_F(TracksScreen, AddThroughTheSheetAndTheNewPlaylistAlert) {
     rename->firstTextField()->setText("");
     rename->didSelectAction(0);
     EXPECT_EQ(PlaylistsManager::shared().playlist(road.id)->name, "");
+}
+
+// Every change reaches the rows as inserts, removals and changes in place,
+// never as a reset (which makes the view build every row on show anew), and
+// the rows always show what the list shows.
+TEST_F(TracksScreen, RowsFollowEachChangeWithoutAReset) {
+    const QList<TrackPtr> tracks = {
+        makeTrack("Alpha", "A", "B", "e.wav"), makeTrack("Bravo", "A", "B", "d.wav"),
+        makeTrack("Charlie", "A", "B", "c.wav"), makeTrack("Delta", "A", "B", "b.wav"),
+        makeTrack("Echo", "A", "B", "a.wav")};
+    auto screen = make();
+    screen->setPlaylist(Playlist{Playlist::newId(), "P", {"c.wav"}, false});
+    ModelWatch watch(screen->model());
+    QSignalSpy resets(screen->model(), &QAbstractItemModel::modelReset);
+    const QList<std::pair<const char*, std::function<void()>>> steps = {
+        {"first load", [&] { screen->finishLoading(tracks.mid(0, 3)); }},
+        {"more tracks", [&] { screen->finishLoading(tracks.mid(3)); }},
+        {"search keeps the ends", [&] { screen->didChangeSearchText("a"); }},
+        {"longer search", [&] { screen->didChangeSearchText("ha"); }},
+        {"search of one", [&] { screen->didChangeSearchText("Echo"); }},
+        {"cleared", [&] { screen->didChangeSearchText(""); }},
+        {"ascending", [&] { screen->didClickSort(0); }},
+        {"descending", [&] { screen->didClickSort(1); }},
+        {"none", [&] { screen->didClickSort(2); }},
+        {"search of nothing", [&] { screen->didChangeSearchText("zzz"); }},
+        {"cleared again", [&] { screen->didChangeSearchText(""); }},
+    };
+    for (const auto& [name, step] : steps) {
+        SCOPED_TRACE(name);
+        step();
+        EXPECT_EQ(titles(*screen), titlesOf(screen->filteredItems()));
+        EXPECT_EQ(resets.count(), 0);
+    }
+
+    // A deleted row goes alone: the rows around it stay as they are.
+    QSignalSpy removed(screen->model(), &QAbstractItemModel::rowsRemoved);
+    QSignalSpy changed(screen->model(), &QAbstractItemModel::dataChanged);
+    const int row = static_cast<int>(titles(*screen).indexOf("Charlie"));
+    screen->commitDelete(row);
+    ASSERT_EQ(removed.count(), 1);
+    EXPECT_EQ(removed.first().at(1).toInt(), row);
+    EXPECT_EQ(removed.first().at(2).toInt(), row);
+    EXPECT_EQ(changed.count(), 0);
+    EXPECT_EQ(titles(*screen), QStringList({"Echo", "Delta", "Bravo", "Alpha"}));
+}
+
+// A row deleted while a long scan still reads the folder stays deleted,
+// though the scan read its file before it went.
+TEST_F(TracksScreen, ARowDeletedDuringALongScanStaysDeleted) {
+    const QDir music(downloadedMusicDirectory());
+    addMusicFile("song-0000.wav", {.title = "Song"});
+    const QByteArray bytes = readFile(music.filePath("song-0000.wav"));
+    // More than one part of the scan, so that its rows show before it ends.
+    constexpr int kFiles = 1100;
+    for (int i = 1; i < kFiles; ++i) {
+        writeFile(music.filePath(QStringLiteral("song-%1.wav").arg(i, 4, 10, QChar('0'))), bytes);
+    }
+    auto screen = make();
+    ModelWatch watch(screen->model());
+    screen->loadViewIfNeeded();
+    screen->viewDidAppear(false);
+    ASSERT_TRUE(waitUntil([&] { return screen->model()->rowCount() > 0; }, 30000));
+    ASSERT_LT(screen->items().size(), kFiles) << "the scan ended before a row showed";
+    const QString gone = screen->filteredItems().first()->fileName;
+    screen->commitDelete(0);
+    ASSERT_TRUE(waitUntil([&] { return !screen->loadingTracks(); }, 30000));
+    EXPECT_FALSE(music.exists(gone));
+    EXPECT_EQ(screen->model()->rowCount(), kFiles - 1);
+    const auto named = [&](const TrackPtr& track) { return track->fileName == gone; };
+    EXPECT_TRUE(std::none_of(screen->items().cbegin(), screen->items().cend(), named));
 }
 
 }  // namespace

@@ -427,13 +427,5 @@
         <source>%1 could not be downloaded.</source>
         <translation>%1 konnte nicht heruntergeladen werden.</translation>
     </message>
-    <message id="tracks_empty_title">
-        <source>No music yet</source>
-        <translation>Noch keine Musik</translation>
-    </message>
-    <message id="tracks_empty">
-        <source>Tap + below to bring in songs from your cloud, this computer or another device.</source>
-        <translation>Tippe unten auf +, um Songs aus deiner Cloud, von diesem Computer oder von einem anderen Gerät zu holen.</translation>
-    </message>
 </context>
 </TS>

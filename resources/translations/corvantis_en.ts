@@ -427,13 +427,5 @@
         <source>%1 could not be downloaded.</source>
         <translation>%1 could not be downloaded.</translation>
     </message>
-    <message id="tracks_empty_title">
-        <source>No music yet</source>
-        <translation>No music yet</translation>
-    </message>
-    <message id="tracks_empty">
-        <source>Tap + below to bring in songs from your cloud, this computer or another device.</source>
-        <translation>Tap + below to bring in songs from your cloud, this computer or another device.</translation>
-    </message>
 </context>
 </TS>

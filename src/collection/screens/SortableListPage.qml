@@ -14,10 +14,6 @@ FocusScope {
     property alias delegate: rows.delegate
     property alias listView: rows
     property real bottomInset: 0
-    // Shown in place of the rows when there are none and no search is typed:
-    // a heading over a line saying what to do.
-    property string emptyTitle
-    property string emptyText
 
     Rectangle {
         anchors.fill: parent
@@ -61,44 +57,6 @@ FocusScope {
             Keys.onDeletePressed: {
                 if (page.controller.rowsEditable && currentIndex >= 0)
                     page.controller.commitDelete(currentIndex)
-            }
-
-            Column {
-                // On the view itself, not on its moving content.
-                parent: rows
-                visible: rows.count === 0 && page.emptyTitle.length > 0
-                         && !(search.visible && search.field.length > 0)
-                anchors.centerIn: parent
-                width: Math.min(parent.width - 4 * Theme.margin, 360)
-                spacing: 10
-                Icon {
-                    anchors.horizontalCenter: parent.horizontalCenter
-                    name: "note"
-                    size: 44
-                    color: Theme.secondaryText
-                }
-                Label {
-                    width: parent.width
-                    text: page.emptyTitle
-                    color: Theme.text
-                    font.pixelSize: 19
-                    font.weight: Font.DemiBold
-                    wrapMode: Text.WordWrap
-                    horizontalAlignment: Text.AlignHCenter
-                    Accessible.role: Accessible.StaticText
-                    Accessible.name: text
-                }
-                Label {
-                    width: parent.width
-                    text: page.emptyText
-                    color: Theme.secondaryText
-                    font.pixelSize: 15
-                    lineHeight: 1.2
-                    wrapMode: Text.WordWrap
-                    horizontalAlignment: Text.AlignHCenter
-                    Accessible.role: Accessible.StaticText
-                    Accessible.name: text
-                }
             }
         }
     }

@@ -12,11 +12,6 @@ SortableListPage {
     // The same screen with the Tracks screen's own members.
     readonly property var tracksController: controller
     bottomInset: controls.visible ? controls.height + 20 : 0
-    // Only the list of all files can be filled from here, by the add button.
-    emptyTitle: tracksController && tracksController.searchVisible && !tracksController.addToPlaylist
-                && !tracksController.mediaLibrary && !tracksController.loadingTracks
-                ? qsTrId("tracks_empty_title") : ""
-    emptyText: qsTrId("tracks_empty")
 
     delegate: TrackCell {
         deletable: view.tracksController ? view.tracksController.rowsEditable : false

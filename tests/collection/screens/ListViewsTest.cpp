@@ -187,22 +187,6 @@ TEST(ListViews, TracksSearchSortDeleteAddAndPlayWithRealEvents) {
     EXPECT_EQ(PlaylistsManager::shared().playlists().begin()->name, "Road trip");
 }
 
-// A folder without music says how to fill it; a search that finds nothing
-// does not.
-TEST(ListViews, AnEmptyFolderSaysHowToAddMusic) {
-    QuickTestHarness ui;
-    ui.launch();
-    auto* screen = screenOf<TracksViewController>("Tracks");
-    showInStack(screen);
-    const QString hint = Localization::text("tracks_empty_title");
-    ASSERT_NE(ui.waitFor(hint, 15000), nullptr);
-    ui.settle();
-    ui.screenshot("tracks-empty");
-    ui.tap(Localization::text("search"));
-    ui.type("x");
-    EXPECT_TRUE(waitUntil([&] { return !ui.isShown(hint); }));
-}
-
 TEST(ListViews, PlaylistsCreateOpenAndPlay) {
     addSongs();
     // Only this test's playlists, however often it runs in one process.

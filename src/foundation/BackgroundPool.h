@@ -13,4 +13,9 @@ QThreadPool& shared();
 // pass keeps its threads until it ends, so it gets a thread of its own
 // rather than holding up the next scan behind thousands of covers.
 QThreadPool& bulk();
+// For work on `bulk()`: lowers the calling thread's priority (once per
+// thread), so that a pass over every row gives way to the thread that draws
+// the window whenever both want a processor, yet still moves on a busy
+// machine.
+void yieldToTheWindow();
 }  // namespace BackgroundPool

@@ -398,6 +398,7 @@ void TracksViewController::startThumbnailPass(const QList<TrackPtr>& tracks) {
     // The pass works through the list in place: it lives until the pass ends.
     auto pending = std::make_shared<QList<TrackPtr>>(tracks);
     QtConcurrent::map(&BackgroundPool::bulk(), *pending, [](const TrackPtr& track) {
+        BackgroundPool::yieldToTheWindow();
         ThumbnailCache::shared().load(track);
     }).then(QCoreApplication::instance(), [self, pending] {
         if (self) {

@@ -91,11 +91,6 @@ bool FfmpegFileReader::open(std::optional<ffmpeg::AudioInput> probed, QString* e
     // With the packet time base known the decoder moves a frame's timestamp
     // past the samples it trims, which is what places frames exactly.
     m_decoder->pkt_timebase = stream->time_base;
-    // As the decoding tools do by default: a codec that can decode frames
-    // side by side (FLAC, WavPack) uses the machine's cores. The samples are
-    // the same, and a seek flushes every thread's frames.
-    m_decoder->thread_count = 0;
-    m_decoder->thread_type = FF_THREAD_FRAME;
     if (result >= 0) {
         result = avcodec_open2(m_decoder.get(), m_input->codec, nullptr);
     }

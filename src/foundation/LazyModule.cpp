@@ -1,8 +1,10 @@
 #include "LazyModule.h"
 
+#include <dlfcn.h>
+
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
-#include <QLibrary>
 
 namespace {
 
@@ -37,13 +39,18 @@ QString installedModuleDirectory() {
 
 QFunctionPointer resolve(const QString& path, const char* entry, QString* error) {
     // Never unloaded: objects the module made may outlive any owner of the
-    // library handle.
-    QLibrary library(path);
-    library.setLoadHints(QLibrary::ResolveAllSymbolsHint);
-    const QFunctionPointer function = library.resolve(entry);
+    // handle. The loader itself is used rather than QLibrary, whose records
+    // of a library still held at exit are dropped unfreed.
+    void* handle = ::dlopen(QFile::encodeName(path).constData(), RTLD_NOW | RTLD_LOCAL);
+    if (!handle) {
+        if (error) {
+            *error = QString::fromLocal8Bit(::dlerror());
+        }
+        return nullptr;
+    }
+    const auto function = reinterpret_cast<QFunctionPointer>(::dlsym(handle, entry));
     if (!function && error) {
-        *error = library.isLoaded() ? QStringLiteral("%1 is not a module of this build").arg(path)
-                                    : library.errorString();
+        *error = QStringLiteral("%1 is not a module of this build").arg(path);
     }
     return function;
 }

@@ -57,6 +57,9 @@ void scanMatching(std::weak_ptr<TrackListState> weakState, const QString& name,
         auto future =
             QtConcurrent::mapped(&BackgroundPool::shared(), listing.names,
                                  [directory, name, field](const QString& fileName) {
+                                     if (BackgroundPool::stopping()) {
+                                         return Result{};
+                                     }
                                      const TrackPtr probe = Track::fromFile(fileName, directory);
                                      if (!probe || !sameText((*probe).*field, name)) {
                                          return Result{};
@@ -125,7 +128,8 @@ void readTracks(const QString& directory, const QStringList& names,
         return;
     }
     QtConcurrent::mapped(&BackgroundPool::shared(), names, [directory](const QString& name) {
-        return Track::fromFile(name, directory);
+        // Nobody reads the tracks of a scan the process is leaving behind.
+        return BackgroundPool::stopping() ? TrackPtr() : Track::fromFile(name, directory);
     }).then(QCoreApplication::instance(), [done = std::move(done)](QFuture<TrackPtr> future) {
         done(future.results());
     });

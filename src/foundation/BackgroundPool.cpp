@@ -2,31 +2,51 @@
 
 #include <sys/resource.h>
 
+#include <QCoreApplication>
 #include <QThread>
 #include <QThreadPool>
 #include <algorithm>
+#include <atomic>
+#include <cstdlib>
 
 namespace BackgroundPool {
 
 namespace {
 
-QThreadPool& sized(QThreadPool& pool, int threads) {
-    pool.setMaxThreadCount(threads);
+std::atomic<bool> g_stopping{false};
+
+void stopAndDrain() {
+    g_stopping.store(true, std::memory_order_relaxed);
+    drain();
+}
+
+// Never destroyed: a pool's destructor would run among the statics, after
+// those made later than it (which its work may use) were gone. It is drained
+// instead, from the first moment the process is known to be ending.
+QThreadPool* made(int threads) {
+    static const bool hooked = [] {
+        if (QCoreApplication::instance()) {
+            qAddPostRoutine(stopAndDrain);
+        }
+        std::atexit(stopAndDrain);
+        return true;
+    }();
+    Q_UNUSED(hooked);
+    auto* pool = new QThreadPool;
+    pool->setMaxThreadCount(threads);
     return pool;
 }
 
 }  // namespace
 
 QThreadPool& shared() {
-    static QThreadPool pool;
-    static QThreadPool& ready = sized(pool, std::max(1, QThread::idealThreadCount()));
-    return ready;
+    static QThreadPool* const pool = made(std::max(1, QThread::idealThreadCount()));
+    return *pool;
 }
 
 QThreadPool& bulk() {
-    static QThreadPool pool;
-    static QThreadPool& ready = sized(pool, 1);
-    return ready;
+    static QThreadPool* const pool = made(1);
+    return *pool;
 }
 
 void yieldToTheWindow() {
@@ -35,6 +55,17 @@ void yieldToTheWindow() {
     constexpr int kNice = 10;
     thread_local const bool lowered = ::setpriority(PRIO_PROCESS, 0, kNice) == 0;
     Q_UNUSED(lowered);
+}
+
+bool stopping() {
+    return g_stopping.load(std::memory_order_relaxed);
+}
+
+void drain() {
+    // The bulk pass first: a scan's results may still queue covers on it.
+    bulk().waitForDone();
+    shared().waitForDone();
+    bulk().waitForDone();
 }
 
 }  // namespace BackgroundPool

@@ -6,6 +6,10 @@ class QThreadPool;
 // pool on purpose: the raster paint engine and image conversions share their
 // work out over the global pool and wait for it on the main thread, so a scan
 // that filled that pool would hold up every frame drawn until the scan ended.
+//
+// Both pools are drained when the application object goes (or at exit when
+// there is none), before any static the work may touch is destroyed; long
+// passes ask `stopping()` and end early then.
 namespace BackgroundPool {
 // What a screen waits for: the tags a scan reads.
 QThreadPool& shared();
@@ -18,4 +22,9 @@ QThreadPool& bulk();
 // the window whenever both want a processor, yet still moves on a busy
 // machine.
 void yieldToTheWindow();
+// True once the process has begun to end: work still queued is pointless.
+bool stopping();
+// Waits for the work running on both pools. Called by itself on the way
+// out; a test may call it to end a pass before it looks.
+void drain();
 }  // namespace BackgroundPool

@@ -24,8 +24,11 @@ QSize fittedSize(const QSize& size) {
 }  // namespace
 
 ThumbnailCache& ThumbnailCache::shared() {
-    static ThumbnailCache cache;
-    return cache;
+    // Never destroyed: a pass over every row may still be running on a pool
+    // thread while the process exits, and the pool is only drained after
+    // statics made later than it are gone.
+    static ThumbnailCache* const cache = new ThumbnailCache;
+    return *cache;
 }
 
 QString ThumbnailCache::keyFor(const TrackPtr& track) {

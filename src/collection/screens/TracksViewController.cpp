@@ -64,6 +64,7 @@ TracksViewController::TracksViewController(QObject* parent)
     : SortableViewController(trackRoles(), parent) {}
 
 TracksViewController::~TracksViewController() {
+    m_thumbnailPass.cancel();
     NotificationCenter::defaultCenter().removeObserver(this);
 }
 
@@ -397,10 +398,15 @@ void TracksViewController::startThumbnailPass(const QList<TrackPtr>& tracks) {
     QPointer<TracksViewController> self(this);
     // The pass works through the list in place: it lives until the pass ends.
     auto pending = std::make_shared<QList<TrackPtr>>(tracks);
-    QtConcurrent::map(&BackgroundPool::bulk(), *pending, [](const TrackPtr& track) {
-        BackgroundPool::yieldToTheWindow();
-        ThumbnailCache::shared().load(track);
-    }).then(QCoreApplication::instance(), [self, pending] {
+    m_thumbnailPass =
+        QtConcurrent::map(&BackgroundPool::bulk(), *pending, [](const TrackPtr& track) {
+            if (BackgroundPool::stopping()) {
+                return;
+            }
+            BackgroundPool::yieldToTheWindow();
+            ThumbnailCache::shared().load(track);
+        });
+    m_thumbnailPass.then(QCoreApplication::instance(), [self, pending] {
         if (self) {
             self->setLoadingTracks(false);
         }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QtQml/qqmlregistration.h>
+#include <QFuture>
 #include <QPointer>
 #include <QSet>
 #include <memory>
@@ -102,6 +103,8 @@ private:
     std::shared_ptr<TrackListState> m_state = std::make_shared<TrackListState>();
     std::optional<Artist> m_artist;
     std::optional<Album> m_album;
+    // Covers nobody will see once the screen is gone are not read.
+    QFuture<void> m_thumbnailPass;
     bool m_loadingTracks = false;
     bool m_pendingReload = false;
     bool m_playlistControlsVisible = false;

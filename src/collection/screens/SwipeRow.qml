@@ -36,6 +36,8 @@ SwipeDelegate {
         anchors.right: parent.right
         Accessible.role: Accessible.Button
         Accessible.name: qsTrId("delete")
+        // The row makes this button without an owner; it goes with the row.
+        Component.onCompleted: Ownership.keepWith(deleteButton, row)
         background: Rectangle { color: deleteButton.pressed ? Qt.darker(Theme.destructive, 1.2) : Theme.destructive }
         contentItem: Text {
             text: qsTrId("delete")

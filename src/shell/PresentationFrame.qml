@@ -82,6 +82,9 @@ FocusScope {
     // it) takes its frame along.
     onControllerChanged: if (controller === null) { visible = false; destroy() }
 
+    // Tab goes round the presented screen alone.
+    TabCycle {}
+
     Keys.onEscapePressed: event => {
         if (frame.popover)
             frame.controller.dismissAnimated()

@@ -188,3 +188,22 @@ TEST_F(PlayerViewsTest, VolumeBoostAtTheVeryTopAndTheVeryBottom) {
     ui.tapAt(QPointF(rect.center().x(), rect.bottom() - 1));
     EXPECT_TRUE(waitUntil([&] { return manager.equalizer()->globalGain() == -2; }));
 }
+
+TEST_F(PlayerViewsTest, TabGoesRoundThePlayerAloneAndIntoAnOpenPanel) {
+    open({queuedTrack("Song", 10.0, 10.0)});
+    const QStringList stops = ui.tabStops(20);
+    for (const char* id :
+         {"player_close", "player_position", "player_equalizer", "player_volume_boost"}) {
+        EXPECT_GE(stops.count(qtTrId(id)), 2)
+            << id << " not reached on each round: " << stops.join(", ").toStdString();
+    }
+    EXPECT_FALSE(stops.contains(Localization::text("menu")))
+        << "the screen under the player is out of reach: " << stops.join(", ").toStdString();
+
+    ui.tap(qtTrId("player_equalizer"));
+    ui.settle(600);
+    const QStringList withPanel = ui.tabStops(20);
+    EXPECT_TRUE(withPanel.contains("14 kHz")) << withPanel.join(", ").toStdString();
+    EXPECT_TRUE(withPanel.contains(qtTrId("player_close")));
+    EXPECT_FALSE(withPanel.contains(Localization::text("menu")));
+}

@@ -113,3 +113,35 @@ TEST(RootViews, TheAddButtonOpensTheImportScreenFullScreen) {
     ui.settle(400);
     ui.screenshot("root-import");
 }
+
+TEST(RootViews, TabReachesEveryControlOfTheMainInterfaceEachByItsName) {
+    pastFirstRun();
+    QuickTestHarness ui;
+    ui.launch();
+    ASSERT_NE(ui.waitFor(Localization::text("menu")), nullptr);
+    ui.settle();
+
+    // Round the window once and a little more: every stop has a name, and
+    // the walk comes back to where it began.
+    const QStringList reached = ui.tabStops(24);
+    EXPECT_FALSE(reached.contains(QString())) << reached.join(", ").toStdString();
+    EXPECT_FALSE(reached.contains("<none>")) << reached.join(", ").toStdString();
+    for (const char* key : {"menu", "now_playing", "search", "sort_ascending", "sort_descending",
+                            "sort_normal", "add_music", "clouds", "media_library"}) {
+        EXPECT_TRUE(reached.contains(Localization::text(key)))
+            << key << " not reached: " << reached.join(", ").toStdString();
+    }
+    // The tab strip is one stop, named by its chosen tab; arrows choose.
+    const QString tracks = upper("tracks");
+    const qsizetype strip = reached.indexOf(tracks);
+    ASSERT_GE(strip, 0) << reached.join(", ").toStdString();
+    EXPECT_EQ(reached.count(tracks), reached.count(Localization::text("menu")))
+        << "one stop per round";
+    while (QuickTestHarness::accessibleName(ui.window()->activeFocusItem()) != tracks) {
+        ui.key(Qt::Key_Tab);
+    }
+    ui.key(Qt::Key_Right);
+    EXPECT_TRUE(waitUntil([&] {
+        return QuickTestHarness::accessibleName(ui.window()->activeFocusItem()) == upper("artists");
+    }));
+}

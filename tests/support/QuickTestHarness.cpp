@@ -218,6 +218,16 @@ void QuickTestHarness::type(const QString& text) {
     settle(30);
 }
 
+QStringList QuickTestHarness::tabStops(int presses) {
+    QStringList stops;
+    for (int i = 0; i < presses; ++i) {
+        key(Qt::Key_Tab);
+        const QQuickItem* focused = m_window->activeFocusItem();
+        stops << (focused ? accessibleName(focused) : QStringLiteral("<none>"));
+    }
+    return stops;
+}
+
 void QuickTestHarness::settle(int ms) {
     QTest::qWait(ms);
 }

@@ -56,6 +56,10 @@ public:
     // The same with a touch point.
     void touchDrag(QPointF from, QPointF to, int steps = 10, int msPerStep = 16);
     void key(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier);
+    // The names of the items Tab stops at, `presses` times from where the
+    // focus stands; an unnamed stop is an empty name, leaving the window
+    // "<none>".
+    QStringList tabStops(int presses);
     void type(const QString& text);
 
     // The centre of an item in window coordinates.

@@ -11,6 +11,9 @@ Rectangle {
     color: bar.barTintColor
     activeFocusOnTab: true
     Accessible.role: Accessible.PageTabList
+    // One stop for the keyboard, named by the tab it has chosen.
+    Accessible.name: bar.selectedIndex >= 0 && bar.selectedIndex < bar.items.length
+                     ? bar.items[bar.selectedIndex].title : ""
 
     Keys.onLeftPressed: bar.userSelected(Math.max(0, bar.selectedIndex - 1))
     Keys.onRightPressed: bar.userSelected(Math.min(bar.items.length - 1, bar.selectedIndex + 1))
@@ -32,7 +35,8 @@ Rectangle {
                 Accessible.selected: selected
                 onClicked: strip.bar.userSelected(index)
                 background: Rectangle {
-                    color: tab.pressed ? Qt.rgba(1, 1, 1, 0.06) : "transparent"
+                    color: tab.pressed || (tab.selected && strip.activeFocus)
+                           ? Qt.rgba(1, 1, 1, 0.06) : "transparent"
                     Rectangle {
                         anchors { left: parent.left; right: parent.right; bottom: parent.bottom }
                         anchors.leftMargin: 12

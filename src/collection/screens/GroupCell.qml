@@ -25,7 +25,9 @@ ItemDelegate {
     width: ListView.view ? ListView.view.width : implicitWidth
     height: 72
     padding: 0
-    focusPolicy: Qt.NoFocus
+    // The chosen row is the list's one stop for Tab; the arrows then go
+    // from row to row, and a click leaves the keyboard where it was.
+    focusPolicy: ListView.isCurrentItem ? Qt.TabFocus : Qt.NoFocus
     Accessible.role: Accessible.ListItem
     Accessible.name: name
     background: Rectangle {

@@ -79,7 +79,8 @@ FocusScope {
                     Layout.preferredWidth: Theme.touchTarget
                     Layout.preferredHeight: Theme.touchTarget
                     Layout.rightMargin: 6
-                    focusPolicy: Qt.NoFocus
+                    // The chosen row's button is the stop after the row.
+                    focusPolicy: row.ListView.isCurrentItem ? Qt.TabFocus : Qt.NoFocus
                     text: Fonts.glyph("edit")
                     font.family: Fonts.iconFamily()
                     font.pixelSize: 22

@@ -22,7 +22,9 @@ SwipeDelegate {
     ListView.onReused: pooled = false
     property bool pooled: false
     visible: !pooled
-    focusPolicy: Qt.NoFocus
+    // The chosen row is the list's one stop for Tab; the arrows then go
+    // from row to row, and a click leaves the keyboard where it was.
+    focusPolicy: ListView.isCurrentItem ? Qt.TabFocus : Qt.NoFocus
     Accessible.role: Accessible.ListItem
 
     background: Rectangle {

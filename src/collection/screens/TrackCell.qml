@@ -63,7 +63,8 @@ SwipeRow {
             Layout.preferredWidth: Theme.touchTarget
             Layout.preferredHeight: Theme.touchTarget
             Layout.rightMargin: 4
-            focusPolicy: Qt.NoFocus
+            // The chosen row's button is the stop after the row.
+            focusPolicy: cell.ListView.isCurrentItem ? Qt.TabFocus : Qt.NoFocus
             text: Fonts.glyph("add")
             font.family: Fonts.iconFamily()
             font.pixelSize: 24

@@ -130,13 +130,24 @@ void addSongs() {
     addMusicFile("charlie.wav", {.title = "Charlie", .album = "Night", .artist = "Bo"});
 }
 
-TEST(ListViews, TracksSearchSortDeleteAddAndPlayWithRealEvents) {
-    addSongs();
+// The three songs on the tracks screen, in the window.
+struct Songs {
+    Songs() { addSongs(); }
+};
+class TracksOnShow : public ::testing::Test, private Songs {
+protected:
+    void SetUp() override {
+        ui.launch();
+        screen = showLoadedTracks(ui, playback, "Charlie");
+        ASSERT_NE(screen, nullptr);
+    }
+
     QuickTestHarness ui;
-    ui.launch();
-    PlaybackManager playback(std::make_unique<OfflineAudioOutput>());
-    auto* screen = showLoadedTracks(ui, playback, "Charlie");
-    ASSERT_NE(screen, nullptr);
+    PlaybackManager playback{std::make_unique<OfflineAudioOutput>()};
+    TracksViewController* screen = nullptr;
+};
+
+TEST_F(TracksOnShow, SearchSortDeleteAddAndPlayWithRealEvents) {
     ui.screenshot("tracks-files");
 
     // Typing searches at each key; Enter leaves the field for the list.
@@ -347,3 +358,37 @@ TEST(ListViews, ArtistsAndAlbumsFromFilesAndLibrary) {
 }
 
 }  // namespace
+
+TEST_F(TracksOnShow, RowsAreOneTabStopWalkedByTheArrowsAndPlayedByEnter) {
+    const auto focusedName = [&] {
+        const QQuickItem* focused = ui.window()->activeFocusItem();
+        return focused ? QuickTestHarness::accessibleName(focused) : QString();
+    };
+
+    // The rows are one stop a round, followed by the chosen row's button.
+    const QStringList stops = ui.tabStops(12);
+    const QString add = Localization::text("add_to_playlist");
+    EXPECT_EQ(stops.count("Alpha"), 2) << stops.join(", ").toStdString();
+    EXPECT_EQ(stops.count(add), 2) << stops.join(", ").toStdString();
+    EXPECT_EQ(stops.indexOf(add), stops.indexOf("Alpha") + 1) << stops.join(", ").toStdString();
+    EXPECT_FALSE(stops.contains("Bravo")) << stops.join(", ").toStdString();
+    for (int i = 0; i < 10 && focusedName() != "Alpha"; ++i) {
+        ui.key(Qt::Key_Tab);
+    }
+    ASSERT_EQ(focusedName(), "Alpha");
+    ui.key(Qt::Key_Down);
+    EXPECT_TRUE(waitUntil([&] { return focusedName() == "Bravo"; })) << focusedName().toStdString();
+    ui.key(Qt::Key_Return);
+    EXPECT_TRUE(waitUntil([&] { return playback.currentPlaylist().size() == 3; }));
+    EXPECT_EQ(playback.currentIndex(), 1);
+    screen->dismissViewController(false);
+    ui.settle();
+
+    // Tab from the chosen row reaches its own add button, which Space presses.
+    ASSERT_EQ(focusedName(), "Bravo");
+    ui.key(Qt::Key_Tab);
+    ASSERT_EQ(focusedName(), add);
+    ui.screenshot("tracks-keyboard");
+    ui.key(Qt::Key_Space);
+    EXPECT_NE(ui.waitFor(Localization::text("new_playlist")), nullptr);
+}

@@ -105,6 +105,9 @@ Rectangle {
             width: ListView.view.width
             height: 64
             hoverEnabled: true
+            // The chosen row is the list's one stop for Tab, its download
+            // button the next; the arrows go from row to row.
+            focusPolicy: ListView.isCurrentItem ? Qt.TabFocus : Qt.NoFocus
             Accessible.role: isFolder ? Accessible.Button : Accessible.ListItem
             Accessible.name: isFolder ? folderCell.name : fileCell.name
             onClicked: {
@@ -112,6 +115,7 @@ Rectangle {
                 page.controller.didSelectRow(index)
             }
             Keys.onReturnPressed: clicked()
+            Keys.onEnterPressed: clicked()
 
             FolderCell { id: folderCell }
             FileCell { id: fileCell }
@@ -119,7 +123,7 @@ Rectangle {
             onIndexChanged: page.controller.configureCell(folderCell, fileCell, index)
 
             background: Rectangle {
-                color: row.pressed && row.isFolder ? Theme.raised
+                color: (row.pressed && row.isFolder) || row.activeFocus ? Theme.raised
                      : row.hovered && row.isFolder ? Theme.cell : "transparent"
                 Rectangle {
                     anchors.bottom: parent.bottom
@@ -156,6 +160,7 @@ Rectangle {
                 }
                 DownloadButton {
                     visible: !row.isFolder
+                    focusPolicy: row.ListView.isCurrentItem ? Qt.StrongFocus : Qt.NoFocus
                     downloadState: fileCell.downloadState
                     downloadPercent: fileCell.downloadPercent
                     fileName: fileCell.name

@@ -80,3 +80,38 @@ TEST_F(IntakeViewsTest, WiFiScreenShowsItsAddressAndGoesBack) {
     EXPECT_TRUE(waitUntil([&] { return !ui.isShown(Localization::text("wifi_title")); }));
     EXPECT_TRUE(ui.isShown(Localization::text("download_title")));
 }
+
+TEST_F(IntakeViewsTest, TheKeyboardWalksTheBrowsersRowsAndOpensAFolder) {
+    signInBeforeLaunch();
+    fake.addFolder("/Music");
+    fake.addFile("/top.mp3", "t");
+    fake.addFile("/Music/song.mp3", "s");
+    openImportScreen();
+    ui.tap(Localization::text("download_dropbox"));
+    ASSERT_NE(ui.waitFor("Music"), nullptr);
+    ui.settle();
+    const auto focusedName = [&] {
+        const QQuickItem* focused = ui.window()->activeFocusItem();
+        return focused ? QuickTestHarness::accessibleName(focused) : QString();
+    };
+
+    // The rows are one stop, the chosen one; the others' buttons are not.
+    const QStringList stops = ui.tabStops(6);
+    EXPECT_EQ(stops.count("Music"), 2) << stops.join(", ").toStdString();
+    EXPECT_FALSE(stops.contains("Download top.mp3")) << stops.join(", ").toStdString();
+    for (int i = 0; i < 6 && focusedName() != "Music"; ++i) {
+        ui.key(Qt::Key_Tab);
+    }
+    ASSERT_EQ(focusedName(), "Music");
+    ui.key(Qt::Key_Down);
+    EXPECT_TRUE(waitUntil([&] { return focusedName() == "top.mp3"; }))
+        << focusedName().toStdString();
+    ui.key(Qt::Key_Tab);
+    EXPECT_EQ(focusedName(), "Download top.mp3");
+    ui.screenshot("intake-cloud-keyboard");
+    ui.key(Qt::Key_Backtab);
+    ui.key(Qt::Key_Up);
+    EXPECT_TRUE(waitUntil([&] { return focusedName() == "Music"; })) << focusedName().toStdString();
+    ui.key(Qt::Key_Return);
+    EXPECT_NE(ui.waitFor("Download song.mp3"), nullptr);
+}

@@ -183,6 +183,10 @@
         <source>Presets</source>
         <translation>Presets</translation>
     </message>
+    <message id="player_no_preset">
+        <source>No preset</source>
+        <translation>No preset</translation>
+    </message>
     <message id="player_equalizer">
         <source>Equalizer</source>
         <translation>Equalizer</translation>

@@ -311,7 +311,11 @@ Rectangle {
                                 height: Math.max(Theme.touchTarget, (container.height - 16) / 3)
                                 focusPolicy: Qt.StrongFocus
                                 Accessible.role: Accessible.Button
-                                Accessible.name: modelData
+                                // The first entry, no preset at all, shows a
+                                // dash, which says nothing when read out.
+                                Accessible.name: index === 0 ? qsTrId("player_no_preset") : modelData
+                                Accessible.checkable: true
+                                Accessible.checked: selected
                                 Keys.onReturnPressed: clicked()
                                 Keys.onSpacePressed: clicked()
                                 onClicked: presetsPanel.panel.didClickPreset(index)

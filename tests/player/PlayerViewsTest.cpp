@@ -5,6 +5,7 @@
 #include <QTest>
 #include <cmath>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "Localization.h"
@@ -200,10 +201,21 @@ TEST_F(PlayerViewsTest, TabGoesRoundThePlayerAloneAndIntoAnOpenPanel) {
     EXPECT_FALSE(stops.contains(Localization::text("menu")))
         << "the screen under the player is out of reach: " << stops.join(", ").toStdString();
 
-    ui.tap(qtTrId("player_equalizer"));
-    ui.settle(600);
-    const QStringList withPanel = ui.tabStops(20);
-    EXPECT_TRUE(withPanel.contains("14 kHz")) << withPanel.join(", ").toStdString();
-    EXPECT_TRUE(withPanel.contains(qtTrId("player_close")));
-    EXPECT_FALSE(withPanel.contains(Localization::text("menu")));
+    // Each panel's controls join the round, each with a name to be read.
+    const std::vector<std::pair<const char*, QString>> panels{
+        {"player_bass_boost", qtTrId("player_bass_level")},
+        {"player_presets", qtTrId("player_no_preset")},
+        {"player_equalizer", "14 kHz"},
+        {"player_volume_boost", qtTrId("player_boost_level")},
+    };
+    for (const auto& [control, shows] : panels) {
+        SCOPED_TRACE(control);
+        ui.tap(qtTrId(control));
+        ui.settle(600);
+        const QStringList withPanel = ui.tabStops(20);
+        EXPECT_TRUE(withPanel.contains(shows)) << withPanel.join(", ").toStdString();
+        EXPECT_TRUE(withPanel.contains(qtTrId("player_close")));
+        EXPECT_FALSE(withPanel.contains(QString())) << withPanel.join(", ").toStdString();
+        EXPECT_FALSE(withPanel.contains(Localization::text("menu")));
+    }
 }
